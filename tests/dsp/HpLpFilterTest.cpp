@@ -1,0 +1,157 @@
+#include "dsp/HpLpFilter.h"
+#include "support/Measure.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <random>
+
+namespace {
+
+using zktest::ButterworthDb;
+using zktest::MeasureGainDb;
+
+constexpr double kFs = 96000.0;
+constexpr std::array<double, 5> kIdentity{1.0, 0.0, 0.0, 0.0, 0.0};
+
+std::array<double, 5> Coeffs(const CZkmorvaHpLpFilter& f, int i) {
+    std::array<double, 5> c{};
+    f.GetCoeffs(c.data(), i);
+    return c;
+}
+
+CZkmorvaHpLpFilter Make(int mode, double frequency, double slope) {
+    CZkmorvaHpLpFilter f(kFs, mode);
+    f.Update(frequency, CZkmorvaHpLpFilter::kFrequency);
+    f.Update(slope, CZkmorvaHpLpFilter::kSlope);
+    return f;
+}
+
+std::vector<double> Noise(long n, unsigned seed) {
+    std::mt19937 rng(seed);
+    std::uniform_real_distribution<double> d(-1.0, 1.0);
+    std::vector<double> v(static_cast<size_t>(n));
+    for (double& x : v) {
+        x = d(rng);
+    }
+    return v;
+}
+
+TEST(HpLpFilter, NewFilterIsFlat) {
+    CZkmorvaHpLpFilter f(kFs, CZkmorvaHpLpFilter::kHighPass);
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(Coeffs(f, i), kIdentity);
+    }
+}
+
+TEST(HpLpFilter, TwelveDbSlopeIsOneButterworthSection) {
+    for (int mode : {0, 1}) {
+        CZkmorvaHpLpFilter f = Make(mode, 1000.0, 112.0);
+        EXPECT_EQ(Coeffs(f, 1), kIdentity);
+        EXPECT_EQ(Coeffs(f, 2), kIdentity);
+        EXPECT_TRUE(f.GetBiquad(1)->IsIdentity());
+        EXPECT_NEAR(MeasureGainDb([&f](double* b, long n) { f.FilterBuffer(b, n); }, 1000.0, kFs),
+                    -3.0103, 0.002)
+            << "mode " << mode << " at 1000 Hz";
+    }
+}
+
+// Each code, measured against the ideal Butterworth response of its order: at
+// the corner (-3.01 dB) and well into the stop band, where the slope shows.
+TEST(HpLpFilter, SlopeCodesGiveButterworthOrders) {
+    const std::array<std::pair<double, int>, 5> codes{
+        {{106.0, 1}, {112.0, 2}, {118.0, 3}, {124.0, 4}, {130.0, 5}}};
+    const double fc = 2000.0;
+    for (auto [code, order] : codes) {
+        for (int mode : {0, 1}) {
+            const bool hp = mode == 0;
+            const std::array<double, 5> probes =
+                hp ? std::array<double, 5>{125.0, 250.0, 1000.0, 2000.0, 8000.0}
+                   : std::array<double, 5>{500.0, 2000.0, 4000.0, 8000.0, 16000.0};
+            for (double f : probes) {
+                CZkmorvaHpLpFilter filter = Make(mode, fc, code);
+                const double got = MeasureGainDb(
+                    [&filter](double* b, long n) { filter.FilterBuffer(b, n); }, f, kFs);
+                // Four-decimal damping values: a few hundredths of a dB from ideal.
+                EXPECT_NEAR(got, ButterworthDb(order, f, fc, kFs, hp), 0.03)
+                    << "code " << code << (hp ? " high-pass" : " low-pass") << " at " << f << " Hz";
+            }
+        }
+        // Octave to octave well below the corner: 6 dB per order.
+        CZkmorvaHpLpFilter a = Make(0, fc, code), b = Make(0, fc, code);
+        const double lo =
+            MeasureGainDb([&a](double* x, long n) { a.FilterBuffer(x, n); }, 62.5, kFs);
+        const double hi =
+            MeasureGainDb([&b](double* x, long n) { b.FilterBuffer(x, n); }, 125.0, kFs);
+        EXPECT_NEAR(hi - lo, 6.02 * order, 0.05) << "code " << code << " slope 62.5 to 125 Hz";
+    }
+}
+
+TEST(HpLpFilter, LowCodesAreANotchAtTheCorner) {
+    CZkmorvaHpLpFilter f = Make(0, 1000.0, 10.0);
+    const filterParameters p = f.GetBiquad(0)->GetParameters();
+    EXPECT_EQ(p.type, Notch);
+    EXPECT_EQ(p.q, 10.0);
+    EXPECT_TRUE(f.GetBiquad(1)->IsIdentity());
+    EXPECT_TRUE(f.GetBiquad(2)->IsIdentity());
+    EXPECT_LT(MeasureGainDb([&f](double* b, long n) { f.FilterBuffer(b, n); }, 1000.0, kFs), -80.0)
+        << "at 1000 Hz";
+}
+
+TEST(HpLpFilter, UnlistedCodesFromSixteenUpAreThirtyDb) {
+    const std::vector<double> in = Noise(2048, 5);
+    CZkmorvaHpLpFilter ref = Make(1, 3000.0, 130.0);
+    std::vector<double> expected = in;
+    ref.FilterBuffer(expected.data(), 2048);
+    for (double code : {131.0, 16.0, 1000.0}) {
+        CZkmorvaHpLpFilter f = Make(1, 3000.0, code);
+        std::vector<double> got = in;
+        f.FilterBuffer(got.data(), 2048);
+        EXPECT_EQ(got, expected) << "code " << code;
+    }
+}
+
+TEST(HpLpFilter, UpdateAlwaysRecomputes) {
+    CZkmorvaHpLpFilter f = Make(0, 1000.0, 124.0);
+    const auto c0 = Coeffs(f, 0);
+    f.GetBiquad(0)->InitCoeffs();
+    f.Update(1000.0, CZkmorvaHpLpFilter::kFrequency); // same value: still recomputes
+    EXPECT_EQ(Coeffs(f, 0), c0);
+    f.GetBiquad(1)->InitCoeffs();
+    f.Update(55.0, 1); // index 1 changes nothing but recomputes
+    EXPECT_EQ(f.GetFrequency(), 1000.0);
+    EXPECT_EQ(f.GetSlope(), 124.0);
+    EXPECT_NE(Coeffs(f, 1), kIdentity);
+    f.Update(1.0, CZkmorvaHpLpFilter::kMode);
+    EXPECT_EQ(f.GetBiquad(0)->GetParameters().type, LowPass2);
+}
+
+TEST(HpLpFilter, FilterSampleRunsOnlyTheFirstSection) {
+    CZkmorvaHpLpFilter f = Make(0, 500.0, 124.0);
+    CBiquad first(kFs, filterParameters{HighPass2, 0.0, 500.0, 1.8477});
+    for (double x : Noise(200, 9)) {
+        EXPECT_EQ(f.FilterSample(x), first.FilterSample(x));
+    }
+}
+
+TEST(HpLpFilter, SaveRestoreServesTwoChannelsExactly) {
+    CZkmorvaHpLpFilter shared = Make(0, 300.0, 130.0);
+    CZkmorvaHpLpFilter own1 = Make(0, 300.0, 130.0), own2 = Make(0, 300.0, 130.0);
+    std::array<double, CZkmorvaHpLpFilter::kStateSize> s1{}, s2{};
+    std::vector<double> a = Noise(3000, 1), b = Noise(3000, 2), sa = a, sb = b;
+    for (long pos = 0; pos < 3000; pos += 512) {
+        const long n = std::min(512L, 3000 - pos);
+        shared.StoreBuffers(s1.data());
+        shared.FilterBuffer(sa.data() + pos, n);
+        shared.GetBuffers(s1.data());
+        shared.StoreBuffers(s2.data());
+        shared.FilterBuffer(sb.data() + pos, n);
+        shared.GetBuffers(s2.data());
+    }
+    own1.FilterBuffer(a.data(), 3000);
+    own2.FilterBuffer(b.data(), 3000);
+    EXPECT_EQ(sa, a);
+    EXPECT_EQ(sb, b);
+}
+
+} // namespace
