@@ -1,0 +1,444 @@
+#include "Zkmorva20SignalProcessing.h"
+
+#include "Zkmorva20Controls.h"
+
+#include <algorithm>
+#include <cmath>
+
+CZkmorva20ChannelFilters::CZkmorva20ChannelFilters(double sampleRate)
+    : aiFilter(sampleRate), autoListenFilter(sampleRate),
+      hpFilter(sampleRate, CZkmorvaHpLpFilter::kHighPass), bandFilter{CBiquad(sampleRate),
+                                                                      CBiquad(sampleRate),
+                                                                      CBiquad(sampleRate),
+                                                                      CBiquad(sampleRate),
+                                                                      CBiquad(sampleRate)},
+      bassShifter(sampleRate, CZkmorvaShifter::kBass),
+      presenceShifter(sampleRate, CZkmorvaShifter::kPresence),
+      lpFilter(sampleRate, CZkmorvaHpLpFilter::kLowPass) {}
+
+void CZkmorva20ChannelFilters::SetSampleRate(double sr) {
+    aiFilter.SetSampleRate(sr);
+    autoListenFilter.SetSampleRate(sr);
+    hpFilter.SetSampleRate(sr);
+    for (CBiquad& b : bandFilter) {
+        b.SetSampleRate(sr);
+    }
+    bassShifter.SetSampleRate(sr);
+    presenceShifter.SetSampleRate(sr);
+    lpFilter.SetSampleRate(sr);
+}
+
+void CZkmorva20ChannelFilters::InitBuffers() {
+    aiFilter.InitBuffers();
+    autoListenFilter.InitBuffers();
+    hpFilter.InitBuffers();
+    for (CBiquad& b : bandFilter) {
+        b.InitBuffers();
+    }
+    bassShifter.InitBuffers();
+    presenceShifter.InitBuffers();
+    lpFilter.InitBuffers();
+}
+
+CZkmorva20SignalProcessing::CZkmorva20SignalProcessing()
+    : filters{CZkmorva20ChannelFilters(processSampleRate),
+              CZkmorva20ChannelFilters(processSampleRate)},
+      monoMaker(processSampleRate) {
+    CZkmorva20SignalProcessing::InitParameters();
+}
+
+void CZkmorva20SignalProcessing::InitParameters() {
+    textBoxActive.store(false, std::memory_order_relaxed);
+    soloMode = 0;
+    eqOn = true;
+    autoListenOn = true;
+    autoListenMode = 6;
+    autoListenActive = false;
+    autoListenControl = 999;
+    listenGain = 1.0;
+    inputGain1 = outputGain1 = inputGain2 = outputGain2 = 1.0;
+    monoMakerFrequency = 20.0;
+    monoMakerOn = true;
+    stereoWidth = 1.0;
+    stereoWidthOn = true;
+    channel1 = kDefaultChannelSettings;
+    channel2 = kDefaultChannelSettings;
+    nyquist = static_cast<float>(processSampleRate * 0.5);
+    meters = {};
+    meterBoard.Reset(meters);
+}
+
+int CZkmorva20SignalProcessing::UpdateSampleRate(double hostRate) {
+    if (CZkmorvaSignalProcessing::UpdateSampleRate(hostRate) == 0) {
+        return 0;
+    }
+    nyquist = static_cast<float>(processSampleRate * 0.5);
+    for (CZkmorva20ChannelFilters& f : filters) {
+        f.SetSampleRate(processSampleRate);
+    }
+    monoMaker.SetSampleRate(processSampleRate);
+    return 1;
+}
+
+void CZkmorva20SignalProcessing::InitBuffers() {
+    bypassDelay.fill(0.0);
+    bypassDelayIndex = 3;
+    for (CZkmorva20ChannelFilters& f : filters) {
+        f.InitBuffers();
+    }
+    monoMaker.InitBuffers();
+}
+
+void CZkmorva20SignalProcessing::AllocateWorkBuffers(long maxFrames) {
+    const long n = maxFrames > 0 ? (oversampling ? 2 * maxFrames : maxFrames) : 0;
+    workBuffer1.assign(static_cast<size_t>(n), 0.0);
+    workBuffer2.assign(static_cast<size_t>(n), 0.0);
+}
+
+const double* CZkmorva20SignalProcessing::GetWorkBuffer(int channel) const {
+    const std::vector<double>& b = channel == 0 ? workBuffer1 : workBuffer2;
+    return b.empty() ? nullptr : b.data();
+}
+
+bool CZkmorva20SignalProcessing::HasWorkBuffers(long count) const {
+    return !workBuffer1.empty() && !workBuffer2.empty() && count <= GetWorkBufferCapacity();
+}
+
+long CZkmorva20SignalProcessing::GetLinkStatus(long /*id*/) {
+    return 0;
+}
+
+long CZkmorva20SignalProcessing::GetLinkedControl(long /*id*/) {
+    return 0;
+}
+
+// ---------------------------------------------------------------- block entry
+
+void CZkmorva20SignalProcessing::ProcessFloats(float** in, float** out, long frames) {
+    ProcessBlock(in, out, frames);
+}
+
+void CZkmorva20SignalProcessing::ProcessDoubles(double** in, double** out, long frames) {
+    ProcessBlock(in, out, frames);
+}
+
+template <typename Sample>
+void CZkmorva20SignalProcessing::ProcessBlock(Sample** in, Sample** out, long frames) {
+    const long count = oversampling ? 2 * frames : frames;
+    if (frames < 1 || !HasWorkBuffers(count)) {
+        return;
+    }
+    if (bypass) {
+        ProcessBypass(in, out, frames);
+        return;
+    }
+    double* b1 = workBuffer1.data();
+    double* b2 = workBuffer2.data();
+    if (oversampling) {
+        for (long i = 0; i < frames; ++i) {
+            b1[2 * i] = static_cast<double>(in[0][i]);
+            b1[2 * i + 1] = 0.0;
+            b2[2 * i] = static_cast<double>(in[1][i]);
+            b2[2 * i + 1] = 0.0;
+        }
+    } else {
+        for (long i = 0; i < frames; ++i) {
+            b1[i] = static_cast<double>(in[0][i]);
+            b2[i] = static_cast<double>(in[1][i]);
+        }
+    }
+    CDenormalGuard guard;
+    ProcessSampleBuffer(count);
+    // Plain decimation: the band limit ran before the equaliser; intended.
+    const long step = oversampling ? 2 : 1;
+    for (long i = 0; i < frames; ++i) {
+        out[0][i] = static_cast<Sample>(b1[i * step]);
+        out[1][i] = static_cast<Sample>(b2[i * step]);
+    }
+}
+
+template <typename Sample>
+void CZkmorva20SignalProcessing::ProcessBypass(Sample** in, Sample** out, long frames) {
+    constexpr int kRing = 4; // channel 1 uses entries 0..3, channel 2 entries 4..7
+    if (!oversampling) {
+        for (long i = 0; i < frames; ++i) {
+            out[0][i] = in[0][i];
+            out[1][i] = in[1][i];
+        }
+    } else {
+        // Four samples of delay match the latency of the oversampled path.
+        for (long i = 0; i < frames; ++i) {
+            const double x1 = static_cast<double>(in[0][i]);
+            const double x2 = static_cast<double>(in[1][i]);
+            bypassDelayIndex = (bypassDelayIndex + 1) % kRing;
+            const size_t p = static_cast<size_t>(bypassDelayIndex);
+            out[0][i] = static_cast<Sample>(bypassDelay[p]);
+            out[1][i] = static_cast<Sample>(bypassDelay[p + kRing]);
+            bypassDelay[p] = x1;
+            bypassDelay[p + kRing] = x2;
+        }
+    }
+    ApplyCorrelationClaim();
+    zk20::SetIdle(meters);
+    meterBoard.Publish(meters, meterRelease, processSampleRate);
+}
+
+void CZkmorva20SignalProcessing::ApplyCorrelationClaim() {
+    if (meterBoard.TakeCorrelationClaim()) {
+        zk20::CalcCorrelationStep(meters, meterRelease, processSampleRate);
+    }
+}
+
+void CZkmorva20SignalProcessing::CalcCorrelation() {
+    meterBoard.CalcCorrelation();
+}
+
+// ---------------------------------------------------------------- the chain
+
+void CZkmorva20SignalProcessing::ProcessSampleBuffer(long count) {
+    if (!HasWorkBuffers(count)) {
+        return;
+    }
+    double* b1 = workBuffer1.data();
+    double* b2 = workBuffer2.data();
+    ApplyCorrelationClaim();
+    const float attack = meterAttack;
+    const float release = meterRelease;
+
+    // Input gains and meters, then the denormal guard noise (channel 1 first).
+    for (long i = 0; i < count; ++i) {
+        b1[i] *= inputGain1;
+        meters.inputLevel1 = zk20::FollowLevel(
+            meters.inputLevel1, static_cast<float>(std::abs(b1[i])), attack, release);
+        b2[i] *= inputGain2;
+        meters.inputLevel2 = zk20::FollowLevel(
+            meters.inputLevel2, static_cast<float>(std::abs(b2[i])), attack, release);
+        add_white_noise(&b1[i]);
+        add_white_noise(&b2[i]);
+    }
+
+    if (oversampling) {
+        // Zero-stuffing halved the level; the band limit removes the image.
+        for (long i = 0; i < count; ++i) {
+            b1[i] *= 2.0;
+            b2[i] *= 2.0;
+        }
+        filters[0].aiFilter.FilterBuffer(b1, count);
+        filters[1].aiFilter.FilterBuffer(b2, count);
+    }
+
+    if (eqOn) {
+        if (autoListenActive) {
+            RunListenedSection(count);
+        } else {
+            RunChain(channel1, filters[0], b1, count);
+            RunChain(channel2, filters[1], b2, count);
+        }
+    }
+
+    const bool monoMakerActive = monoMakerOn && monoMakerFrequency > 20.0;
+    const bool widthActive = stereoWidthOn && stereoWidth != 1.0;
+    if (monoMakerActive || widthActive) {
+        ConvertBetweenMsAndLr(count);
+        if (monoMakerActive) {
+            monoMaker.FilterMSBuffers(b1, b2, count);
+        }
+        if (stereoWidthOn) {
+            for (long i = 0; i < count; ++i) {
+                b2[i] *= stereoWidth;
+            }
+        }
+        ConvertBetweenMsAndLr(count);
+    }
+
+    const double gain1 = outputGain1 * listenGain;
+    const double gain2 = outputGain2 * listenGain;
+    for (long i = 0; i < count; ++i) {
+        b1[i] *= gain1;
+        b2[i] *= gain2;
+    }
+
+    for (long i = 0; i < count; ++i) {
+        zk20::AccumulateBalanceAndCorrelation(meters, b1[i], b2[i], release);
+    }
+
+    RouteOutputs(count);
+
+    for (long i = 0; i < count; ++i) {
+        zk20::FollowOutputLevels(meters, b1[i], b2[i], attack, release);
+    }
+    meterBoard.Publish(meters, release, processSampleRate);
+}
+
+void CZkmorva20SignalProcessing::RunChain(const ChannelSettings& s, CZkmorva20ChannelFilters& f,
+                                          double* buffer, long count) {
+    // A band at exactly unity gain is skipped and its history freezes; intended.
+    auto band = [buffer, count](const BandSettings& b, auto& filter) {
+        if (b.on && b.gain != 1.0) {
+            filter.FilterBuffer(buffer, count);
+        }
+    };
+    if (s.hp.on && s.hp.frequency > 20.0) {
+        f.hpFilter.FilterBuffer(buffer, count);
+    }
+    band(s.lf, f.bandFilter[0]);
+    band(s.bassShift, f.bassShifter);
+    band(s.lmf, f.bandFilter[1]);
+    band(s.mf, f.bandFilter[2]);
+    band(s.hmf, f.bandFilter[3]);
+    band(s.presShift, f.presenceShifter);
+    band(s.hf, f.bandFilter[4]);
+    if (s.lp.on && s.lp.frequency <= 25999.0) {
+        f.lpFilter.FilterBuffer(buffer, count);
+    }
+}
+
+// While listening only the listened control's section runs, on both channels,
+// whatever its switch and gain.
+void CZkmorva20SignalProcessing::RunListenedSection(long count) {
+    const zk20::ControlRole role = zk20::LocateControl(autoListenControl).role;
+    double* buffers[2] = {workBuffer1.data(), workBuffer2.data()};
+    for (int ch = 0; ch < 2; ++ch) {
+        CZkmorva20ChannelFilters& f = filters[static_cast<size_t>(ch)];
+        double* b = buffers[ch];
+        switch (role.kind) {
+        case zk20::ListenKind::CutQ:
+            (role.section == zk20::Section::Hp ? f.hpFilter : f.lpFilter).FilterBuffer(b, count);
+            break;
+        case zk20::ListenKind::Frequency:
+            f.autoListenFilter.FilterBufferAndInvert(b, count);
+            break;
+        case zk20::ListenKind::BandQ:
+        case zk20::ListenKind::BandGain:
+            f.bandFilter[static_cast<size_t>(zk20::BandIndex(role.section))].FilterBuffer(b, count);
+            break;
+        case zk20::ListenKind::None:
+            break;
+        }
+    }
+}
+
+void CZkmorva20SignalProcessing::RouteOutputs(long count) {
+    double* b1 = workBuffer1.data();
+    double* b2 = workBuffer2.data();
+    const auto n = static_cast<std::ptrdiff_t>(count);
+    if (autoListenActive) {
+        // A linked control is heard on both channels; otherwise the listened
+        // channel plays on both outputs.
+        if (GetLinkStatus(autoListenControl) == 0) {
+            if (autoListenControl >= zk20::kChannelFirstId[0] &&
+                autoListenControl <= zk20::kLastChannel1ListenId) {
+                std::copy(b1, b1 + n, b2);
+            } else {
+                std::copy(b2, b2 + n, b1);
+            }
+        }
+        return;
+    }
+    if (soloMode == 1) {
+        std::copy(b1, b1 + n, b2);
+    } else if (soloMode == 2) {
+        std::copy(b2, b2 + n, b1);
+    }
+}
+
+void CZkmorva20SignalProcessing::ConvertBetweenMsAndLr(long count) {
+    if (count < 1 || !HasWorkBuffers(count)) {
+        return;
+    }
+    double* b1 = workBuffer1.data();
+    double* b2 = workBuffer2.data();
+    for (long i = 0; i < count; ++i) {
+        const double a = b1[i];
+        const double b = b2[i];
+        b1[i] = (a + b) / 1.4142135623730951;
+        b2[i] = (a - b) / 1.4142135623730951;
+    }
+}
+
+// ---------------------------------------------------------------- auto-listen
+
+void CZkmorva20SignalProcessing::BeginAutoListen(long id) {
+    if (autoListenOn && !textBoxActive.load(std::memory_order_relaxed) && !autoListenActive) {
+        autoListenControl = id;
+        listenGain = 1.0;
+        // A linked control is set up on both channels: the second pass works on
+        // the counterpart. The bound is re-read each pass, as the unit may change it.
+        for (long k = 0; k <= (GetLinkStatus(id) & 255); ++k) {
+            if (k == 1) {
+                id = GetLinkedControl(id);
+            }
+            BeginListenPass(id);
+        }
+    }
+    textBoxActive.store(false, std::memory_order_relaxed);
+}
+
+void CZkmorva20SignalProcessing::BeginListenPass(long id) {
+    const zk20::LocatedControl c = zk20::LocateControl(id);
+    const std::uint8_t kinds = zk20::ModeKinds(autoListenMode);
+    ChannelSettings& s = GetChannelSettings(c.channel);
+    CZkmorva20ChannelFilters& f = filters[static_cast<size_t>(c.channel)];
+    const int band = zk20::BandIndex(c.role.section);
+
+    if (kinds & zk20::kListenQ) {
+        if (c.role.kind == zk20::ListenKind::CutQ) {
+            autoListenActive = true;
+        } else if (c.role.kind == zk20::ListenKind::BandQ) {
+            // Exaggerate the band so its shape is heard; a boost is compensated.
+            const double gain = (s.*zk20::kBandSettings[static_cast<size_t>(band)]).gain;
+            CBiquad& filter = f.bandFilter[static_cast<size_t>(band)];
+            if (gain >= 1.0) {
+                listenGain = gain * 0.25;
+                filter.Update(4.0, CBiquad::kGain);
+            } else {
+                filter.Update(0.25, CBiquad::kGain);
+            }
+            autoListenActive = true;
+        }
+    }
+    if ((kinds & zk20::kListenFrequency) && c.role.kind == zk20::ListenKind::Frequency) {
+        double frequency = 0.0;
+        if (c.role.section == zk20::Section::Hp) {
+            frequency = s.hp.frequency;
+        } else if (c.role.section == zk20::Section::Lp) {
+            frequency = s.lp.frequency;
+        } else {
+            frequency = (s.*zk20::kBandSettings[static_cast<size_t>(band)]).frequency;
+        }
+        f.autoListenFilter.Update(filterParameters{Notch, 0.0, frequency, 10.0});
+        autoListenActive = true;
+    }
+    if ((kinds & zk20::kListenGain) && c.role.kind == zk20::ListenKind::BandGain) {
+        autoListenActive = true;
+    }
+    if (autoListenActive) {
+        DrawAutoListen(true, id);
+    }
+}
+
+void CZkmorva20SignalProcessing::EndAutoListen(long id) {
+    if (!autoListenOn || autoListenControl != id) {
+        return;
+    }
+    for (long k = 0; k <= (GetLinkStatus(id) & 255); ++k) {
+        if (k == 1) {
+            id = GetLinkedControl(id);
+        }
+        EndListenPass(id);
+    }
+    if (autoListenActive) {
+        autoListenActive = false;
+        listenGain = 1.0;
+    }
+}
+
+void CZkmorva20SignalProcessing::EndListenPass(long id) {
+    DrawAutoListen(false, id);
+    const zk20::LocatedControl c = zk20::LocateControl(id);
+    if (c.role.kind == zk20::ListenKind::BandQ) {
+        const size_t band = static_cast<size_t>(zk20::BandIndex(c.role.section));
+        const double gain = (GetChannelSettings(c.channel).*zk20::kBandSettings[band]).gain;
+        filters[static_cast<size_t>(c.channel)].bandFilter[band].Update(gain, CBiquad::kGain);
+    }
+}

@@ -1,0 +1,76 @@
+#pragma once
+
+// Run loops: where parameter-event listeners are called.
+//
+// A run loop is either
+// - threaded: owned by the framework and backed by its own thread, which wakes every
+//   tick (5 ms by default) and delivers the pending events of each listener whose
+//   notification interval has elapsed (plug-ins: the unit's parameter thread), or
+// - pumped: nothing happens until its owner calls Pump() on one thread; Pump()
+//   delivers everything pending at once, whatever the intervals (renderer, tests:
+//   deterministic).
+//
+// CFRunLoopGetCurrent() returns the run loop installed for the calling thread
+// (CFRunLoopSetCurrent / ScopedCurrentRunLoop). A thread with none installed gets,
+// on its first call, a pumped run loop of its own, kept for the thread's life.
+// Listeners keep their run loop alive; a threaded loop stops its thread when the
+// last reference goes away (or on Stop()).
+
+#include "framework/Types.h"
+
+#include <chrono>
+#include <memory>
+
+namespace zkfw {
+struct RunLoopImpl;
+}
+
+class CFRunLoop : public std::enable_shared_from_this<CFRunLoop> {
+public:
+    static std::shared_ptr<CFRunLoop> CreatePumped();
+    static std::shared_ptr<CFRunLoop> CreateThreaded(
+        std::chrono::milliseconds tick = std::chrono::milliseconds(5));
+    ~CFRunLoop(); // threaded: Stop()
+    CFRunLoop(const CFRunLoop&) = delete;
+    CFRunLoop& operator=(const CFRunLoop&) = delete;
+
+    bool IsThreaded() const;
+    // Pumped loops: delivers every pending event of every listener on the calling
+    // thread, then again for events the callbacks posted, until nothing is pending
+    // (at most 64 rounds). Returns the number of callbacks made. Threaded loops, or a
+    // Pump() called from inside a callback of this loop: does nothing, returns 0.
+    std::size_t Pump();
+    // Threaded loops: stops and joins the thread (idempotent); later events stay queued.
+    void Stop();
+    // True when called on this loop's own thread (threaded loops).
+    bool IsCurrentThread() const;
+
+    zkfw::RunLoopImpl& Impl() { return *mImpl; } // framework-internal
+
+private:
+    explicit CFRunLoop(bool threaded, std::chrono::milliseconds tick);
+    std::shared_ptr<zkfw::RunLoopImpl> mImpl;
+};
+using CFRunLoopRef = CFRunLoop*;
+
+inline constexpr CFStringRef kCFRunLoopDefaultMode = "kCFRunLoopDefaultMode";
+inline constexpr CFStringRef kCFRunLoopCommonModes = "kCFRunLoopCommonModes";
+
+// The run loop of the calling thread (see above). Never null.
+CFRunLoopRef CFRunLoopGetCurrent();
+// Installs `loop` (may be null to uninstall) for the calling thread; returns the
+// previously installed one.
+std::shared_ptr<CFRunLoop> CFRunLoopSetCurrent(std::shared_ptr<CFRunLoop> loop);
+
+// RAII: installs a run loop for the current thread and restores the previous one.
+class ScopedCurrentRunLoop {
+public:
+    explicit ScopedCurrentRunLoop(std::shared_ptr<CFRunLoop> loop)
+        : mPrevious(CFRunLoopSetCurrent(std::move(loop))) {}
+    ~ScopedCurrentRunLoop() { CFRunLoopSetCurrent(std::move(mPrevious)); }
+    ScopedCurrentRunLoop(const ScopedCurrentRunLoop&) = delete;
+    ScopedCurrentRunLoop& operator=(const ScopedCurrentRunLoop&) = delete;
+
+private:
+    std::shared_ptr<CFRunLoop> mPrevious;
+};
