@@ -1,0 +1,367 @@
+#include "dsp/Zkmorva10SignalProcessing.h"
+
+#include "dsp/Zkmorva10AutoListen.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+using CBand = CZkmorva10SignalProcessing::CBandSettings;
+using CShift = CZkmorva10SignalProcessing::CShifterSettings;
+
+constexpr std::array<CBand, CZkmorva10SignalProcessing::kBandCount> kDefaultBands = {{
+    {1.0, 0.29, 100.0, true},
+    {1.0, 1.0, 315.0, true},
+    {1.0, 2.0, 3150.0, true},
+    {1.0, 3.0, 5800.0, true},
+    {1.0, 0.29, 12000.0, true},
+}};
+constexpr CShift kDefaultBassShift = {1.0, 2.14, 89.0, true};
+constexpr CShift kDefaultPresenceShift = {1.0, 1.13, 12600.0, true};
+
+constexpr std::int32_t kNoAutoListenParam = 999;
+constexpr long kBypassRingSize = 4; // the oversampled path's latency
+constexpr double kNarrowBandQ = 10.0;
+// A band's Q is heard with its boost or cut exaggerated to +-12 dB; a boost is
+// compensated at the output so that the band's surroundings do not get louder.
+constexpr double kListenBoost = 4.0;
+constexpr double kListenCut = 0.25;
+
+} // namespace
+
+CZkmorva10SignalProcessing::CZkmorva10SignalProcessing()
+    : aiFilter(processSampleRate), autoListenFilter(processSampleRate),
+      bandFilter{CBiquad(processSampleRate), CBiquad(processSampleRate), CBiquad(processSampleRate),
+                 CBiquad(processSampleRate), CBiquad(processSampleRate)},
+      hpFilter(processSampleRate, CZkmorvaHpLpFilter::kHighPass),
+      lpFilter(processSampleRate, CZkmorvaHpLpFilter::kLowPass),
+      bassShifter(processSampleRate, CZkmorvaShifter::kBass),
+      presenceShifter(processSampleRate, CZkmorvaShifter::kPresence) {
+    CZkmorva10SignalProcessing::InitParameters();
+}
+
+void CZkmorva10SignalProcessing::InitParameters() {
+    textBoxActive.store(false, std::memory_order_relaxed);
+    autoListenEnabled = true;
+    autoListenMode = 6;
+    eqOn = true;
+    inputGain = 1.0;
+    outputGain = 1.0;
+    phase = 1.0;
+    autoListenActive = false;
+    autoListenParam = kNoAutoListenParam;
+    autoListenGain = 1.0;
+    hpSlope = 112.0;
+    hpFrequency = 0.0;
+    hpOn = true;
+    band = kDefaultBands;
+    lpSlope = 112.0;
+    lpFrequency = 27000.0;
+    lpOn = true;
+    bassShift = kDefaultBassShift;
+    presenceShift = kDefaultPresenceShift;
+    shifterSpare = false;
+    inputPeak.store(0.0f, std::memory_order_relaxed);
+    outputPeak.store(0.0f, std::memory_order_relaxed);
+    inputMeter.store(0.0f, std::memory_order_relaxed);
+    outputMeter.store(0.0f, std::memory_order_relaxed);
+}
+
+int CZkmorva10SignalProcessing::UpdateSampleRate(double rate) {
+    if (CZkmorvaSignalProcessing::UpdateSampleRate(rate) == 0) {
+        return 0;
+    }
+    const double sr = processSampleRate;
+    if (hostSampleRate < kOversamplingBelowHz) {
+        aiFilter.SetSampleRate(sr);
+    }
+    autoListenFilter.SetSampleRate(sr);
+    for (CBiquad& b : bandFilter) {
+        b.SetSampleRate(sr);
+    }
+    hpFilter.SetSampleRate(sr);
+    lpFilter.SetSampleRate(sr);
+    bassShifter.SetSampleRate(sr);
+    presenceShifter.SetSampleRate(sr);
+    return 1;
+}
+
+void CZkmorva10SignalProcessing::InitBuffers() {
+    bypassDelay.fill(0.0);
+    bypassDelayIndex = 3;
+    aiFilter.InitBuffers();
+    autoListenFilter.InitBuffers();
+    for (CBiquad& b : bandFilter) {
+        b.InitBuffers();
+    }
+    hpFilter.InitBuffers();
+    lpFilter.InitBuffers();
+    bassShifter.InitBuffers();
+    presenceShifter.InitBuffers();
+}
+
+void CZkmorva10SignalProcessing::AllocateWorkBuffer(long maxFrames) {
+    if (maxFrames < 1) {
+        ReleaseWorkBuffer();
+        return;
+    }
+    const long perFrame = oversampling ? 2 : 1;
+    workStorage.assign(static_cast<std::size_t>(maxFrames * perFrame), 0.0);
+    workBuffer = workStorage.data();
+}
+
+void CZkmorva10SignalProcessing::ReleaseWorkBuffer() {
+    workStorage.clear();
+    workStorage.shrink_to_fit();
+    workBuffer = nullptr;
+}
+
+long CZkmorva10SignalProcessing::GetWorkBufferFrames() const {
+    return static_cast<long>(workStorage.size()) / (oversampling ? 2 : 1);
+}
+
+void CZkmorva10SignalProcessing::ProcessFloats(float** in, float** out, long frames) {
+    ProcessBlock(in[0], out[0], frames);
+}
+
+void CZkmorva10SignalProcessing::ProcessDoubles(double** in, double** out, long frames) {
+    ProcessBlock(in[0], out[0], frames);
+}
+
+template <typename Sample>
+void CZkmorva10SignalProcessing::ProcessBlock(const Sample* in, Sample* out, long frames) {
+    if (workBuffer == nullptr) {
+        return;
+    }
+    CDenormalGuard guard;
+    if (bypass) {
+        RunBypass(in, out, frames);
+        inputMeter.store(0.0f, std::memory_order_relaxed);
+        outputMeter.store(0.0f, std::memory_order_relaxed);
+        return;
+    }
+    const long room = GetWorkBufferFrames();
+    if (room < 1) {
+        return;
+    }
+    double* x = workBuffer;
+    for (long done = 0; done < frames;) {
+        const long n = std::min(room, frames - done);
+        const Sample* src = in + done;
+        Sample* dst = out + done;
+        if (oversampling) {
+            // Zero-stuffing; the chain doubles the samples to make up for it.
+            for (long i = 0; i < n; ++i) {
+                x[2 * i] = static_cast<double>(src[i]);
+                x[2 * i + 1] = 0.0;
+            }
+            ProcessSampleBuffer(2 * n);
+            // Plain decimation with no filter before it; intended.
+            for (long i = 0; i < n; ++i) {
+                dst[i] = static_cast<Sample>(x[2 * i]);
+            }
+        } else {
+            for (long i = 0; i < n; ++i) {
+                x[i] = static_cast<double>(src[i]);
+            }
+            ProcessSampleBuffer(n);
+            for (long i = 0; i < n; ++i) {
+                dst[i] = static_cast<Sample>(x[i]);
+            }
+        }
+        done += n;
+    }
+}
+
+template <typename Sample>
+void CZkmorva10SignalProcessing::RunBypass(const Sample* in, Sample* out, long frames) {
+    if (!oversampling) {
+        std::copy(in, in + std::max(frames, 0L), out);
+        return;
+    }
+    // Delayed as long as the oversampled path takes.
+    for (long i = 0; i < frames; ++i) {
+        const double x = static_cast<double>(in[i]);
+        bypassDelayIndex = (bypassDelayIndex + 1) % kBypassRingSize;
+        double& slot = bypassDelay[static_cast<std::size_t>(bypassDelayIndex)];
+        out[i] = static_cast<Sample>(slot);
+        slot = x;
+    }
+}
+
+void CZkmorva10SignalProcessing::ProcessSampleBuffer(long count) {
+    if (workBuffer == nullptr) {
+        return;
+    }
+    double* x = workBuffer;
+    const float attack = meterAttack;
+    const float release = meterRelease;
+
+    float peak = inputPeak.load(std::memory_order_relaxed);
+    float meter = inputMeter.load(std::memory_order_relaxed);
+    const double gainIn = inputGain;
+    const double polarity = phase;
+    for (long i = 0; i < count; ++i) {
+        double v = x[i] * gainIn * polarity;
+        peak = std::fabs(static_cast<float>(v));
+        meter = FollowMeter(peak, meter, attack, release);
+        add_white_noise(&v);
+        x[i] = v;
+    }
+    inputPeak.store(peak, std::memory_order_relaxed);
+    inputMeter.store(meter, std::memory_order_relaxed);
+
+    if (oversampling) {
+        for (long i = 0; i < count; ++i) {
+            x[i] = x[i] * 2.0;
+        }
+        aiFilter.FilterBuffer(x, count);
+    }
+
+    if (eqOn) {
+        if (autoListenActive) {
+            RunAutoListenChain(x, count);
+        } else {
+            RunNormalChain(x, count);
+        }
+    }
+
+    peak = outputPeak.load(std::memory_order_relaxed);
+    meter = outputMeter.load(std::memory_order_relaxed);
+    const double gainOut = outputGain * autoListenGain;
+    for (long i = 0; i < count; ++i) {
+        const double v = x[i] * gainOut;
+        x[i] = v;
+        peak = std::fabs(static_cast<float>(v));
+        meter = FollowMeter(peak, meter, attack, release);
+    }
+    outputPeak.store(peak, std::memory_order_relaxed);
+    outputMeter.store(meter, std::memory_order_relaxed);
+}
+
+// The bass shifter follows band 1 and the presence shifter sits between bands 4
+// and 5; the order is fixed.
+void CZkmorva10SignalProcessing::RunNormalChain(double* x, long count) {
+    if (IsHighPassActive()) {
+        hpFilter.FilterBuffer(x, count);
+    }
+    if (IsBandActive(0)) {
+        bandFilter[0].FilterBuffer(x, count);
+    }
+    if (IsBassShifterActive()) {
+        bassShifter.FilterBuffer(x, count);
+    }
+    for (int b = 1; b <= 3; ++b) {
+        if (IsBandActive(b)) {
+            bandFilter[static_cast<std::size_t>(b)].FilterBuffer(x, count);
+        }
+    }
+    if (IsPresenceShifterActive()) {
+        presenceShifter.FilterBuffer(x, count);
+    }
+    if (IsBandActive(4)) {
+        bandFilter[4].FilterBuffer(x, count);
+    }
+    if (IsLowPassActive()) {
+        lpFilter.FilterBuffer(x, count);
+    }
+}
+
+// Only the listened control's filter runs, whatever its switch and gain.
+void CZkmorva10SignalProcessing::RunAutoListenChain(double* x, long count) {
+    const zk10::ListenControl control = zk10::ListenControlFor(autoListenParam);
+    switch (control.kind) {
+    case zk10::kNotListenable:
+        return;
+    case zk10::kFrequencyControl:
+        autoListenFilter.FilterBufferAndInvert(x, count);
+        return;
+    case zk10::kShapeControl:
+    case zk10::kGainControl:
+        break;
+    }
+    switch (control.section) {
+    case zk10::kHighPassSection:
+        hpFilter.FilterBuffer(x, count);
+        break;
+    case zk10::kLowPassSection:
+        lpFilter.FilterBuffer(x, count);
+        break;
+    case zk10::kNoSection:
+        break;
+    default:
+        bandFilter[static_cast<std::size_t>(control.section)].FilterBuffer(x, count);
+        break;
+    }
+}
+
+double CZkmorva10SignalProcessing::ListenFrequency(int section) const {
+    switch (section) {
+    case zk10::kHighPassSection:
+        return hpFrequency;
+    case zk10::kLowPassSection:
+        return lpFrequency;
+    default:
+        return band[static_cast<std::size_t>(section)].frequency;
+    }
+}
+
+void CZkmorva10SignalProcessing::BeginAutoListen(long paramId) {
+    if (!autoListenEnabled || textBoxActive.load(std::memory_order_relaxed) || autoListenActive) {
+        textBoxActive.store(false, std::memory_order_relaxed);
+        return;
+    }
+    autoListenGain = 1.0;
+    autoListenParam = static_cast<std::int32_t>(paramId);
+    const std::uint8_t kinds = zk10::ModeKinds(autoListenMode);
+    const zk10::ListenControl control = zk10::ListenControlFor(autoListenParam);
+
+    if ((kinds & zk10::kShapeControl) != 0 && control.kind == zk10::kShapeControl) {
+        if (control.section <= zk10::kBand5) {
+            // The band's gain field stays as it is; EndAutoListen restores from it.
+            const double gain = band[static_cast<std::size_t>(control.section)].gain;
+            CBiquad& section = bandFilter[static_cast<std::size_t>(control.section)];
+            if (gain >= 1.0) {
+                autoListenGain = gain * 0.25;
+                section.Update(kListenBoost, CBiquad::kGain);
+            } else {
+                section.Update(kListenCut, CBiquad::kGain);
+            }
+        }
+        autoListenActive = true;
+    }
+    if ((kinds & zk10::kFrequencyControl) != 0 && control.kind == zk10::kFrequencyControl) {
+        autoListenFilter.Update(
+            filterParameters{Notch, 0.0, ListenFrequency(control.section), kNarrowBandQ});
+        autoListenActive = true;
+    }
+    if ((kinds & zk10::kGainControl) != 0) {
+        if (control.kind == zk10::kGainControl) {
+            autoListenActive = true;
+        }
+        // Only modes covering gains tell the editor; the others stay silent about
+        // a started listen. Intended.
+        if (autoListenActive) {
+            DrawAutoListen(true, paramId);
+        }
+    }
+    textBoxActive.store(false, std::memory_order_relaxed);
+}
+
+void CZkmorva10SignalProcessing::EndAutoListen(long paramId) {
+    if (!autoListenEnabled || autoListenParam != paramId) {
+        return;
+    }
+    // Told even when nothing was sounding.
+    DrawAutoListen(false, paramId);
+    const zk10::ListenControl control = zk10::ListenControlFor(paramId);
+    if (control.kind == zk10::kShapeControl && control.section <= zk10::kBand5) {
+        const std::size_t b = static_cast<std::size_t>(control.section);
+        bandFilter[b].Update(band[b].gain, CBiquad::kGain);
+    }
+    if (autoListenActive) {
+        autoListenActive = false;
+        autoListenGain = 1.0;
+    }
+}
