@@ -1,0 +1,49 @@
+#pragma once
+
+#include "framework/Types.h"
+
+#include <optional>
+#include <span>
+#include <string_view>
+
+namespace zk {
+
+// One row of a unit's parameter table: the single source of names, stable
+// symbols, units, ranges, defaults and flags for the unit, the plug-in adapters,
+// the editors and the renderer.
+struct ParameterDef {
+    AudioUnitParameterID id;
+    const char* name;   // shown to hosts and users, exactly as it stands
+    const char* symbol; // stable identifier for plug-in formats and presets
+    AudioUnitParameterUnit unit;
+    float minValue;
+    float maxValue;
+    float defaultValue;
+    AudioUnitParameterOptions flags; // complete flag word reported to hosts
+};
+
+inline constexpr AudioUnitParameterOptions kReadWrite =
+    kAudioUnitParameterFlag_IsReadable | kAudioUnitParameterFlag_IsWritable;
+
+inline bool IsMeter(const ParameterDef& p) {
+    return (p.flags & kAudioUnitParameterFlag_MeterReadOnly) != 0;
+}
+inline bool IsAutomatable(const ParameterDef& p) {
+    return (p.flags & kAudioUnitParameterFlag_IsWritable) != 0;
+}
+
+// Looks a parameter up by id, name or symbol (names compare exactly, symbols
+// case-insensitively).
+const ParameterDef* FindParameter(std::span<const ParameterDef> table, AudioUnitParameterID id);
+const ParameterDef* FindParameter(std::span<const ParameterDef> table,
+                                  std::string_view nameOrSymbol);
+
+// Fills a framework parameter info record from a row.
+void FillParameterInfo(const ParameterDef& p, AudioUnitParameterInfo& info);
+
+// The auto-listen mode names, index = mode: the letters name the band controls
+// (Q, frequency, gain) whose touch starts auto-listen.
+inline constexpr const char* kAutoListenModeNames[] = {"Q - -", "- f -", "- - G", "Q f -",
+                                                       "Q - G", "- f G", "Q f G"};
+
+} // namespace zk

@@ -1,0 +1,424 @@
+#include "units/Zkmorva10AU.h"
+
+#include "dsp/Truncate.h"
+#include "units/ValueTexts.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+namespace {
+
+using namespace zk;
+
+constexpr float kGainFloorDb = -100.0f;      // input and output gain
+constexpr float kBandGainFloorDb = -1000.0f; // band and shifter gains
+constexpr float kMeterFloorDb = -61.0f;
+
+// Band of a parameter id 9..28 (four ids per band), or -1.
+int BandOf(AudioUnitParameterID id) {
+    return id >= kZ10LfQ && id <= kZ10HfOn ? static_cast<int>((id - kZ10LfQ) / 4) : -1;
+}
+
+// The high-pass slope code from the Q control: the top ranges select the
+// Butterworth orders, lower values are a resonant Q.
+double SlopeCode(double value) {
+    if (value > 23.0) {
+        return 130.0;
+    }
+    if (value > 21.0) {
+        return 124.0;
+    }
+    if (value > 19.0) {
+        return 118.0;
+    }
+    if (value > 17.0) {
+        return 112.0;
+    }
+    if (value > 15.0) {
+        return 106.0;
+    }
+    return value;
+}
+
+} // namespace
+
+CZkmorva10AU::CZkmorva10AU(AudioComponentInstance instance) : CZkmorvaAU(instance) {
+    CreateElements();
+    Globals()->UseIndexedParameters(kZ10ParameterCount);
+    for (const ParameterDef& p : kZkmorva10Parameters) {
+        if (!IsMeter(p)) {
+            AUBase::SetParameter(p.id, kAudioUnitScope_Global, 0, p.defaultValue, 0);
+        }
+    }
+}
+
+CZkmorva10AU::~CZkmorva10AU() {
+    RemoveParameterListener();
+}
+
+OSStatus CZkmorva10AU::Initialize() {
+    const OSStatus result = AUEffectBase::Initialize();
+    UpdateSampleRate(GetSampleRate());
+    AllocateWorkBuffer(static_cast<long>(GetMaxFramesPerSlice()));
+    const UInt32 channels = GetNumberOfChannels();
+    historyChannels = channels > 1 ? channels : 0;
+    const std::array<std::size_t, kHistorySlotCount> slotSize{CZkmorvaHpLpFilter::kStateSize,
+                                                              CBiquad::kStateSize,
+                                                              CBiquad::kStateSize,
+                                                              CBiquad::kStateSize,
+                                                              CBiquad::kStateSize,
+                                                              CBiquad::kStateSize,
+                                                              CZkmorvaHpLpFilter::kStateSize,
+                                                              CZkmorvaShifter::kStateSize,
+                                                              CZkmorvaShifter::kStateSize,
+                                                              CBiquad::kStateSize,
+                                                              CZkmorvaAiFilter::kStateSize};
+    for (std::size_t s = 0; s < history.size(); ++s) {
+        history[s].assign(slotSize[s] * historyChannels, 0.0);
+    }
+    if (result != noErr) {
+        return result;
+    }
+    CreateParameterListener(kZ10LastDispatched);
+    Reset(kAudioUnitScope_Global, 0);
+    return result;
+}
+
+OSStatus CZkmorva10AU::Reset(AudioUnitScope scope, AudioUnitElement element) {
+    InitBuffers();
+    for (auto& h : history) {
+        std::fill(h.begin(), h.end(), 0.0);
+    }
+    for (AudioUnitParameterID id = 0; id < kZ10ParameterCount; ++id) {
+        UpdateParameters(id);
+    }
+    return AUBase::Reset(scope, element);
+}
+
+Float64 CZkmorva10AU::GetLatency() {
+    return IsOversampling() ? 4.0 / GetHostSampleRate() : 0.0;
+}
+
+void CZkmorva10AU::GetUIComponentDescs(AudioComponentDescription* outDescs) {
+    if (outDescs != nullptr) {
+        *outDescs = {MakeFourCC("auvw"), MakeFourCC("zkm1"), kManufacturer, 0, 0};
+    }
+}
+
+OSStatus CZkmorva10AU::GetParameterInfo(AudioUnitScope scope, AudioUnitParameterID id,
+                                        AudioUnitParameterInfo& outInfo) {
+    const ParameterDef* p = FindParameter(kZkmorva10Parameters, id);
+    if (scope != kAudioUnitScope_Global || p == nullptr) {
+        return kAudioUnitErr_InvalidParameter;
+    }
+    FillParameterInfo(*p, outInfo);
+    return noErr;
+}
+
+OSStatus CZkmorva10AU::GetParameterValueStrings(AudioUnitScope scope, AudioUnitParameterID id,
+                                                std::vector<std::string>* outStrings) {
+    if (scope != kAudioUnitScope_Global || id != kZ10AutoListenMode) {
+        return kAudioUnitErr_InvalidParameter;
+    }
+    if (outStrings != nullptr) {
+        outStrings->assign(std::begin(kAutoListenModeNames), std::end(kAutoListenModeNames));
+    }
+    return noErr;
+}
+
+OSStatus CZkmorva10AU::GetParameter(AudioUnitParameterID id, AudioUnitScope scope,
+                                    AudioUnitElement element, AudioUnitParameterValue& outValue) {
+    if (id == kZ10InputMeter || id == kZ10OutputMeter) {
+        const float level = id == kZ10InputMeter ? GetInputMeter() : GetOutputMeter();
+        outValue = static_cast<float>(ConvertFactorToDecibels(level, kMeterFloorDb));
+        return noErr;
+    }
+    return AUEffectBase::GetParameter(id, scope, element, outValue);
+}
+
+OSStatus CZkmorva10AU::GetProperty(AudioUnitPropertyID id, AudioUnitScope scope,
+                                   AudioUnitElement element, void* outData) {
+    if (scope == kAudioUnitScope_Global && outData != nullptr) {
+        switch (id) {
+        case kTextBoxCurrentControlProperty:
+            *static_cast<UInt8*>(outData) = IsTextBoxActive() ? 1 : 0;
+            return noErr;
+        case kAutoListenDisplayProperty: {
+            const AutoListenDisplay d = GetAutoListenDisplay();
+            std::memcpy(outData, &d, sizeof d);
+            return noErr;
+        }
+        case kAudioUnitProperty_ParameterStringFromValue: {
+            auto* request = static_cast<AudioUnitParameterStringFromValue*>(outData);
+            request->outString = nullptr;
+            const AudioUnitParameterID pid = request->inParamID;
+            if (!HasValueTexts(kZkmorva10ValueTexts, pid)) {
+                return kAudioUnitErr_InvalidParameter;
+            }
+            // Without a value the current value of parameter 33 is used, whatever
+            // was asked for; kept as it is.
+            AudioUnitParameterValue value = 0.0f;
+            if (request->inValue != nullptr) {
+                value = *request->inValue;
+            } else {
+                PeekParameter(kAudioUnitScope_Global, 0, kZ10BassShiftGain, value);
+            }
+            request->outString = FindValueText(kZkmorva10ValueTexts, pid, value);
+            return noErr;
+        }
+        default:
+            break;
+        }
+    }
+    return AUEffectBase::GetProperty(id, scope, element, outData);
+}
+
+OSStatus CZkmorva10AU::SetProperty(AudioUnitPropertyID id, AudioUnitScope scope,
+                                   AudioUnitElement element, const void* inData,
+                                   UInt32 inDataSize) {
+    if (id == kTextBoxCurrentControlProperty && scope == kAudioUnitScope_Global) {
+        // Any call with data sets the flag; the byte itself is not read (intended).
+        if (inData != nullptr) {
+            SetTextBoxAsCurrentControl();
+        }
+        return noErr;
+    }
+    return AUEffectBase::SetProperty(id, scope, element, inData, inDataSize);
+}
+
+void CZkmorva10AU::DrawAutoListen(bool on, long parameterId) {
+    SetAutoListenDisplay(on, parameterId);
+}
+
+void CZkmorva10AU::HandleParameterEvent(AudioUnitEventType type, AudioUnitParameterID id) {
+    switch (type) {
+    case kAudioUnitEvent_ParameterValueChange:
+        UpdateParameters(id);
+        break;
+    case kAudioUnitEvent_BeginParameterChangeGesture:
+        BeginAutoListen(static_cast<long>(id));
+        break;
+    case kAudioUnitEvent_EndParameterChangeGesture:
+        EndAutoListen(static_cast<long>(id));
+        break;
+    default:
+        break;
+    }
+}
+
+void CZkmorva10AU::UpdateAllParameters() {
+    for (AudioUnitParameterID id = 0; id <= kZ10LastDispatched; ++id) {
+        UpdateParameters(id);
+    }
+}
+
+// While the auto-listen of this very control sounds, its narrow band moves with it.
+void CZkmorva10AU::Follow(AudioUnitParameterID id, double frequency) {
+    if (IsAutoListenActive() && GetAutoListenParam() == static_cast<std::int32_t>(id)) {
+        GetAutoListenFilter().Update(frequency, CBiquad::kFrequency);
+    }
+}
+
+// Q values from 0.3 up are a bell of that Q; lower values select the band's shelf
+// with Q root two (the stored Q keeps the raw value).
+void CZkmorva10AU::ShelvingRule(int b, double q, double shelfType) {
+    CBiquad& section = GetBandFilter(b);
+    if (q >= 0.3 || std::isnan(q)) {
+        section.Update(Peak, CBiquad::kType);
+        section.Update(q, CBiquad::kQ);
+    } else {
+        section.Update(shelfType, CBiquad::kType);
+        section.Update(1.4142135623730951, CBiquad::kQ);
+    }
+}
+
+void CZkmorva10AU::UpdateParameters(AudioUnitParameterID id) {
+    if (id > kZ10LastDispatched) {
+        return;
+    }
+    AudioUnitParameterValue stored = 0.0f;
+    if (!PeekParameter(kAudioUnitScope_Global, 0, id, stored)) {
+        return;
+    }
+    const double v = stored;
+    const bool on = stored != 0.0f;
+    const int b = BandOf(id);
+    if (b >= 0) {
+        CBandSettings& s = band[static_cast<std::size_t>(b)];
+        CBiquad& section = GetBandFilter(b);
+        switch ((id - kZ10LfQ) % 4) {
+        case 0: // Q
+            s.q = v;
+            if (id == kZ10LfQ) {
+                ShelvingRule(b, v, LowShelf);
+            } else if (id == kZ10HfQ) {
+                ShelvingRule(b, v, HighShelf);
+            } else {
+                section.Update(v, CBiquad::kQ);
+            }
+            break;
+        case 1: // f
+            s.frequency = v;
+            section.Update(v, CBiquad::kFrequency);
+            Follow(id, v);
+            break;
+        case 2: // Gain
+            s.gain = ConvertDecibelsToFactor(v, kBandGainFloorDb);
+            section.Update(s.gain, CBiquad::kGain);
+            break;
+        default: // on/off
+            s.on = on;
+            break;
+        }
+        return;
+    }
+    switch (id) {
+    case kZ10AutoListenOn:
+        autoListenEnabled = on;
+        break;
+    case kZ10AutoListenMode: {
+        std::int32_t mode = autoListenMode;
+        zk::TruncateToInt32(v, &mode);
+        autoListenMode = mode;
+        break;
+    }
+    case kZ10EqOn:
+        eqOn = on;
+        break;
+    case kZ10InputGain:
+        inputGain = ConvertDecibelsToFactor(v, kGainFloorDb);
+        break;
+    case kZ10OutputGain:
+        outputGain = ConvertDecibelsToFactor(v, kGainFloorDb);
+        break;
+    case kZ10PhaseRev:
+        phase = 1.0 - 2.0 * v;
+        break;
+    case kZ10HpQ:
+        hpSlope = SlopeCode(v);
+        GetHpFilter().Update(hpSlope, CZkmorvaHpLpFilter::kSlope);
+        break;
+    case kZ10HpFreq:
+        hpFrequency = v;
+        GetHpFilter().Update(v, CZkmorvaHpLpFilter::kFrequency);
+        Follow(id, v);
+        break;
+    case kZ10HpOn:
+        hpOn = on;
+        break;
+    case kZ10LpQ:
+        // The low-pass gets the raw value, not the slope code the high-pass gets:
+        // the asymmetry is intended.
+        lpSlope = v;
+        GetLpFilter().Update(v, CZkmorvaHpLpFilter::kSlope);
+        break;
+    case kZ10LpFreq:
+        lpFrequency = v;
+        GetLpFilter().Update(v, CZkmorvaHpLpFilter::kFrequency);
+        Follow(id, v);
+        break;
+    case kZ10LpOn:
+        lpOn = on;
+        break;
+    case kZ10BassShiftFreq:
+        bassShift.frequency = v;
+        GetBassShifter().Update(v, CZkmorvaShifter::kFrequency);
+        break;
+    case kZ10BassShiftGain:
+        bassShift.gain = ConvertDecibelsToFactor(v, kBandGainFloorDb);
+        GetBassShifter().Update(bassShift.gain, CZkmorvaShifter::kGain);
+        break;
+    case kZ10BassShiftOn:
+        bassShift.on = on;
+        break;
+    case kZ10PresShiftFreq:
+        presenceShift.frequency = v;
+        GetPresenceShifter().Update(v, CZkmorvaShifter::kFrequency);
+        break;
+    case kZ10PresShiftGain:
+        presenceShift.gain = ConvertDecibelsToFactor(v, kBandGainFloorDb);
+        GetPresenceShifter().Update(presenceShift.gain, CZkmorvaShifter::kGain);
+        break;
+    case kZ10PresShiftOn:
+        presenceShift.on = on;
+        break;
+    default:
+        break;
+    }
+}
+
+// Visits the sections whose history is swapped, in order, with their slot; the
+// conditions are evaluated afresh on every call.
+template <class Visit> void CZkmorva10AU::ForEachActiveSection(Visit&& visit) {
+    if (IsHighPassActive()) {
+        visit(kHighPassHistory, GetHpFilter(), CZkmorvaHpLpFilter::kStateSize);
+    }
+    for (int b = 0; b < kBandCount; ++b) {
+        if (IsBandActive(b)) {
+            visit(kBand1History + b, GetBandFilter(b), CBiquad::kStateSize);
+        }
+    }
+    if (lpOn && lpFrequency < 26000.0) {
+        // Swapped below 26000 Hz though the chain runs it only up to 25999 Hz; harmless.
+        visit(kLowPassHistory, GetLpFilter(), CZkmorvaHpLpFilter::kStateSize);
+    }
+    if (IsBassShifterActive()) {
+        visit(kBassShifterHistory, GetBassShifter(), CZkmorvaShifter::kStateSize);
+    }
+    if (IsPresenceShifterActive()) {
+        visit(kPresenceShifterHistory, GetPresenceShifter(), CZkmorvaShifter::kStateSize);
+    }
+    if (IsAutoListenActive()) {
+        visit(kAutoListenHistory, GetAutoListenFilter(), CBiquad::kStateSize);
+    }
+    if (IsOversampling()) {
+        visit(kOversamplingHistory, GetAiFilter(), CZkmorvaAiFilter::kStateSize);
+    }
+}
+
+void CZkmorva10AU::LoadChannelHistory(UInt32 channel) {
+    ForEachActiveSection([&](int slot, auto& section, int size) {
+        section.StoreBuffers(history[static_cast<std::size_t>(slot)].data() +
+                             static_cast<std::size_t>(size) * channel);
+    });
+}
+
+void CZkmorva10AU::SaveChannelHistory(UInt32 channel) {
+    ForEachActiveSection([&](int slot, auto& section, int size) {
+        section.GetBuffers(history[static_cast<std::size_t>(slot)].data() +
+                           static_cast<std::size_t>(size) * channel);
+    });
+}
+
+OSStatus CZkmorva10AU::ProcessBufferLists(AudioUnitRenderActionFlags& /*ioActionFlags*/,
+                                          const AudioBufferList& inBuffers,
+                                          AudioBufferList& outBuffers, UInt32 frames) {
+    ApplyPendingCommands();
+    bypass = IsBypassEffect();
+    const UInt32 channels = std::min(inBuffers.mNumberBuffers, outBuffers.mNumberBuffers);
+    const bool swap = historyChannels >= 2 && channels <= historyChannels;
+    for (UInt32 i = 0; i < channels; ++i) {
+        auto* in = static_cast<float*>(inBuffers.mBuffers[i].mData);
+        auto* out = static_cast<float*>(outBuffers.mBuffers[i].mData);
+        if (swap) {
+            LoadChannelHistory(i);
+        }
+        ProcessFloats(&in, &out, static_cast<long>(frames));
+        if (swap) {
+            SaveChannelHistory(i);
+        }
+    }
+    return noErr;
+}
+
+// Host bypass runs the processor's own latency-matched dry path.
+OSStatus CZkmorva10AU::ProcessBypass(AudioUnitRenderActionFlags& ioActionFlags,
+                                     const AudioBufferList& inBuffers, AudioBufferList& outBuffers,
+                                     UInt32 frames) {
+    return ProcessBufferLists(ioActionFlags, inBuffers, outBuffers, frames);
+}
+
+AudioUnitPtr OpenZkmorva10() {
+    return CZkmorva10AUEntry::Open(kZkmorva10Description);
+}

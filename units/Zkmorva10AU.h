@@ -1,0 +1,78 @@
+#pragma once
+
+#include "dsp/Zkmorva10SignalProcessing.h"
+#include "framework/Component.h"
+#include "units/Zkmorva10Parameters.h"
+#include "units/ZkmorvaAU.h"
+
+#include <array>
+#include <vector>
+
+// The channel EQ unit: one equaliser path run over every channel in turn. One
+// set of filters serves all channels; each channel's filter history is swapped in
+// before and out after its pass, for the sections that are active.
+class CZkmorva10AU : public CZkmorvaAU, public CZkmorva10SignalProcessing {
+public:
+    static constexpr OSType kType = MakeFourCC("aufx");
+    static constexpr OSType kSubType = MakeFourCC("Zk10");
+    static constexpr OSType kManufacturer = MakeFourCC("Vnqe");
+
+    explicit CZkmorva10AU(AudioComponentInstance instance);
+    ~CZkmorva10AU() override;
+
+    OSStatus Initialize() override;
+    OSStatus Reset(AudioUnitScope scope, AudioUnitElement element) override;
+    Float64 GetLatency() override;
+    OSStatus GetProperty(AudioUnitPropertyID id, AudioUnitScope scope, AudioUnitElement element,
+                         void* outData) override;
+    OSStatus SetProperty(AudioUnitPropertyID id, AudioUnitScope scope, AudioUnitElement element,
+                         const void* inData, UInt32 inDataSize) override;
+    OSStatus GetParameter(AudioUnitParameterID id, AudioUnitScope scope, AudioUnitElement element,
+                          AudioUnitParameterValue& outValue) override;
+    OSStatus GetParameterInfo(AudioUnitScope scope, AudioUnitParameterID id,
+                              AudioUnitParameterInfo& outInfo) override;
+    OSStatus GetParameterValueStrings(AudioUnitScope scope, AudioUnitParameterID id,
+                                      std::vector<std::string>* outStrings) override;
+    void GetUIComponentDescs(AudioComponentDescription* outDescs) override;
+    OSStatus ProcessBufferLists(AudioUnitRenderActionFlags& ioActionFlags,
+                                const AudioBufferList& inBuffers, AudioBufferList& outBuffers,
+                                UInt32 frames) override;
+    OSStatus ProcessBypass(AudioUnitRenderActionFlags& ioActionFlags,
+                           const AudioBufferList& inBuffers, AudioBufferList& outBuffers,
+                           UInt32 frames) override;
+
+    void UpdateParameters(AudioUnitParameterID id) override;
+    void DrawAutoListen(bool on, long parameterId) override;
+
+protected:
+    void HandleParameterEvent(AudioUnitEventType type, AudioUnitParameterID id) override;
+    void UpdateAllParameters() override;
+
+private:
+    // The sections whose history is kept per channel, in swap order.
+    enum HistorySlot {
+        kHighPassHistory,
+        kBand1History,
+        kBand5History = kBand1History + 4,
+        kLowPassHistory,
+        kBassShifterHistory,
+        kPresenceShifterHistory,
+        kAutoListenHistory,
+        kOversamplingHistory,
+        kHistorySlotCount,
+    };
+    template <class Visit> void ForEachActiveSection(Visit&& visit);
+    void LoadChannelHistory(UInt32 channel);
+    void SaveChannelHistory(UInt32 channel);
+    void ShelvingRule(int band, double q, double shelfType);
+    void Follow(AudioUnitParameterID id, double frequency);
+
+    std::array<std::vector<double>, kHistorySlotCount> history;
+    UInt32 historyChannels = 0;
+};
+
+// The component entry of the channel EQ and its description.
+using CZkmorva10AUEntry = AUComponentEntry<CZkmorva10AU>;
+inline constexpr AudioComponentDescription kZkmorva10Description{
+    CZkmorva10AU::kType, CZkmorva10AU::kSubType, CZkmorva10AU::kManufacturer, 0, 0};
+AudioUnitPtr OpenZkmorva10();

@@ -1,0 +1,139 @@
+#pragma once
+
+#include "units/ParameterTable.h"
+#include "units/ValueTexts.h"
+
+#include <array>
+
+namespace zk {
+
+// Parameter ids of the channel EQ. Each band has Q, f, Gain, on/off in that order.
+enum Zkmorva10Param : AudioUnitParameterID {
+    kZ10AutoListenOn = 0,
+    kZ10AutoListenMode = 1,
+    kZ10EqOn = 2,
+    kZ10InputGain = 3,
+    kZ10OutputGain = 4,
+    kZ10PhaseRev = 5,
+    kZ10HpQ = 6,
+    kZ10HpFreq = 7,
+    kZ10HpOn = 8,
+    kZ10LfQ = 9,
+    kZ10LfFreq = 10,
+    kZ10LfGain = 11,
+    kZ10LfOn = 12,
+    kZ10LmfQ = 13,
+    kZ10LmfFreq = 14,
+    kZ10LmfGain = 15,
+    kZ10LmfOn = 16,
+    kZ10MfQ = 17,
+    kZ10MfFreq = 18,
+    kZ10MfGain = 19,
+    kZ10MfOn = 20,
+    kZ10HmfQ = 21,
+    kZ10HmfFreq = 22,
+    kZ10HmfGain = 23,
+    kZ10HmfOn = 24,
+    kZ10HfQ = 25,
+    kZ10HfFreq = 26,
+    kZ10HfGain = 27,
+    kZ10HfOn = 28,
+    kZ10LpQ = 29,
+    kZ10LpFreq = 30,
+    kZ10LpOn = 31,
+    kZ10BassShiftFreq = 32,
+    kZ10BassShiftGain = 33,
+    kZ10BassShiftOn = 34,
+    kZ10PresShiftFreq = 35,
+    kZ10PresShiftGain = 36,
+    kZ10PresShiftOn = 37,
+    kZ10InputMeter = 38,
+    kZ10OutputMeter = 39,
+    kZ10HidePanel = 40,
+    kZ10ParameterCount = 41,
+    kZ10LastDispatched = 37, // ids above are meters and panel state, never pushed
+};
+
+namespace z10flags {
+inline constexpr AudioUnitParameterOptions kBase =
+    kReadWrite | kAudioUnitParameterFlag_HasCFNameString;
+inline constexpr AudioUnitParameterOptions kLog =
+    kBase | kAudioUnitParameterFlag_DisplayLogarithmic;
+inline constexpr AudioUnitParameterOptions kLogStrings =
+    kLog | kAudioUnitParameterFlag_ValuesHaveStrings;
+inline constexpr AudioUnitParameterOptions kGainStrings =
+    kBase | kAudioUnitParameterFlag_ValuesHaveStrings | kAudioUnitParameterFlag_DisplayCubed;
+inline constexpr AudioUnitParameterOptions kMeter =
+    kAudioUnitParameterFlag_IsReadable | kAudioUnitParameterFlag_HasCFNameString |
+    kAudioUnitParameterFlag_ValuesHaveStrings | kAudioUnitParameterFlag_MeterReadOnly;
+inline constexpr AudioUnitParameterOptions kPanel = kAudioUnitParameterFlag_IsReadable |
+                                                    kAudioUnitParameterFlag_HasCFNameString |
+                                                    kAudioUnitParameterFlag_ExpertMode;
+} // namespace z10flags
+
+inline constexpr AudioUnitParameterUnit kUnitBool = kAudioUnitParameterUnit_Boolean;
+inline constexpr AudioUnitParameterUnit kUnitIndexed = kAudioUnitParameterUnit_Indexed;
+inline constexpr AudioUnitParameterUnit kUnitGeneric = kAudioUnitParameterUnit_Generic;
+inline constexpr AudioUnitParameterUnit kUnitHz = kAudioUnitParameterUnit_Hertz;
+inline constexpr AudioUnitParameterUnit kUnitDb = kAudioUnitParameterUnit_Decibels;
+inline constexpr AudioUnitParameterUnit kUnitPercent = kAudioUnitParameterUnit_Percent;
+
+// The shifter gains are of unit Generic while the band gains are Decibels, and the
+// LF/HF Q ranges start at 0.28 (below 0.3 selects a shelf): both intended.
+inline constexpr std::array<ParameterDef, kZ10ParameterCount> kZkmorva10Parameters{{
+    {0, "Auto listen on/off", "AutoListenOn", kUnitBool, 0, 1, 1, z10flags::kBase},
+    {1, "Auto listen mode", "AutoListenMode", kUnitIndexed, 0, 6, 6, z10flags::kBase},
+    {2, "EQ on/off", "EqOn", kUnitBool, 0, 1, 1, z10flags::kBase},
+    {3, "Input Gain", "InputGain", kUnitDb, -100, 12, 0, z10flags::kGainStrings},
+    {4, "Output Gain", "OutputGain", kUnitDb, -100, 12, 0, z10flags::kGainStrings},
+    {5, "Phase Rev. on/off", "PhaseRev", kUnitBool, 0, 1, 0, z10flags::kBase},
+    {6, "HP Q", "HpQuality", kUnitGeneric, 0.3f, 25, 18, z10flags::kLogStrings},
+    {7, "HP f", "HpFrequency", kUnitHz, 20, 26000, 20, z10flags::kLog},
+    {8, "HP on/off", "HpOn", kUnitBool, 0, 1, 1, z10flags::kBase},
+    {9, "LF Q", "LfQuality", kUnitGeneric, 0.28f, 15, 0.29f, z10flags::kLogStrings},
+    {10, "LF f", "LfFrequency", kUnitHz, 20, 1000, 100, z10flags::kLog},
+    {11, "LF Gain", "LfGain", kUnitDb, -12, 12, 0, z10flags::kBase},
+    {12, "LF on/off", "LfOn", kUnitBool, 0, 1, 1, z10flags::kBase},
+    {13, "LMF Q", "LmfQuality", kUnitGeneric, 0.3f, 15, 1, z10flags::kLog},
+    {14, "LMF f", "LmfFrequency", kUnitHz, 20, 1000, 315, z10flags::kLog},
+    {15, "LMF Gain", "LmfGain", kUnitDb, -12, 12, 0, z10flags::kBase},
+    {16, "LMF on/off", "LmfOn", kUnitBool, 0, 1, 1, z10flags::kBase},
+    {17, "MF Q", "MfQuality", kUnitGeneric, 0.3f, 15, 2, z10flags::kLog},
+    {18, "MF f", "MfFrequency", kUnitHz, 20, 26000, 3150, z10flags::kLog},
+    {19, "MF Gain", "MfGain", kUnitDb, -12, 12, 0, z10flags::kBase},
+    {20, "MF on/off", "MfOn", kUnitBool, 0, 1, 1, z10flags::kBase},
+    {21, "HMF Q", "HmfQuality", kUnitGeneric, 0.3f, 15, 3, z10flags::kLog},
+    {22, "HMF f", "HmfFrequency", kUnitHz, 400, 26000, 5800, z10flags::kLog},
+    {23, "HMF Gain", "HmfGain", kUnitDb, -12, 12, 0, z10flags::kBase},
+    {24, "HMF on/off", "HmfOn", kUnitBool, 0, 1, 1, z10flags::kBase},
+    {25, "HF Q", "HfQuality", kUnitGeneric, 0.28f, 15, 0.29f, z10flags::kLogStrings},
+    {26, "HF f", "HfFrequency", kUnitHz, 400, 26000, 12000, z10flags::kLog},
+    {27, "HF Gain", "HfGain", kUnitDb, -12, 12, 0, z10flags::kBase},
+    {28, "HF on/off", "HfOn", kUnitBool, 0, 1, 1, z10flags::kBase},
+    {29, "LP Q", "LpQuality", kUnitGeneric, 0.3f, 25, 18, z10flags::kLogStrings},
+    {30, "LP f", "LpFrequency", kUnitHz, 20, 26000, 26000, z10flags::kLog},
+    {31, "LP on/off", "LpOn", kUnitBool, 0, 1, 1, z10flags::kBase},
+    {32, "Bass Shift f", "BsFrequency", kUnitHz, 40, 200, 89, z10flags::kBase},
+    {33, "Bass Shift Gain", "BsGain", kUnitGeneric, -12, 12, 0, z10flags::kBase},
+    {34, "Bass Shift on/off", "BsOn", kUnitBool, 0, 1, 1, z10flags::kBase},
+    {35, "Pres Shift f", "PsFrequency", kUnitHz, 8000, 20000, 12600, z10flags::kBase},
+    {36, "Pres Shift Gain", "PsGain", kUnitGeneric, -12, 12, 0, z10flags::kBase},
+    {37, "Pres Shift on/off", "PsOn", kUnitBool, 0, 1, 1, z10flags::kBase},
+    {38, "Input", "InputMeter", kUnitDb, -61, 0, -61, z10flags::kMeter},
+    {39, "Output", "OutputMeter", kUnitDb, -61, 0, -61, z10flags::kMeter},
+    {40, "Panel on/off", "HidePanel", kUnitBool, 0, 1, 0, z10flags::kPanel},
+}};
+
+// Host-visible texts for special values. The meter floor reads "-60" for values at
+// or below -61; the mismatch is intended.
+inline constexpr auto kZkmorva10ValueTexts = JoinRules(
+    std::array<ValueTextRule, 1>{{{{3, 4, kNoParameter, kNoParameter}, AtMost(-100.0f), "-oo"}}},
+    SlopeTextRules({6, 29, kNoParameter, kNoParameter}),
+    std::array<ValueTextRule, 4>{{
+        {{9, kNoParameter, kNoParameter, kNoParameter}, Below(0.3f), "lo-shelf"},
+        {{25, kNoParameter, kNoParameter, kNoParameter}, Below(0.3f), "hi-shelf"},
+        {{38, 39, kNoParameter, kNoParameter}, AtMost(-61.0f), "-60"},
+        {{38, 39, kNoParameter, kNoParameter}, AtLeast(0.0f), "0"},
+    }});
+
+} // namespace zk

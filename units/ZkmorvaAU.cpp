@@ -1,0 +1,125 @@
+#include "units/ZkmorvaAU.h"
+
+#include "units/Decibels.h"
+
+CZkmorvaAU::CZkmorvaAU(AudioComponentInstance instance) : AUEffectBase(instance, true) {}
+
+CZkmorvaAU::~CZkmorvaAU() {
+    RemoveParameterListener();
+}
+
+double CZkmorvaAU::ConvertDecibelsToFactor(double dB, float floor) {
+    return zk::DecibelsToFactor(dB, floor);
+}
+
+double CZkmorvaAU::ConvertFactorToDecibels(double factor, float floor) {
+    return zk::FactorToDecibels(factor, floor);
+}
+
+OSStatus CZkmorvaAU::GetPropertyInfo(AudioUnitPropertyID id, AudioUnitScope scope,
+                                     AudioUnitElement element, UInt32& outDataSize,
+                                     Boolean& outWritable) {
+    if (scope == kAudioUnitScope_Global) {
+        switch (id) {
+        case kAudioUnitProperty_ParameterStringFromValue:
+            outDataSize = sizeof(AudioUnitParameterStringFromValue);
+            outWritable = false;
+            return noErr;
+        case kAudioUnitProperty_ParameterValueFromString:
+            outDataSize = sizeof(AudioUnitParameterValueFromString);
+            outWritable = false;
+            return noErr;
+        case kTextBoxCurrentControlProperty:
+            outDataSize = 1;
+            outWritable = true;
+            return noErr;
+        case kAutoListenDisplayProperty:
+            outDataSize = sizeof(AutoListenDisplay);
+            outWritable = false;
+            return noErr;
+        default:
+            break;
+        }
+    }
+    return AUEffectBase::GetPropertyInfo(id, scope, element, outDataSize, outWritable);
+}
+
+CZkmorvaAU::AutoListenDisplay CZkmorvaAU::GetAutoListenDisplay() const {
+    const std::uint64_t packed = autoListenDisplay.load(std::memory_order_relaxed);
+    return {static_cast<UInt32>(packed >> 32), static_cast<SInt32>(packed & 0xFFFFFFFFu)};
+}
+
+void CZkmorvaAU::SetAutoListenDisplay(bool on, long parameterId) {
+    const std::uint64_t packed = (static_cast<std::uint64_t>(on ? 1u : 0u) << 32) |
+                                 static_cast<std::uint32_t>(static_cast<SInt32>(parameterId));
+    autoListenDisplay.store(packed, std::memory_order_relaxed);
+    PropertyChanged(kAutoListenDisplayProperty, kAudioUnitScope_Global, 0);
+}
+
+bool CZkmorvaAU::CreateParameterListener(AudioUnitParameterID lastId) {
+    RemoveParameterListener();
+    if (AUEventListenerCreate(&CZkmorvaAU::EventListenerDispatcher, this, CFRunLoopGetCurrent(),
+                              kCFRunLoopDefaultMode, kListenerInterval, kListenerInterval,
+                              &eventListener) != noErr) {
+        eventListener = nullptr;
+        return false;
+    }
+    subscribedLastId = lastId;
+    AudioUnitEvent event;
+    for (AudioUnitEventType type :
+         {kAudioUnitEvent_ParameterValueChange, kAudioUnitEvent_BeginParameterChangeGesture,
+          kAudioUnitEvent_EndParameterChangeGesture}) {
+        event.mEventType = type;
+        for (AudioUnitParameterID id = 0; id <= lastId; ++id) {
+            event.mArgument.mParameter = {GetComponentInstance(), id, kAudioUnitScope_Global, 0};
+            AUEventListenerAddEventType(eventListener, this, &event);
+        }
+    }
+    return true;
+}
+
+void CZkmorvaAU::RemoveParameterListener() {
+    if (eventListener == nullptr) {
+        return;
+    }
+    AudioUnitEvent event;
+    for (AudioUnitEventType type :
+         {kAudioUnitEvent_ParameterValueChange, kAudioUnitEvent_BeginParameterChangeGesture,
+          kAudioUnitEvent_EndParameterChangeGesture}) {
+        event.mEventType = type;
+        for (AudioUnitParameterID id = 0; id <= subscribedLastId; ++id) {
+            event.mArgument.mParameter = {GetComponentInstance(), id, kAudioUnitScope_Global, 0};
+            AUEventListenerRemoveEventType(eventListener, this, &event);
+        }
+    }
+    AUListenerDispose(eventListener);
+    eventListener = nullptr;
+}
+
+void CZkmorvaAU::EventListenerDispatcher(void* userData, void* /*object*/,
+                                         const AudioUnitEvent* event, UInt64 /*hostTime*/,
+                                         AudioUnitParameterValue /*value*/) {
+    if (userData == nullptr || event == nullptr) {
+        return;
+    }
+    auto* unit = static_cast<CZkmorvaAU*>(userData);
+    const AudioUnitEventType type = event->mEventType;
+    if (type > kAudioUnitEvent_EndParameterChangeGesture) {
+        return;
+    }
+    if (!unit->commands.TryPush(
+            zk::ParameterCommand{type, event->mArgument.mParameter.mParameterID})) {
+        unit->droppedCommands.fetch_add(1, std::memory_order_relaxed);
+        unit->resyncNeeded.store(true, std::memory_order_release);
+    }
+}
+
+void CZkmorvaAU::ApplyPendingCommands() {
+    if (resyncNeeded.exchange(false, std::memory_order_acquire)) {
+        UpdateAllParameters();
+    }
+    zk::ParameterCommand command;
+    while (commands.TryPop(command)) {
+        HandleParameterEvent(command.type, command.id);
+    }
+}
