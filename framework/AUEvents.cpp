@@ -252,7 +252,9 @@ struct Listener {
     }
 
     // Returns the slot to the pool: deliverMutex held, no poster inside, detached.
-    void Release();
+    // Returns the run-loop reference, to be dropped by the caller after unlocking
+    // deliverMutex (dropping the last reference of a threaded loop joins its thread).
+    std::shared_ptr<CFRunLoop> Release();
 };
 
 namespace {
@@ -308,7 +310,7 @@ struct RunLoopImpl {
             Listener* l = e.listener;
             std::unique_lock<std::mutex> lock(l->deliverMutex);
             if (l->generation.load(std::memory_order_acquire) != e.generation || !l->alive.load(std::memory_order_acquire) ||
-                &l->loop->Impl() != this || !l->HasPending()) {
+                !l->loop || &l->loop->Impl() != this || !l->HasPending()) {
                 continue;
             }
             if (honourIntervals && now - l->lastDelivery < l->interval) {
@@ -316,14 +318,16 @@ struct RunLoopImpl {
             }
             calls += l->Deliver();
             if (l->disposeDeferred) {
-                l->Release();
+                std::shared_ptr<CFRunLoop> drop = l->Release();
+                lock.unlock();
+                drop.reset(); // on this loop's own thread: a threaded loop detaches
             }
         }
         return calls;
     }
 };
 
-void Listener::Release() {
+std::shared_ptr<CFRunLoop> Listener::Release() {
     QueuedEvent q;
     while (queue.TryPop(q)) {
     }
@@ -337,10 +341,10 @@ void Listener::Release() {
     generation.fetch_add(1, std::memory_order_acq_rel);
     proc = nullptr;
     userData = nullptr;
-    // The loop reference is dropped when the slot is reused (or never): dropping it
-    // here could destroy a loop from inside its own delivery.
+    std::shared_ptr<CFRunLoop> previousLoop = std::move(loop);
     std::lock_guard<std::mutex> g(gCreateMutex);
     inUse = false;
+    return previousLoop;
 }
 
 namespace {
@@ -438,7 +442,9 @@ void CFRunLoop::Stop() {
 }
 
 std::size_t CFRunLoop::Pump() {
-    zkfw::RunLoopImpl* impl = mImpl.get();
+    // Keep the implementation alive even if a callback drops the last handle.
+    const std::shared_ptr<zkfw::RunLoopImpl> keep = mImpl;
+    zkfw::RunLoopImpl* impl = keep.get();
     if (impl->threaded || zkfw::tlsPumping == impl) {
         return 0;
     }
@@ -597,9 +603,12 @@ OSStatus AUListenerDispose(AUEventListenerRef listener) {
         l->disposeDeferred = true; // released by the delivery that is running us
         return noErr;
     }
-    std::lock_guard<std::mutex> g(l->deliverMutex);
-    l->Release();
-    return noErr;
+    std::shared_ptr<CFRunLoop> drop;
+    {
+        std::lock_guard<std::mutex> g(l->deliverMutex);
+        drop = l->Release();
+    }
+    return noErr; // `drop` goes after the lock is released
 }
 
 OSStatus AUEventListenerNotify(AUEventListenerRef sendingListener, void* sendingObject,

@@ -327,6 +327,66 @@ TEST(RunLoops, CurrentRunLoopAndScopedInstall) {
     other.join();
 }
 
+TEST(RunLoops, DisposedListenersReleaseTheirLoop) {
+    GainUnit unit(nullptr);
+    Recorder rec;
+    std::weak_ptr<CFRunLoop> weak;
+    {
+        auto loop = CFRunLoop::CreateThreaded();
+        weak = loop;
+        AUEventListenerRef l = nullptr;
+        ASSERT_EQ(AUEventListenerCreate(&Recorder::Callback, &rec, loop.get(),
+                                        kCFRunLoopDefaultMode, 0.0f, 0.0f, &l),
+                  noErr);
+        const AudioUnitEvent e = ParamEvent(&unit, kAudioUnitEvent_ParameterValueChange, kGain);
+        ASSERT_EQ(AUEventListenerAddEventType(l, nullptr, &e), noErr);
+        for (int i = 0; i < 1000; ++i) {
+            Set(&unit, kGain, float(i)); // deliveries run while we dispose
+        }
+        EXPECT_EQ(AUListenerDispose(l), noErr);
+        EXPECT_EQ(AUListenerDispose(l), kAudio_ParamError); // twice
+        EXPECT_FALSE(weak.expired()); // still held here
+    }
+    EXPECT_TRUE(weak.expired()); // the listener no longer holds it: thread joined
+    const std::size_t n = rec.Count();
+    Set(&unit, kGain, 5.0f);
+    std::this_thread::sleep_for(20ms);
+    EXPECT_EQ(rec.Count(), n);
+}
+
+// A callback on a threaded loop disposes its own listener, which held the last
+// reference to the loop: the loop thread winds down by itself.
+TEST(RunLoops, SelfDisposeOnThreadedLoop) {
+    GainUnit unit(nullptr);
+    struct Ctx {
+        AUEventListenerRef self = nullptr;
+        std::atomic<int> calls{0};
+    } ctx;
+    std::weak_ptr<CFRunLoop> weak;
+    {
+        auto loop = CFRunLoop::CreateThreaded();
+        weak = loop;
+        ASSERT_EQ(AUEventListenerCreate(
+                      [](void* ud, void*, const AudioUnitEvent*, UInt64, float) {
+                          auto* c = static_cast<Ctx*>(ud);
+                          c->calls.fetch_add(1);
+                          AUListenerDispose(c->self);
+                      },
+                      &ctx, loop.get(), kCFRunLoopDefaultMode, 0.0f, 0.0f, &ctx.self),
+                  noErr);
+        const AudioUnitEvent e = ParamEvent(&unit, kAudioUnitEvent_ParameterValueChange, kMix);
+        ASSERT_EQ(AUEventListenerAddEventType(ctx.self, nullptr, &e), noErr);
+    }
+    Set(&unit, kMix, 1.0f);
+    const auto deadline = std::chrono::steady_clock::now() + 5s;
+    while (!weak.expired() && std::chrono::steady_clock::now() < deadline) {
+        std::this_thread::sleep_for(1ms);
+    }
+    EXPECT_TRUE(weak.expired());
+    EXPECT_EQ(ctx.calls.load(), 1);
+    std::this_thread::sleep_for(20ms); // let the detached thread finish
+}
+
 // Several threads post at once (value changes and gestures) while the owner pumps.
 // Run under ThreadSanitizer: no data race, nothing lost, last values win.
 TEST(RunLoops, ConcurrentPostingWhilePumping) {
