@@ -461,7 +461,7 @@ OSStatus AUBase::GetProperty(AudioUnitPropertyID id, AudioUnitScope scope,
         return noErr;
     }
     case kAudioUnitProperty_ParameterStringFromValue: {
-        // Default: the value string of an indexed value, else no special text.
+        // Default: no special text (null outString); units override for their texts.
         auto* req = static_cast<AudioUnitParameterStringFromValue*>(outData);
         req->outString = nullptr;
         if (!Globals()->HasParameter(req->inParamID)) {
