@@ -1,0 +1,82 @@
+#include "cli/UnitCatalog.h"
+
+#include "cli/CliError.h"
+#include "units/Zkmorva10AU.h"
+
+#include <cctype>
+
+namespace zkcli {
+
+namespace {
+
+const UnitKind kUnits[] = {
+    {"10", "Zkmorva 10", &OpenZkmorva10, kZkmorva10Description, zk::kZkmorva10Parameters,
+     zk::kZkmorva10ValueTexts, 0, -1, -1},
+};
+
+// Lower-case letters and digits only: "Zkmorva-10" -> "zkmorva10".
+std::string Squeeze(std::string_view s) {
+    std::string out;
+    for (char c : s) {
+        if (std::isalnum(static_cast<unsigned char>(c))) {
+            out += static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+        }
+    }
+    return out;
+}
+
+} // namespace
+
+std::span<const UnitKind> AllUnits() {
+    return kUnits;
+}
+
+const UnitKind* FindUnit(std::string_view name) {
+    const std::string key = Squeeze(name);
+    for (const UnitKind& u : kUnits) {
+        if (key == u.name || key == std::string("zkmorva") + u.name) {
+            return &u;
+        }
+    }
+    return nullptr;
+}
+
+const UnitKind* FindUnit(const AudioComponentDescription& description) {
+    for (const UnitKind& u : kUnits) {
+        if (SameComponent(u.description, description)) {
+            return &u;
+        }
+    }
+    return nullptr;
+}
+
+std::string UnitNames() {
+    std::string out;
+    for (const UnitKind& u : kUnits) {
+        out += out.empty() ? "" : ", ";
+        out += u.name;
+    }
+    return out;
+}
+
+unsigned UnitChannels(const UnitKind& unit, unsigned fileChannels) {
+    if (fileChannels == 0) {
+        throw CliError("the input has no channels");
+    }
+    if (unit.fixedChannels == 0) {
+        if (fileChannels > AUBase::kMaxChannels) {
+            throw CliError(std::string(unit.title) + " takes at most " +
+                           std::to_string(AUBase::kMaxChannels) + " channels, the input has " +
+                           std::to_string(fileChannels));
+        }
+        return fileChannels;
+    }
+    if (fileChannels != 1 && fileChannels != unit.fixedChannels) {
+        throw CliError(std::string(unit.title) + " takes mono or " +
+                       std::to_string(unit.fixedChannels) + "-channel input, the input has " +
+                       std::to_string(fileChannels) + " channels");
+    }
+    return unit.fixedChannels;
+}
+
+} // namespace zkcli
