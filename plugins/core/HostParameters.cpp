@@ -1,0 +1,119 @@
+#include "plugins/core/HostParameters.h"
+
+#include <algorithm>
+#include <cmath>
+#include <optional>
+
+namespace zkplug {
+
+namespace {
+
+const char* UnitLabel(AudioUnitParameterUnit unit) {
+    switch (unit) {
+    case kAudioUnitParameterUnit_Decibels:
+        return "dB";
+    case kAudioUnitParameterUnit_Hertz:
+        return "Hz";
+    case kAudioUnitParameterUnit_Percent:
+        return "%";
+    default:
+        return "";
+    }
+}
+
+bool Names(const zk::ValueTextRule& rule, AudioUnitParameterID id) {
+    return std::find(rule.ids.begin(), rule.ids.end(), id) != rule.ids.end();
+}
+
+// A value inside both the rule's range and the parameter's range, if any.
+std::optional<float> RepresentativeValue(const zk::ValueRange& r, const zk::ParameterDef& p) {
+    if (r.Contains(p.defaultValue) && p.defaultValue >= p.minValue &&
+        p.defaultValue <= p.maxValue) {
+        return p.defaultValue;
+    }
+    const float lo = std::max(r.lo, p.minValue);
+    const float hi = std::min(r.hi, p.maxValue);
+    if (!(lo <= hi)) {
+        return std::nullopt;
+    }
+    for (float v : {lo == hi ? lo : 0.5f * (lo + hi), lo, hi}) {
+        if (r.Contains(v)) {
+            return v;
+        }
+    }
+    return std::nullopt;
+}
+
+void AddScalePoint(std::vector<ScalePoint>& points, float value, std::string label) {
+    // The first text found for a value wins, as when the unit formats it.
+    const bool known = std::any_of(points.begin(), points.end(),
+                                   [&](const ScalePoint& s) { return s.value == value; });
+    if (!known) {
+        points.push_back({value, std::move(label)});
+    }
+}
+
+} // namespace
+
+bool IsValidSymbol(const std::string& s) {
+    if (s.empty() || std::isdigit(static_cast<unsigned char>(s[0]))) {
+        return false;
+    }
+    return std::all_of(s.begin(), s.end(), [](char c) {
+        return c == '_' || std::isalnum(static_cast<unsigned char>(c));
+    });
+}
+
+std::vector<HostParameter> DescribeParameters(AUBase& unit, std::span<const zk::ParameterDef> table,
+                                              std::span<const zk::ValueTextRule> texts) {
+    std::vector<HostParameter> out;
+    out.reserve(table.size());
+    for (const zk::ParameterDef& p : table) {
+        HostParameter h;
+        h.id = p.id;
+        h.symbol = p.symbol;
+        h.name = (p.name != nullptr && p.name[0] != '\0') ? p.name : p.symbol;
+        h.unitLabel = UnitLabel(p.unit);
+        h.minValue = p.minValue;
+        h.maxValue = p.maxValue;
+        h.defaultValue = p.defaultValue;
+        h.output = zk::IsMeter(p);
+        h.automatable = zk::IsAutomatable(p) && !h.output;
+        h.boolean = p.unit == kAudioUnitParameterUnit_Boolean;
+        h.integer = h.boolean || p.unit == kAudioUnitParameterUnit_Indexed;
+        // A logarithmic scale needs a positive range.
+        h.logarithmic =
+            (p.flags & kAudioUnitParameterFlag_DisplayLogarithmic) != 0 && p.minValue > 0.0f;
+
+        if (p.unit == kAudioUnitParameterUnit_Indexed) {
+            std::vector<std::string> strings;
+            if (unit.GetParameterValueStrings(kAudioUnitScope_Global, p.id, &strings) == noErr &&
+                !strings.empty()) {
+                for (std::size_t i = 0; i < strings.size(); ++i) {
+                    const float v = p.minValue + static_cast<float>(i);
+                    if (v <= p.maxValue) {
+                        AddScalePoint(h.scalePoints, v, strings[i]);
+                    }
+                }
+                h.enumeration = h.scalePoints.size() >= 2;
+            }
+        }
+        for (const zk::ValueTextRule& rule : texts) {
+            if (!Names(rule, p.id)) {
+                continue;
+            }
+            if (const auto v = RepresentativeValue(rule.range, p)) {
+                // Label the value with the text the unit itself gives it.
+                if (const char* text = zk::FindValueText(texts, p.id, *v)) {
+                    AddScalePoint(h.scalePoints, *v, text);
+                }
+            }
+        }
+        std::sort(h.scalePoints.begin(), h.scalePoints.end(),
+                  [](const ScalePoint& a, const ScalePoint& b) { return a.value < b.value; });
+        out.push_back(std::move(h));
+    }
+    return out;
+}
+
+} // namespace zkplug

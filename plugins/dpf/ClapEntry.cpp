@@ -1,0 +1,163 @@
+// The CLAP entry hosts see. It forwards to DPF's entry and adds the checks DPF
+// leaves out: a plug-in id other than ours is refused, and a state is loaded only
+// when it is a complete DPF blob holding a document this unit accepts, so an
+// empty, foreign or broken state changes nothing.
+
+#include "DistrhoPluginInfo.h"
+#include "plugins/core/PluginCore.h"
+#include "plugins/dpf/StateBlob.h"
+#include "src/clap/entry.h"
+#include "src/clap/ext/state.h"
+#include "src/clap/plugin-factory.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cstdio>
+#include <cstring>
+#include <string>
+
+extern "C" const clap_plugin_entry_t zk_dpf_clap_entry;
+
+namespace {
+
+constexpr std::size_t kMaxStateBytes = std::size_t(16) << 20;
+
+const clap_plugin_factory_t* dpfFactory = nullptr;
+const void*(CLAP_ABI* dpfGetExtension)(const clap_plugin_t*, const char*) = nullptr;
+
+void LogOnce(const char* message) {
+    static std::atomic<bool> logged{false};
+    if (!logged.exchange(true)) {
+        std::fprintf(stderr, "zkmorva: %s\n", message);
+    }
+}
+
+const clap_plugin_state_t* DpfState(const clap_plugin_t* plugin) {
+    return dpfGetExtension != nullptr
+               ? static_cast<const clap_plugin_state_t*>(dpfGetExtension(plugin, CLAP_EXT_STATE))
+               : nullptr;
+}
+
+bool CLAP_ABI StateSave(const clap_plugin_t* plugin, const clap_ostream_t* stream) {
+    const clap_plugin_state_t* state = DpfState(plugin);
+    return state != nullptr && stream != nullptr && state->save(plugin, stream);
+}
+
+// Hands a blob already read to DPF's loader.
+struct MemoryStream {
+    clap_istream_t stream{};
+    std::string_view data;
+    std::size_t pos = 0;
+
+    explicit MemoryStream(std::string_view d) : data(d) {
+        stream.ctx = this;
+        stream.read = &Read;
+    }
+    static int64_t CLAP_ABI Read(const clap_istream_t* s, void* buffer, uint64_t size) {
+        auto* self = static_cast<MemoryStream*>(s->ctx);
+        const std::size_t n =
+            static_cast<std::size_t>(std::min<uint64_t>(size, self->data.size() - self->pos));
+        std::memcpy(buffer, self->data.data() + self->pos, n);
+        self->pos += n;
+        return static_cast<int64_t>(n);
+    }
+};
+
+bool CLAP_ABI StateLoad(const clap_plugin_t* plugin, const clap_istream_t* stream) {
+    const clap_plugin_state_t* state = DpfState(plugin);
+    if (state == nullptr || stream == nullptr || stream->read == nullptr) {
+        return false;
+    }
+    std::string blob;
+    char buffer[4096];
+    for (;;) {
+        const int64_t n = stream->read(stream, buffer, sizeof buffer);
+        if (n < 0) {
+            LogOnce("refusing a state: the host's stream failed");
+            return false;
+        }
+        if (n == 0) {
+            break;
+        }
+        if (blob.size() + static_cast<std::size_t>(n) > kMaxStateBytes) {
+            LogOnce("refusing a state: too large");
+            return false;
+        }
+        blob.append(buffer, static_cast<std::size_t>(n));
+    }
+    if (blob.empty()) {
+        LogOnce("refusing an empty state");
+        return false;
+    }
+    const auto document = zkplug::FindDpfStateValue(blob, "ClassInfo");
+    if (!document) {
+        LogOnce("refusing a state that is not this plug-in's");
+        return false;
+    }
+    if (!zkplug::PluginCore::IsAcceptableState(zkplug::ZK_PLUGIN_UNIT(), *document)) {
+        LogOnce("refusing a state whose settings document is foreign or broken");
+        return false;
+    }
+    MemoryStream memory(blob);
+    return state->load(plugin, &memory.stream);
+}
+
+const clap_plugin_state_t kState{&StateSave, &StateLoad};
+
+const void* CLAP_ABI GetExtension(const clap_plugin_t* plugin, const char* id) {
+    if (id != nullptr && std::strcmp(id, CLAP_EXT_STATE) == 0) {
+        return &kState;
+    }
+    return dpfGetExtension != nullptr ? dpfGetExtension(plugin, id) : nullptr;
+}
+
+uint32_t CLAP_ABI PluginCount(const clap_plugin_factory_t*) {
+    return dpfFactory->get_plugin_count(dpfFactory);
+}
+
+const clap_plugin_descriptor_t* CLAP_ABI Descriptor(const clap_plugin_factory_t*, uint32_t index) {
+    return index < PluginCount(nullptr) ? dpfFactory->get_plugin_descriptor(dpfFactory, index)
+                                        : nullptr;
+}
+
+const clap_plugin_t* CLAP_ABI CreatePlugin(const clap_plugin_factory_t*, const clap_host_t* host,
+                                           const char* pluginId) {
+    const clap_plugin_descriptor_t* d = Descriptor(nullptr, 0);
+    if (host == nullptr || pluginId == nullptr || d == nullptr ||
+        std::strcmp(pluginId, d->id) != 0) {
+        LogOnce("refusing to create a plug-in with an unknown id");
+        return nullptr;
+    }
+    const clap_plugin_t* plugin = dpfFactory->create_plugin(dpfFactory, host, pluginId);
+    if (plugin == nullptr) {
+        return nullptr;
+    }
+    // DPF allocates the plug-in record itself, so it may be amended here.
+    auto* mutablePlugin = const_cast<clap_plugin_t*>(plugin);
+    dpfGetExtension = mutablePlugin->get_extension;
+    mutablePlugin->get_extension = &GetExtension;
+    return plugin;
+}
+
+const clap_plugin_factory_t kFactory{&PluginCount, &Descriptor, &CreatePlugin};
+
+bool CLAP_ABI EntryInit(const char* path) {
+    return zk_dpf_clap_entry.init(path);
+}
+
+void CLAP_ABI EntryDeinit() {
+    zk_dpf_clap_entry.deinit();
+}
+
+const void* CLAP_ABI EntryGetFactory(const char* id) {
+    if (id == nullptr || std::strcmp(id, CLAP_PLUGIN_FACTORY_ID) != 0) {
+        return nullptr;
+    }
+    dpfFactory = static_cast<const clap_plugin_factory_t*>(zk_dpf_clap_entry.get_factory(id));
+    return dpfFactory != nullptr ? &kFactory : nullptr;
+}
+
+} // namespace
+
+extern "C" CLAP_EXPORT const clap_plugin_entry_t clap_entry{CLAP_VERSION_INIT, &EntryInit,
+                                                            &EntryDeinit, &EntryGetFactory};

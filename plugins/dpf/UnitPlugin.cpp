@@ -1,0 +1,140 @@
+// The DPF plug-in of one unit: a thin adapter from DPF's Plugin interface to
+// PluginCore. Which unit and identity it has comes from DistrhoPluginInfo.h,
+// generated per plug-in.
+
+#include "DistrhoPlugin.hpp"
+#include "plugins/core/PluginCore.h"
+
+#include <memory>
+#include <string>
+
+START_NAMESPACE_DISTRHO
+
+namespace {
+
+// The state key under which hosts save the class-information document.
+constexpr const char* kStateKey = "ClassInfo";
+
+class UnitPlugin : public Plugin {
+public:
+    explicit UnitPlugin(const zkplug::UnitDescriptor& d)
+        : Plugin(static_cast<uint32_t>(d.parameters.size()) + 1, 0, 1), core(d),
+          bypassIndex(static_cast<uint32_t>(d.parameters.size())) {}
+
+protected:
+    const char* getLabel() const override { return ZK_PLUGIN_LABEL; }
+    const char* getDescription() const override {
+        return "Studio equaliser in double precision with auto-listen";
+    }
+    const char* getMaker() const override { return "Zkmorva"; }
+    const char* getLicense() const override { return "Proprietary"; }
+    uint32_t getVersion() const override { return ZK_PLUGIN_VERSION; }
+    int64_t getUniqueId() const override { return ZK_PLUGIN_UNIQUE_ID; }
+
+    void initAudioPort(bool input, uint32_t index, AudioPort& port) override {
+        port.groupId = DISTRHO_PLUGIN_NUM_INPUTS == 1 ? kPortGroupMono : kPortGroupStereo;
+        Plugin::initAudioPort(input, index, port);
+    }
+
+    void initParameter(uint32_t index, Parameter& parameter) override {
+        if (index == bypassIndex) {
+            parameter.initDesignation(kParameterDesignationBypass);
+            return;
+        }
+        const auto& all = core.Parameters();
+        if (index >= all.size()) {
+            return;
+        }
+        const zkplug::HostParameter& p = all[index];
+        parameter.name = p.name.c_str();
+        parameter.symbol = p.symbol.c_str();
+        parameter.unit = p.unitLabel.c_str();
+        parameter.ranges = ParameterRanges(p.defaultValue, p.minValue, p.maxValue);
+        uint32_t hints = 0;
+        if (p.output) {
+            hints |= kParameterIsOutput;
+        } else if (p.automatable) {
+            hints |= kParameterIsAutomatable;
+        }
+        if (p.boolean) {
+            hints |= kParameterIsBoolean;
+        }
+        if (p.integer) {
+            hints |= kParameterIsInteger;
+        }
+        if (p.logarithmic) {
+            hints |= kParameterIsLogarithmic;
+        }
+        parameter.hints = hints;
+        if (!p.scalePoints.empty() && p.scalePoints.size() < 256) {
+            auto* values = new ParameterEnumerationValue[p.scalePoints.size()];
+            for (std::size_t i = 0; i < p.scalePoints.size(); ++i) {
+                values[i].value = p.scalePoints[i].value;
+                values[i].label = p.scalePoints[i].label.c_str();
+            }
+            parameter.enumValues.count = static_cast<uint8_t>(p.scalePoints.size());
+            parameter.enumValues.restrictedMode = p.enumeration;
+            parameter.enumValues.values = values;
+        }
+    }
+
+    void initState(uint32_t index, State& state) override {
+        if (index == 0) {
+            state.key = kStateKey;
+            state.label = "Settings";
+            state.hints = kStateIsOnlyForDSP;
+        }
+    }
+
+    float getParameterValue(uint32_t index) const override {
+        if (index == bypassIndex) {
+            return core.IsBypassed() ? 1.0f : 0.0f;
+        }
+        return core.GetParameter(index);
+    }
+
+    void setParameterValue(uint32_t index, float value) override {
+        if (index == bypassIndex) {
+            core.SetBypass(value > 0.5f);
+            return;
+        }
+        core.SetParameter(index, value);
+    }
+
+    String getState(const char* key) const override {
+        if (key == nullptr || std::string(key) != kStateKey) {
+            return String();
+        }
+        return String(core.SaveState().c_str());
+    }
+
+    void setState(const char* key, const char* value) override {
+        if (key == nullptr || value == nullptr || std::string(key) != kStateKey) {
+            return;
+        }
+        core.RestoreState(value);
+    }
+
+    void activate() override {
+        core.Activate(getSampleRate(), getBufferSize());
+        setLatency(core.LatencyFrames());
+    }
+
+    void deactivate() override { core.Deactivate(); }
+
+    void run(const float** inputs, float** outputs, uint32_t frames) override {
+        core.Process(inputs, outputs, frames);
+    }
+
+private:
+    zkplug::PluginCore core;
+    const uint32_t bypassIndex;
+};
+
+} // namespace
+
+Plugin* createPlugin() {
+    return new UnitPlugin(zkplug::ZK_PLUGIN_UNIT());
+}
+
+END_NAMESPACE_DISTRHO
