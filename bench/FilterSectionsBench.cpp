@@ -1,30 +1,39 @@
-// Filter sections over 4096-sample buffers; the "ns/sample" counter is the figure
-// to compare.
+// Every filter section and composite filter over 4096-sample buffers at the
+// processing rates of 44.1, 48 and 96 kHz hosts (88.2, 96 and 96 kHz). The
+// "ns/sample" counter is the figure to compare.
+#include "BenchSupport.h"
 #include "dsp/AiFilter.h"
 #include "dsp/Biquad.h"
 #include "dsp/HpLpFilter.h"
+#include "dsp/MonoMaker.h"
+#include "dsp/Shifter.h"
 
-#include <benchmark/benchmark.h>
-
-#include <random>
+#include <string>
 #include <vector>
 
 namespace {
 
+using namespace zkbench;
+
 constexpr long kBlock = 4096;
 
-std::vector<double> Noise() {
-    std::mt19937 rng(1);
-    std::uniform_real_distribution<double> d(-1.0, 1.0);
-    std::vector<double> v(kBlock);
-    for (double& x : v) {
-        x = d(rng);
-    }
-    return v;
+double ProcessRate(double hostRate) {
+    return hostRate < 64000.0 ? 2.0 * hostRate : hostRate;
+}
+
+std::string HostName(double rate) {
+    return "/" + std::to_string(static_cast<int>(rate)) + "Hz";
+}
+
+void SetSampleCounters(benchmark::State& state, long samples) {
+    const double n = static_cast<double>(state.iterations()) * samples;
+    state.SetItemsProcessed(static_cast<std::int64_t>(n));
+    state.counters["ns/sample"] =
+        benchmark::Counter(n * 1e-9, benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
 }
 
 template <class Filter> void Run(benchmark::State& state, Filter& filter) {
-    const std::vector<double> input = Noise();
+    const std::vector<double> input = Noise(kBlock);
     std::vector<double> buffer = input;
     for (auto _ : state) {
         filter.FilterBuffer(buffer.data(), kBlock);
@@ -33,30 +42,84 @@ template <class Filter> void Run(benchmark::State& state, Filter& filter) {
         // Keep the signal alive without letting it grow or decay forever.
         buffer[0] = input[0];
     }
-    state.SetItemsProcessed(state.iterations() * kBlock);
-    state.counters["ns/sample"] =
-        benchmark::Counter(static_cast<double>(state.iterations() * kBlock),
-                           benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+    SetSampleCounters(state, kBlock);
 }
 
-void BM_BiquadPeak(benchmark::State& state) {
-    CBiquad b(96000.0, filterParameters{Peak, 2.0, 1000.0, 1.0});
-    Run(state, b);
-}
-BENCHMARK(BM_BiquadPeak);
+struct TypeCase {
+    const char* name;
+    filterParameters p;
+};
+constexpr TypeCase kTypes[] = {
+    {"Peak", {Peak, 2.0, 1000.0, 1.0}},
+    {"LowShelf", {LowShelf, 0.5, 200.0, 0.0}},
+    {"HighShelf", {HighShelf, 2.0, 8000.0, 0.0}},
+    {"HighPass1", {HighPass1, 0.0, 100.0, 0.0}},
+    {"HighPass2", {HighPass2, 0.0, 100.0, 1.4142135381698608}},
+    {"LowPass1", {LowPass1, 0.0, 12000.0, 0.0}},
+    {"LowPass2", {LowPass2, 0.0, 12000.0, 1.4142135381698608}},
+    {"Notch", {Notch, 0.0, 1000.0, 10.0}},
+    {"BandPass", {BandPass, 0.0, 1000.0, 2.0}},
+};
 
-void BM_AiFilter20Pole(benchmark::State& state) {
-    CZkmorvaAiFilter ai(88200.0);
-    Run(state, ai);
-}
-BENCHMARK(BM_AiFilter20Pole);
+constexpr double kSlopes[] = {8.0, 106.0, 112.0, 118.0, 124.0, 130.0};
 
-void BM_HpLpFilter5thOrder(benchmark::State& state) {
-    CZkmorvaHpLpFilter f(96000.0, CZkmorvaHpLpFilter::kHighPass);
-    f.Update(100.0, CZkmorvaHpLpFilter::kFrequency);
-    f.Update(130.0, CZkmorvaHpLpFilter::kSlope);
-    Run(state, f);
-}
-BENCHMARK(BM_HpLpFilter5thOrder);
+const bool registered = [] {
+    for (double host : kRates) {
+        const double fs = ProcessRate(host);
+        const std::string at = HostName(host);
+        for (const TypeCase& t : kTypes) {
+            benchmark::RegisterBenchmark(("Biquad/" + std::string(t.name) + at).c_str(),
+                                         [fs, t](benchmark::State& s) {
+                                             CBiquad b(fs, t.p);
+                                             Run(s, b);
+                                         });
+        }
+        for (double slope : kSlopes) {
+            for (int mode : {0, 1}) {
+                const std::string name = std::string(mode == 0 ? "HighPass" : "LowPass") + "/code" +
+                                         std::to_string(static_cast<int>(slope));
+                benchmark::RegisterBenchmark(
+                    (name + at).c_str(), [fs, slope, mode](benchmark::State& s) {
+                        CZkmorvaHpLpFilter f(fs, mode);
+                        f.Update(mode == 0 ? 80.0 : 15000.0, CZkmorvaHpLpFilter::kFrequency);
+                        f.Update(slope, CZkmorvaHpLpFilter::kSlope);
+                        Run(s, f);
+                    });
+            }
+        }
+        for (int mode : {0, 1}) {
+            benchmark::RegisterBenchmark(
+                ((mode == 0 ? "BassShifter" : "PresenceShifter") + at).c_str(),
+                [fs, mode](benchmark::State& s) {
+                    CZkmorvaShifter f(fs, mode);
+                    f.Update(mode == 0 ? 89.0 : 12600.0, CZkmorvaShifter::kFrequency);
+                    f.Update(1.6, CZkmorvaShifter::kGain);
+                    Run(s, f);
+                });
+        }
+        if (host < 64000.0) {
+            benchmark::RegisterBenchmark(("AiFilter20Pole" + at).c_str(),
+                                         [fs](benchmark::State& s) {
+                                             CZkmorvaAiFilter f(fs);
+                                             Run(s, f);
+                                         });
+        }
+        benchmark::RegisterBenchmark(("MonoMaker" + at).c_str(), [fs](benchmark::State& s) {
+            CMonoMaker m(fs);
+            m.Update(120.0, 120.0);
+            const std::vector<double> input = Noise(kBlock);
+            std::vector<double> mid = input, side = Noise(kBlock, 9);
+            for (auto _ : s) {
+                m.FilterMSBuffers(mid.data(), side.data(), kBlock);
+                benchmark::DoNotOptimize(mid.data());
+                benchmark::DoNotOptimize(side.data());
+                benchmark::ClobberMemory();
+                mid[0] = input[0];
+            }
+            SetSampleCounters(s, kBlock);
+        });
+    }
+    return true;
+}();
 
 } // namespace
