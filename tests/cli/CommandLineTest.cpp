@@ -1,0 +1,154 @@
+// The real program: exit status, the one-line message naming the culprit, and no
+// output file (nor temporary) left behind when it fails.
+#include "CliTestSupport.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace zkclitest;
+
+class CommandLine : public ::testing::Test {
+protected:
+    void SetUp() override {
+        WriteAudio(dir / "in.wav", TestSignal(2, 4800));
+        inputBytes = FileBytes(dir / "in.wav");
+    }
+    std::string In() const { return (dir / "in.wav").string(); }
+    std::string Out() const { return (dir / "out.wav").string(); }
+    // Fails with a message holding every `needle`, and leaves the folder as it was.
+    void ExpectRefused(const std::vector<std::string>& args,
+                       const std::vector<std::string>& needles,
+                       std::vector<std::string> expectedFiles = {"in.wav"}) {
+        const RunResult r = RunZkmorva(args, dir.path);
+        EXPECT_NE(r.status, 0) << r.err;
+        EXPECT_EQ(r.status == 0 ? 0 : 1, 1);
+        EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1) << r.err;
+        EXPECT_EQ(r.err.rfind("zkmorva: ", 0), 0u) << r.err;
+        for (const auto& n : needles) {
+            EXPECT_NE(r.err.find(n), std::string::npos) << "missing \"" << n << "\" in " << r.err;
+        }
+        std::sort(expectedFiles.begin(), expectedFiles.end());
+        EXPECT_EQ(dir.Names(), expectedFiles);
+        EXPECT_EQ(FileBytes(dir / "in.wav"), inputBytes);
+    }
+    ScratchFolder dir;
+    std::string inputBytes;
+};
+
+TEST_F(CommandLine, RendersAndSummarises) {
+    const RunResult r =
+        RunZkmorva({"render", In(), Out(), "--set", "MF Gain=3", "--quiet"}, dir.path);
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.err, ""); // not a terminal: no progress bar
+    EXPECT_NE(r.out.find("input peak"), std::string::npos) << r.out;
+    EXPECT_NE(r.out.find("output peak"), std::string::npos) << r.out;
+    EXPECT_NE(r.out.find("latency      4 frames (compensated)"), std::string::npos) << r.out;
+    EXPECT_EQ(dir.Names(), (std::vector<std::string>{"in.wav", "out.wav"}));
+}
+
+TEST_F(CommandLine, MissingOrUnreadableInput) {
+    ExpectRefused({"render", (dir / "nope.wav").string(), Out()}, {"nope.wav", "does not exist"});
+    fs::create_directory(dir / "folder.wav");
+    ExpectRefused({"render", (dir / "folder.wav").string(), Out()}, {"folder.wav", "folder"},
+                  {"folder.wav", "in.wav"});
+    fs::remove(dir / "folder.wav");
+}
+
+TEST_F(CommandLine, UnsupportedFormat) {
+    {
+        std::ofstream text(dir / "notes.wav");
+        text << "these are not samples\n";
+    }
+    ExpectRefused({"render", (dir / "notes.wav").string(), Out()},
+                  {"cannot read input file", "notes.wav"}, {"in.wav", "notes.wav"});
+    ExpectRefused({"render", In(), Out(), "--format", "mp9"}, {"unknown output format \"mp9\""},
+                  {"in.wav", "notes.wav"});
+    ExpectRefused({"render", In(), Out(), "--format", "flac", "--type", "float"}, {"flac", "float"},
+                  {"in.wav", "notes.wav"});
+}
+
+TEST_F(CommandLine, UnknownParameterAndValueOutOfRange) {
+    ExpectRefused({"render", In(), Out(), "--set", "Treble=3"},
+                  {"unknown parameter \"Treble\"", "Zkmorva 10"});
+    ExpectRefused({"render", In(), Out(), "--set", "LF f=5 kHz"},
+                  {"\"LF f\"", "\"5 kHz\"", "20 Hz .. 1000 Hz"});
+    ExpectRefused({"render", In(), Out(), "--listen", "Bass"}, {"unknown parameter \"Bass\""});
+    ExpectRefused({"render", In(), Out(), "--unit", "30"}, {"unknown unit \"30\""});
+    ExpectRefused({"preset", "write", (dir / "p.aupreset").string(), "--set", "MF Q=99"},
+                  {"\"MF Q\"", "0.3 .. 15"});
+}
+
+TEST_F(CommandLine, MalformedAndForeignPresets) {
+    {
+        std::ofstream bad(dir / "bad.aupreset");
+        bad << "<?xml version=\"1.0\"?><plist><dict><key>type</key><integer>x</integer>";
+    }
+    ExpectRefused({"render", In(), Out(), "--preset", (dir / "bad.aupreset").string()},
+                  {"bad.aupreset", "not a preset document"}, {"bad.aupreset", "in.wav"});
+    fs::remove(dir / "bad.aupreset");
+
+    ASSERT_EQ(RunZkmorva({"preset", "write", (dir / "good.aupreset").string()}, dir.path).status,
+              0);
+    std::string doc = FileBytes(dir / "good.aupreset");
+    const std::string manufacturer = std::to_string(MakeFourCC("Vnqe"));
+    doc.replace(doc.find(manufacturer), manufacturer.size(), std::to_string(MakeFourCC("Else")));
+    {
+        std::ofstream foreign(dir / "foreign.aupreset");
+        foreign << doc;
+    }
+    ExpectRefused({"render", In(), Out(), "--preset", (dir / "foreign.aupreset").string()},
+                  {"foreign.aupreset", "another product", "'Else'"},
+                  {"foreign.aupreset", "good.aupreset", "in.wav"});
+    ExpectRefused({"preset", "show", (dir / "missing.aupreset").string()},
+                  {"missing.aupreset", "does not exist"},
+                  {"foreign.aupreset", "good.aupreset", "in.wav"});
+}
+
+TEST_F(CommandLine, OutputNeverOverwritesTheInput) {
+    ExpectRefused({"render", In(), In()}, {"is the input file"});
+    ExpectRefused({"render", In(), (dir / "." / ".." / dir.path.filename() / "in.wav").string()},
+                  {"is the input file"});
+    fs::create_symlink(dir / "in.wav", dir / "link.wav");
+    ExpectRefused({"render", In(), (dir / "link.wav").string()}, {"is the input file"},
+                  {"in.wav", "link.wav"});
+    ExpectRefused({"preset", "write", (dir / "p.aupreset").string(), "--from", In()},
+                  {"in.wav", "not a preset document"}, {"in.wav", "link.wav"});
+}
+
+TEST_F(CommandLine, UnwritableOutput) {
+    ExpectRefused({"render", In(), (dir / "no-such-folder" / "out.wav").string()},
+                  {"no-such-folder", "does not exist"});
+    fs::create_directory(dir / "taken");
+    ExpectRefused({"render", In(), (dir / "taken").string()}, {"taken", "is a folder"},
+                  {"in.wav", "taken"});
+    ExpectRefused(
+        {"response", "--png", (dir / "no-such-folder" / "r.png").string(), "--points", "2"},
+        {"no-such-folder"}, {"in.wav", "taken"});
+}
+
+TEST_F(CommandLine, UsageErrors) {
+    ExpectRefused({"mix", In()}, {"unknown command \"mix\""});
+    ExpectRefused({"render", In(), Out(), "--volume", "3"}, {"unknown option --volume"});
+    ExpectRefused({"render", In(), Out(), "--set"}, {"--set needs a value"});
+    ExpectRefused({"render", In(), Out(), "--block", "0"}, {"--block", "1 to 8192"});
+    ExpectRefused({"render"}, {"[INPUT] OUTPUT"});
+}
+
+TEST_F(CommandLine, ParamsAsTextAndJson) {
+    const RunResult text = RunZkmorva({"params", "10"}, dir.path);
+    ASSERT_EQ(text.status, 0);
+    EXPECT_NE(text.out.find("LF Gain"), std::string::npos);
+    EXPECT_NE(text.out.find("-12 dB .. 12 dB"), std::string::npos);
+    EXPECT_NE(text.out.find("Auto listen mode: 0 \"Q - -\""), std::string::npos) << text.out;
+    const RunResult json = RunZkmorva({"params", "--json"}, dir.path);
+    ASSERT_EQ(json.status, 0);
+    EXPECT_NE(json.out.find("{\"id\": 11, \"name\": \"LF Gain\", \"symbol\": \"LfGain\", "
+                            "\"unit\": \"dB\", \"role\": \"control\", \"min\": -12, \"max\": 12, "
+                            "\"default\": 0}"),
+              std::string::npos)
+        << json.out;
+    EXPECT_NE(json.out.find("\"valueStrings\": [\"Q - -\""), std::string::npos);
+}
+
+} // namespace
