@@ -1,0 +1,234 @@
+#pragma once
+
+// A small CLAP host for the tests: loads a .clap with dlopen, creates plug-ins
+// through its factory and drives them (parameters by events, audio, state).
+
+#include "src/clap/entry.h"
+#include "src/clap/events.h"
+#include "src/clap/ext/audio-ports.h"
+#include "src/clap/ext/latency.h"
+#include "src/clap/ext/params.h"
+#include "src/clap/ext/state.h"
+#include "src/clap/plugin-factory.h"
+#include "src/clap/process.h"
+
+#include <dlfcn.h>
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace zktest {
+
+// A loaded .clap file: the entry is initialised while this lives.
+class ClapLibrary {
+public:
+    explicit ClapLibrary(const std::string& path) : path(path) {
+        handle = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+        if (handle == nullptr) {
+            throw std::runtime_error("dlopen " + path + ": " + dlerror());
+        }
+        entry = static_cast<const clap_plugin_entry_t*>(dlsym(handle, "clap_entry"));
+        if (entry == nullptr || !entry->init(path.c_str())) {
+            dlclose(handle);
+            throw std::runtime_error("no usable clap_entry in " + path);
+        }
+        factory =
+            static_cast<const clap_plugin_factory_t*>(entry->get_factory(CLAP_PLUGIN_FACTORY_ID));
+    }
+    ~ClapLibrary() {
+        entry->deinit();
+        dlclose(handle);
+    }
+    ClapLibrary(const ClapLibrary&) = delete;
+    ClapLibrary& operator=(const ClapLibrary&) = delete;
+
+    const clap_plugin_entry_t* entry = nullptr;
+    const clap_plugin_factory_t* factory = nullptr;
+
+private:
+    std::string path;
+    void* handle = nullptr;
+};
+
+// A parameter change to send with a process call (or a flush).
+struct ParamChange {
+    clap_id id;
+    double value;
+};
+
+// The host's event lists: input events from a vector, output events dropped.
+class EventLists {
+public:
+    explicit EventLists(const std::vector<ParamChange>& changes) {
+        for (const ParamChange& c : changes) {
+            clap_event_param_value_t e{};
+            e.header.size = sizeof e;
+            e.header.time = 0;
+            e.header.space_id = CLAP_CORE_EVENT_SPACE_ID;
+            e.header.type = CLAP_EVENT_PARAM_VALUE;
+            e.param_id = c.id;
+            e.note_id = -1;
+            e.port_index = -1;
+            e.channel = -1;
+            e.key = -1;
+            e.value = c.value;
+            events.push_back(e);
+        }
+        in.ctx = this;
+        in.size = [](const clap_input_events_t* l) -> uint32_t {
+            return static_cast<uint32_t>(static_cast<EventLists*>(l->ctx)->events.size());
+        };
+        in.get = [](const clap_input_events_t* l, uint32_t i) -> const clap_event_header_t* {
+            return &static_cast<EventLists*>(l->ctx)->events.at(i).header;
+        };
+        out.ctx = this;
+        out.try_push = [](const clap_output_events_t*, const clap_event_header_t*) { return true; };
+    }
+    clap_input_events_t in{};
+    clap_output_events_t out{};
+
+private:
+    std::vector<clap_event_param_value_t> events;
+};
+
+// One plug-in instance and the host it talks to.
+class ClapInstance {
+public:
+    ClapInstance(const ClapLibrary& lib, const char* id) {
+        host.clap_version = CLAP_VERSION;
+        host.host_data = this;
+        host.name = "zk-test-host";
+        host.vendor = "zk";
+        host.url = "";
+        host.version = "1";
+        hostLatency.changed = [](const clap_host_t* h) {
+            ++static_cast<ClapInstance*>(h->host_data)->latencyChanges;
+        };
+        host.get_extension = [](const clap_host_t* h, const char* id) -> const void* {
+            return std::strcmp(id, CLAP_EXT_LATENCY) == 0
+                       ? &static_cast<ClapInstance*>(h->host_data)->hostLatency
+                       : nullptr;
+        };
+        host.request_restart = [](const clap_host_t*) {};
+        host.request_process = [](const clap_host_t*) {};
+        host.request_callback = [](const clap_host_t*) {};
+        plugin = lib.factory->create_plugin(lib.factory, &host, id);
+        if (plugin == nullptr || !plugin->init(plugin)) {
+            throw std::runtime_error(std::string("cannot create ") + id);
+        }
+        params = Extension<clap_plugin_params_t>(CLAP_EXT_PARAMS);
+        state = Extension<clap_plugin_state_t>(CLAP_EXT_STATE);
+        latency = Extension<clap_plugin_latency_t>(CLAP_EXT_LATENCY);
+        ports = Extension<clap_plugin_audio_ports_t>(CLAP_EXT_AUDIO_PORTS);
+    }
+    ~ClapInstance() {
+        if (active) {
+            plugin->stop_processing(plugin);
+            plugin->deactivate(plugin);
+        }
+        plugin->destroy(plugin);
+    }
+    ClapInstance(const ClapInstance&) = delete;
+    ClapInstance& operator=(const ClapInstance&) = delete;
+
+    template <class T> const T* Extension(const char* id) const {
+        return static_cast<const T*>(plugin->get_extension(plugin, id));
+    }
+
+    void Flush(const std::vector<ParamChange>& changes) {
+        EventLists lists(changes);
+        params->flush(plugin, &lists.in, &lists.out);
+    }
+    double Value(clap_id id) const {
+        double v = 0;
+        if (!params->get_value(plugin, id, &v)) {
+            throw std::runtime_error("get_value failed");
+        }
+        return v;
+    }
+    std::string Text(clap_id id, double value) const {
+        char buf[256] = {};
+        params->value_to_text(plugin, id, value, buf, sizeof buf);
+        return buf;
+    }
+
+    void Activate(double rate, uint32_t maxFrames) {
+        if (!plugin->activate(plugin, rate, 1, maxFrames) || !plugin->start_processing(plugin)) {
+            throw std::runtime_error("activate failed");
+        }
+        active = true;
+    }
+    void Deactivate() {
+        plugin->stop_processing(plugin);
+        plugin->deactivate(plugin);
+        active = false;
+    }
+
+    // Processes one block; in and out hold one pointer per channel (may alias).
+    bool Process(std::vector<float*> in, std::vector<float*> out, uint32_t frames,
+                 const std::vector<ParamChange>& changes = {}) {
+        EventLists lists(changes);
+        clap_audio_buffer_t inBuf{};
+        inBuf.data32 = in.data();
+        inBuf.channel_count = static_cast<uint32_t>(in.size());
+        clap_audio_buffer_t outBuf{};
+        outBuf.data32 = out.data();
+        outBuf.channel_count = static_cast<uint32_t>(out.size());
+        clap_process_t p{};
+        p.steady_time = -1;
+        p.frames_count = frames;
+        p.audio_inputs = &inBuf;
+        p.audio_outputs = &outBuf;
+        p.audio_inputs_count = 1;
+        p.audio_outputs_count = 1;
+        p.in_events = &lists.in;
+        p.out_events = &lists.out;
+        return plugin->process(plugin, &p) == CLAP_PROCESS_CONTINUE;
+    }
+
+    std::string SaveState() const {
+        std::string blob;
+        clap_ostream_t s{};
+        s.ctx = &blob;
+        s.write = [](const clap_ostream_t* st, const void* buf, uint64_t size) -> int64_t {
+            static_cast<std::string*>(st->ctx)->append(static_cast<const char*>(buf), size);
+            return static_cast<int64_t>(size);
+        };
+        if (!state->save(plugin, &s)) {
+            throw std::runtime_error("state save failed");
+        }
+        return blob;
+    }
+    // Reads in small pieces, as hosts with streamed files do.
+    bool LoadState(const std::string& blob) const {
+        std::pair<const std::string*, std::size_t> cursor{&blob, 0};
+        clap_istream_t s{};
+        s.ctx = &cursor;
+        s.read = [](const clap_istream_t* st, void* buf, uint64_t size) -> int64_t {
+            auto* c = static_cast<std::pair<const std::string*, std::size_t>*>(st->ctx);
+            const std::size_t n = std::min<std::size_t>(
+                {static_cast<std::size_t>(size), c->first->size() - c->second, 100});
+            std::memcpy(buf, c->first->data() + c->second, n);
+            c->second += n;
+            return static_cast<int64_t>(n);
+        };
+        return state->load(plugin, &s);
+    }
+
+    clap_host_t host{};
+    clap_host_latency_t hostLatency{};
+    int latencyChanges = 0; // the plug-in's latency-changed notifications
+    const clap_plugin_t* plugin = nullptr;
+    const clap_plugin_params_t* params = nullptr;
+    const clap_plugin_state_t* state = nullptr;
+    const clap_plugin_latency_t* latency = nullptr;
+    const clap_plugin_audio_ports_t* ports = nullptr;
+    bool active = false;
+};
+
+} // namespace zktest
