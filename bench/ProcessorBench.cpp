@@ -1,5 +1,6 @@
 // Both signal processors at 44.1, 48 and 96 kHz, with the defaults and with
-// every section active, in 256-frame blocks of float noise. Counters: ns/frame
+// every section active, in 256-frame blocks of float noise; each also on the
+// plain per-section loops ("/plain"). Counters: ns/frame
 // (per stereo frame for the two-channel processor, per mono frame for the channel
 // processor), rtf and ops/frame (see Configurations.h).
 #include "BenchSupport.h"
@@ -24,8 +25,9 @@ std::vector<float> FloatNoise(std::uint32_t seed) {
     return std::vector<float>(d.begin(), d.end());
 }
 
-void RunZkmorva20(benchmark::State& state, double rate, bool all) {
+void RunZkmorva20(benchmark::State& state, double rate, bool all, bool plain) {
     CZkmorva20SignalProcessing p;
+    p.SetPlainFilterLoops(plain);
     p.UpdateSampleRate(rate);
     p.AllocateWorkBuffers(kHostBlock);
     p.InitBuffers();
@@ -45,8 +47,9 @@ void RunZkmorva20(benchmark::State& state, double rate, bool all) {
     SetFrameCounters(state, kHostBlock, rate, OpsPerFrame(p));
 }
 
-void RunZkmorva10(benchmark::State& state, double rate, bool all) {
+void RunZkmorva10(benchmark::State& state, double rate, bool all, bool plain) {
     CZkmorva10SignalProcessing p;
+    p.SetPlainFilterLoops(plain);
     p.UpdateSampleRate(rate);
     p.AllocateWorkBuffer(kHostBlock);
     p.InitBuffers();
@@ -68,11 +71,15 @@ void RunZkmorva10(benchmark::State& state, double rate, bool all) {
 const bool registered = [] {
     for (double rate : kRates) {
         for (bool all : {false, true}) {
-            const std::string suffix = "/" + RateName(rate) + (all ? "/all" : "/flat");
-            benchmark::RegisterBenchmark(("Zkmorva20Processor" + suffix).c_str(), RunZkmorva20,
-                                         rate, all);
-            benchmark::RegisterBenchmark(("Zkmorva10ProcessorMono" + suffix).c_str(), RunZkmorva10,
-                                         rate, all);
+            // "plain": the same processor on the per-section loops, for comparison.
+            for (bool plain : {false, true}) {
+                const std::string suffix =
+                    "/" + RateName(rate) + (all ? "/all" : "/flat") + (plain ? "/plain" : "");
+                benchmark::RegisterBenchmark(("Zkmorva20Processor" + suffix).c_str(), RunZkmorva20,
+                                             rate, all, plain);
+                benchmark::RegisterBenchmark(("Zkmorva10ProcessorMono" + suffix).c_str(),
+                                             RunZkmorva10, rate, all, plain);
+            }
         }
     }
     return true;

@@ -75,6 +75,11 @@ void CBiquad::ComputeCoeffs() {
     const double K = std::sin(w) / c;
     const double K2 = K * K;
     constexpr double S = zk::kSqrt2Single;
+    double& b0 = coeffs.b0;
+    double& b1 = coeffs.b1;
+    double& b2 = coeffs.b2;
+    double& a1 = coeffs.a1;
+    double& a2 = coeffs.a2;
 
     switch (params.type) {
     case Peak: {
@@ -201,11 +206,13 @@ double CBiquad::FilterSample(double x) {
     if (IsIdentityGain(params.gain)) {
         return x;
     }
-    const double y = b0 * x + b1 * x1 + b2 * x2 - a1 * y1 - a2 * y2;
-    y2 = y1;
-    y1 = y;
-    x2 = x1;
-    x1 = x;
+    const BiquadCoeffs& c = coeffs;
+    BiquadState& s = state;
+    const double y = c.b0 * x + c.b1 * s.x1 + c.b2 * s.x2 - c.a1 * s.y1 - c.a2 * s.y2;
+    s.y2 = s.y1;
+    s.y1 = y;
+    s.x2 = s.x1;
+    s.x1 = x;
     return y;
 }
 
@@ -215,8 +222,8 @@ template <bool Complement> void CBiquad::RunBuffer(double* buffer, long count) {
     if (IsIdentityGain(params.gain) || count < 1) {
         return;
     }
-    const double c0 = b0, c1 = b1, c2 = b2, d1 = a1, d2 = a2;
-    double sx1 = x1, sx2 = x2, sy1 = y1, sy2 = y2;
+    const double c0 = coeffs.b0, c1 = coeffs.b1, c2 = coeffs.b2, d1 = coeffs.a1, d2 = coeffs.a2;
+    double sx1 = state.x1, sx2 = state.x2, sy1 = state.y1, sy2 = state.y2;
     for (long i = 0; i < count; ++i) {
         const double x = buffer[i];
         const double y = c0 * x + c1 * sx1 + c2 * sx2 - d1 * sy1 - d2 * sy2;
@@ -226,10 +233,7 @@ template <bool Complement> void CBiquad::RunBuffer(double* buffer, long count) {
         sx1 = x;
         buffer[i] = Complement ? x - y : y;
     }
-    x1 = sx1;
-    x2 = sx2;
-    y1 = sy1;
-    y2 = sy2;
+    state = {sx1, sx2, sy1, sy2};
 }
 
 void CBiquad::FilterBuffer(double* buffer, long count) {
@@ -241,34 +245,30 @@ void CBiquad::FilterBufferAndInvert(double* buffer, long count) {
 }
 
 int CBiquad::InitBuffers() {
-    x1 = x2 = y1 = y2 = 0.0;
+    state = {};
     return 0;
 }
 
 int CBiquad::InitCoeffs() {
-    b0 = 1.0;
-    b1 = b2 = a1 = a2 = 0.0;
+    coeffs = {};
     return 0;
 }
 
 void CBiquad::GetBuffers(double* out) const {
-    out[0] = x1;
-    out[1] = x2;
-    out[2] = y1;
-    out[3] = y2;
+    out[0] = state.x1;
+    out[1] = state.x2;
+    out[2] = state.y1;
+    out[3] = state.y2;
 }
 
 void CBiquad::StoreBuffers(const double* in) {
-    x1 = in[0];
-    x2 = in[1];
-    y1 = in[2];
-    y2 = in[3];
+    state = {in[0], in[1], in[2], in[3]};
 }
 
 void CBiquad::GetCoeffs(double* out) const {
-    out[0] = b0;
-    out[1] = b1;
-    out[2] = b2;
-    out[3] = a1;
-    out[4] = a2;
+    out[0] = coeffs.b0;
+    out[1] = coeffs.b1;
+    out[2] = coeffs.b2;
+    out[3] = coeffs.a1;
+    out[4] = coeffs.a2;
 }

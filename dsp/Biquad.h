@@ -16,6 +16,16 @@ enum FilterType : int {
     BandPass = 8,
 };
 
+// Coefficients, normalised by a0: y = b0 x + b1 x1 + b2 x2 - a1 y1 - a2 y2.
+struct BiquadCoeffs {
+    double b0 = 1.0, b1 = 0.0, b2 = 0.0, a1 = 0.0, a2 = 0.0;
+};
+
+// History: previous two inputs and previous two outputs.
+struct BiquadState {
+    double x1 = 0.0, x2 = 0.0, y1 = 0.0, y2 = 0.0;
+};
+
 // Settings of one section. gain is a linear factor: 1.0 or anything below 0.0
 // makes the section an identity; pass, notch and band-pass types use 0.0 for "on".
 // q is a quality factor for Peak, Notch and BandPass and the damping term (1/Q)
@@ -60,6 +70,10 @@ public:
     filterParameters GetParameters() const { return params; }
     int InitCoeffs();
 
+    // For the kernels that run many sections in one pass (CascadeKernels.h).
+    const BiquadCoeffs& Coeffs() const { return coeffs; }
+    BiquadState& State() { return state; }
+
     double GetSampleRate() const { return sampleRate; }
     bool IsIdentity() const { return IsIdentityGain(params.gain); }
     static bool IsIdentityGain(double gain) { return gain < 0.0 || gain == 1.0; }
@@ -70,6 +84,6 @@ private:
 
     double sampleRate;
     filterParameters params;
-    double b0 = 1.0, b1 = 0.0, b2 = 0.0, a1 = 0.0, a2 = 0.0;
-    double x1 = 0.0, x2 = 0.0, y1 = 0.0, y2 = 0.0;
+    BiquadCoeffs coeffs;
+    BiquadState state;
 };

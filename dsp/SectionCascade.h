@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Biquad.h"
+#include "CascadeKernels.h"
 
 #include <array>
 #include <utility>
@@ -18,7 +19,16 @@ public:
             s.SetSampleRate(sr);
         }
     }
+    // All sections in one fused pass (CascadeKernels.h) ...
     void FilterBuffer(double* buffer, long count) {
+        CBiquad* all[N];
+        for (int i = 0; i < N; ++i) {
+            all[i] = &section[i];
+        }
+        zk::FilterCascade(all, N, buffer, count);
+    }
+    // ... equal bit for bit to these plain loops, one section after another.
+    void FilterBufferReference(double* buffer, long count) {
         for (CBiquad& s : section) {
             s.FilterBuffer(buffer, count);
         }

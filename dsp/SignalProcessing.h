@@ -54,6 +54,11 @@ public:
         return meter;
     }
 
+    // Fused filter passes by default; the plain per-section loops give the same
+    // samples bit for bit and stay selectable to check that and to measure it.
+    void SetPlainFilterLoops(bool plain) { plainFilterLoops = plain; }
+    bool UsesPlainFilterLoops() const { return plainFilterLoops; }
+
     bool bypass = false; // owners that need a latency-matched dry path set it
 
 protected:
@@ -66,6 +71,7 @@ protected:
     float meterAttack = 0.0f;
     float meterRelease = 0.0f;
     std::uint32_t noiseSeed = 1;
+    bool plainFilterLoops = false;
 };
 
 // Flush-to-zero and denormals-are-zero for the life of the object; the previous

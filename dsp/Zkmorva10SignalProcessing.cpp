@@ -1,5 +1,6 @@
 #include "dsp/Zkmorva10SignalProcessing.h"
 
+#include "dsp/CascadeKernels.h"
 #include "dsp/Zkmorva10AutoListen.h"
 
 #include <algorithm>
@@ -212,20 +213,26 @@ void CZkmorva10SignalProcessing::ProcessSampleBuffer(long count) {
     inputPeak.store(peak, std::memory_order_relaxed);
     inputMeter.store(meter, std::memory_order_relaxed);
 
+    // The band limit and the chain run as one list of sections.
+    SectionList list;
     if (oversampling) {
         for (long i = 0; i < count; ++i) {
             x[i] = x[i] * 2.0;
         }
-        aiFilter.FilterBuffer(x, count);
+        list.AddAll(aiFilter);
     }
-
     if (eqOn) {
-        if (autoListenActive) {
-            RunAutoListenChain(x, count);
+        if (!autoListenActive) {
+            CollectNormalChain(list);
+        } else if (zk10::ListenControlFor(autoListenParam).kind == zk10::kFrequencyControl) {
+            RunSections(list, x, count);
+            list.count = 0;
+            autoListenFilter.FilterBufferAndInvert(x, count);
         } else {
-            RunNormalChain(x, count);
+            CollectAutoListenChain(list);
         }
     }
+    RunSections(list, x, count);
 
     peak = outputPeak.load(std::memory_order_relaxed);
     meter = outputMeter.load(std::memory_order_relaxed);
@@ -240,58 +247,62 @@ void CZkmorva10SignalProcessing::ProcessSampleBuffer(long count) {
     outputMeter.store(meter, std::memory_order_relaxed);
 }
 
-// The bass shifter follows band 1 and the presence shifter sits between bands 4
-// and 5; the order is fixed.
-void CZkmorva10SignalProcessing::RunNormalChain(double* x, long count) {
-    if (IsHighPassActive()) {
-        hpFilter.FilterBuffer(x, count);
-    }
-    if (IsBandActive(0)) {
-        bandFilter[0].FilterBuffer(x, count);
-    }
-    if (IsBassShifterActive()) {
-        bassShifter.FilterBuffer(x, count);
-    }
-    for (int b = 1; b <= 3; ++b) {
-        if (IsBandActive(b)) {
-            bandFilter[static_cast<std::size_t>(b)].FilterBuffer(x, count);
+void CZkmorva10SignalProcessing::RunSections(const SectionList& list, double* x, long count) {
+    if (plainFilterLoops) {
+        for (int i = 0; i < list.count; ++i) {
+            list.section[static_cast<std::size_t>(i)]->FilterBuffer(x, count);
         }
-    }
-    if (IsPresenceShifterActive()) {
-        presenceShifter.FilterBuffer(x, count);
-    }
-    if (IsBandActive(4)) {
-        bandFilter[4].FilterBuffer(x, count);
-    }
-    if (IsLowPassActive()) {
-        lpFilter.FilterBuffer(x, count);
+    } else {
+        zk::FilterCascade(list.section.data(), list.count, x, count);
     }
 }
 
-// Only the listened control's filter runs, whatever its switch and gain.
-void CZkmorva10SignalProcessing::RunAutoListenChain(double* x, long count) {
+// The bass shifter follows band 1 and the presence shifter sits between bands 4
+// and 5; the order is fixed.
+void CZkmorva10SignalProcessing::CollectNormalChain(SectionList& list) {
+    if (IsHighPassActive()) {
+        list.AddAll(hpFilter);
+    }
+    if (IsBandActive(0)) {
+        list.Add(bandFilter[0]);
+    }
+    if (IsBassShifterActive()) {
+        list.AddAll(bassShifter);
+    }
+    for (int b = 1; b <= 3; ++b) {
+        if (IsBandActive(b)) {
+            list.Add(bandFilter[static_cast<std::size_t>(b)]);
+        }
+    }
+    if (IsPresenceShifterActive()) {
+        list.AddAll(presenceShifter);
+    }
+    if (IsBandActive(4)) {
+        list.Add(bandFilter[4]);
+    }
+    if (IsLowPassActive()) {
+        list.AddAll(lpFilter);
+    }
+}
+
+// Only the listened control's filter runs, whatever its switch and gain (the
+// frequency controls' narrow band is run by the caller).
+void CZkmorva10SignalProcessing::CollectAutoListenChain(SectionList& list) {
     const zk10::ListenControl control = zk10::ListenControlFor(autoListenParam);
-    switch (control.kind) {
-    case zk10::kNotListenable:
+    if (control.kind != zk10::kShapeControl && control.kind != zk10::kGainControl) {
         return;
-    case zk10::kFrequencyControl:
-        autoListenFilter.FilterBufferAndInvert(x, count);
-        return;
-    case zk10::kShapeControl:
-    case zk10::kGainControl:
-        break;
     }
     switch (control.section) {
     case zk10::kHighPassSection:
-        hpFilter.FilterBuffer(x, count);
+        list.AddAll(hpFilter);
         break;
     case zk10::kLowPassSection:
-        lpFilter.FilterBuffer(x, count);
+        list.AddAll(lpFilter);
         break;
     case zk10::kNoSection:
         break;
     default:
-        bandFilter[static_cast<std::size_t>(control.section)].FilterBuffer(x, count);
+        list.Add(bandFilter[static_cast<std::size_t>(control.section)]);
         break;
     }
 }

@@ -117,8 +117,22 @@ public:
 private:
     template <typename Sample> void ProcessBlock(const Sample* in, Sample* out, long frames);
     template <typename Sample> void RunBypass(const Sample* in, Sample* out, long frames);
-    void RunNormalChain(double* x, long count);
-    void RunAutoListenChain(double* x, long count);
+    // The sections one block runs, in order: band limit, then the chain.
+    struct SectionList {
+        static constexpr int kCapacity = 32; // 10 band-limit + at most 15 chain sections
+        std::array<CBiquad*, kCapacity> section{};
+        int count = 0;
+        void Add(CBiquad& b) { section[static_cast<std::size_t>(count++)] = &b; }
+        template <class Cascade> void AddAll(Cascade& c) {
+            for (int i = 0; i < Cascade::kSectionCount; ++i) {
+                Add(*c.GetBiquad(i));
+            }
+        }
+    };
+    void CollectNormalChain(SectionList& list);
+    void CollectAutoListenChain(SectionList& list);
+    // Fused, or one section after the other with the plain loops.
+    void RunSections(const SectionList& list, double* x, long count);
     double ListenFrequency(int section) const;
 
     bool autoListenActive;

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "Biquad.h"
+
+// Fused runs of a chain of sections. Filtering a buffer section after section
+// leaves the processor waiting on each sample's feedback (a multiply and two
+// subtractions) before the next can start; running several sections in one pass
+// gives it independent feedback loops to overlap, and two channels share one
+// SSE2 register (one lane each).
+//
+// Every lane performs exactly the operations of CBiquad::FilterBuffer in the same
+// order on the same values, so the results and the final histories are
+// identical to the per-section loops bit for bit. Identity sections (gain 1.0 or
+// below 0.0) are skipped as FilterBuffer skips them: samples untouched, history
+// frozen.
+namespace zk {
+
+// Runs sections[0..sectionCount) in order over buffer[0..count).
+void FilterCascade(CBiquad* const* sections, int sectionCount, double* buffer, long count);
+
+// One stage of a two-channel chain: the section each channel runs at this point,
+// or null where that channel has nothing to run (its samples pass unchanged).
+struct StereoStage {
+    CBiquad* channel[2];
+};
+
+// Runs stages[0..stageCount) in order, channel 1 over left and channel 2 over
+// right. Equal to running each channel's sections one after another.
+void FilterCascadeStereo(const StereoStage* stages, int stageCount, double* left, double* right,
+                         long count);
+
+} // namespace zk

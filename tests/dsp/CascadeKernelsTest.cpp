@@ -1,0 +1,154 @@
+// The fused passes against the plain loops they replace, on random sections,
+// histories, signals and block lengths: samples and histories equal bit for bit.
+#include "dsp/CascadeKernels.h"
+#include "FastPathRig.h"
+#include "dsp/AiFilter.h"
+#include "dsp/HpLpFilter.h"
+#include "dsp/Shifter.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace zktest;
+
+constexpr double kRates[] = {88200.0, 96000.0};
+
+std::vector<CBiquad> RandomSections(Rng& rng, int n, double fs) {
+    std::vector<CBiquad> s;
+    for (int i = 0; i < n; ++i) {
+        s.emplace_back(fs, RandomParameters(rng, fs));
+        RandomHistory(rng, s.back());
+    }
+    return s;
+}
+
+TEST(CascadeKernels, MonoPassEqualsSectionAfterSection) {
+    Rng rng(11);
+    for (int trial = 0; trial < 300; ++trial) {
+        const double fs = kRates[Pick(rng, 2)];
+        std::vector<CBiquad> plain = RandomSections(rng, 1 + Pick(rng, 14), fs);
+        std::vector<CBiquad> fused = plain;
+        std::vector<CBiquad*> pointers;
+        for (CBiquad& b : fused) {
+            pointers.push_back(&b);
+        }
+        // Several blocks in a row, so that histories carry across block ends.
+        for (int block = 0; block < 3; ++block) {
+            const long n = RandomBlock(rng);
+            std::vector<double> a = RandomSignal(rng, n), b = a;
+            for (CBiquad& s : plain) {
+                s.FilterBuffer(a.data(), n);
+            }
+            zk::FilterCascade(pointers.data(), static_cast<int>(pointers.size()), b.data(), n);
+            ASSERT_TRUE(SameBits(a, b)) << "trial " << trial << " block " << block;
+        }
+        for (std::size_t k = 0; k < plain.size(); ++k) {
+            ASSERT_TRUE(SameBits(History(plain[k]), History(fused[k])))
+                << "trial " << trial << " section " << k;
+        }
+    }
+}
+
+TEST(CascadeKernels, StereoPassEqualsEachChannelAlone) {
+    Rng rng(12);
+    for (int trial = 0; trial < 300; ++trial) {
+        const double fs = kRates[Pick(rng, 2)];
+        const int n = 1 + Pick(rng, 26);
+        std::vector<CBiquad> plain[2] = {RandomSections(rng, n, fs), RandomSections(rng, n, fs)};
+        std::vector<CBiquad> fused[2] = {plain[0], plain[1]};
+        // Some stages run on one channel only, or on neither.
+        std::vector<zk::StereoStage> stages;
+        std::vector<bool> present[2];
+        for (int k = 0; k < n; ++k) {
+            const int which = Pick(rng, 5); // 0: channel 1 only, 1: channel 2 only, 2: none
+            const bool on1 = which != 1 && which != 2, on2 = which != 0 && which != 2;
+            present[0].push_back(on1);
+            present[1].push_back(on2);
+            stages.push_back({on1 ? &fused[0][static_cast<std::size_t>(k)] : nullptr,
+                              on2 ? &fused[1][static_cast<std::size_t>(k)] : nullptr});
+        }
+        for (int block = 0; block < 3; ++block) {
+            const long len = RandomBlock(rng);
+            std::vector<double> a[2] = {RandomSignal(rng, len), RandomSignal(rng, len)};
+            std::vector<double> b[2] = {a[0], a[1]};
+            for (int ch = 0; ch < 2; ++ch) {
+                for (int k = 0; k < n; ++k) {
+                    if (present[ch][static_cast<std::size_t>(k)]) {
+                        plain[ch][static_cast<std::size_t>(k)].FilterBuffer(a[ch].data(), len);
+                    }
+                }
+            }
+            zk::FilterCascadeStereo(stages.data(), n, b[0].data(), b[1].data(), len);
+            ASSERT_TRUE(SameBits(a[0], b[0])) << "channel 1, trial " << trial;
+            ASSERT_TRUE(SameBits(a[1], b[1])) << "channel 2, trial " << trial;
+        }
+        for (int ch = 0; ch < 2; ++ch) {
+            for (int k = 0; k < n; ++k) {
+                const std::size_t i = static_cast<std::size_t>(k);
+                ASSERT_TRUE(SameBits(History(plain[ch][i]), History(fused[ch][i])))
+                    << "trial " << trial << " channel " << ch + 1 << " section " << k;
+            }
+        }
+    }
+}
+
+// A lane is not confused with its neighbour: a signal on one channel only leaves
+// the other channel's samples and histories exactly as they were.
+TEST(CascadeKernels, StereoPassKeepsChannelsApart) {
+    Rng rng(13);
+    std::vector<CBiquad> left = RandomSections(rng, 6, 96000.0);
+    std::vector<CBiquad> right = left;
+    for (CBiquad& b : right) {
+        b.InitBuffers();
+    }
+    std::vector<zk::StereoStage> stages;
+    for (std::size_t k = 0; k < left.size(); ++k) {
+        stages.push_back({&left[k], &right[k]});
+    }
+    std::vector<double> l = RandomSignal(rng, 300), r(300, 0.0);
+    zk::FilterCascadeStereo(stages.data(), static_cast<int>(stages.size()), l.data(), r.data(),
+                            300);
+    for (double x : r) {
+        ASSERT_EQ(Bits(x), Bits(0.0));
+    }
+    for (const CBiquad& b : right) {
+        ASSERT_TRUE(SameBits(History(b), std::vector<double>(4, 0.0)));
+    }
+}
+
+template <class Filter> void ExpectFusedEqualsPlain(Filter fused, Rng& rng, const char* what) {
+    Filter plain = fused;
+    for (int block = 0; block < 4; ++block) {
+        const long n = RandomBlock(rng);
+        std::vector<double> a = RandomSignal(rng, n), b = a;
+        plain.FilterBufferReference(a.data(), n);
+        fused.FilterBuffer(b.data(), n);
+        ASSERT_TRUE(SameBits(a, b)) << what << ", block " << block;
+    }
+    std::vector<double> ha(Filter::kStateSize), hb(Filter::kStateSize);
+    plain.GetBuffers(ha.data());
+    fused.GetBuffers(hb.data());
+    EXPECT_TRUE(SameBits(ha, hb)) << what;
+}
+
+TEST(CascadeKernels, CompositeFiltersEqualTheirPlainLoops) {
+    Rng rng(14);
+    for (double fs : {88200.0, 96000.0, 192000.0}) {
+        ExpectFusedEqualsPlain(CZkmorvaAiFilter(fs), rng, "band limit");
+        for (int mode : {0, 1}) {
+            for (double slope : {5.0, 106.0, 112.0, 118.0, 124.0, 130.0}) {
+                CZkmorvaHpLpFilter f(fs, mode);
+                f.Update(Uniform(rng, 20.0, 20000.0), CZkmorvaHpLpFilter::kFrequency);
+                f.Update(slope, CZkmorvaHpLpFilter::kSlope);
+                ExpectFusedEqualsPlain(f, rng, mode == 0 ? "high-pass" : "low-pass");
+            }
+            CZkmorvaShifter s(fs, mode);
+            s.Update(mode == 0 ? 89.0 : 12600.0, CZkmorvaShifter::kFrequency);
+            s.Update(Uniform(rng, 0.25, 4.0), CZkmorvaShifter::kGain);
+            ExpectFusedEqualsPlain(s, rng, mode == 0 ? "bass shifter" : "presence shifter");
+        }
+    }
+}
+
+} // namespace
