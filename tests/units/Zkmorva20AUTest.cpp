@@ -1,0 +1,255 @@
+// The two-channel EQ through the host interface: mid/side stage, meters, latency,
+// channel configuration and saved state.
+#include "Zkmorva20TestSupport.h"
+#include "units/Zkmorva10AU.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+namespace {
+
+using namespace zk;
+using zktest::MakeHost20;
+using zktest::Settle;
+using zktest::Sine;
+using zktest::UnitHost;
+
+constexpr double kRate = 48000.0;
+
+zktest::StereoLevels Through(UnitHost& host, double frequency, double left, double right,
+                             double seconds = 0.5) {
+    const long n = static_cast<long>(seconds * kRate);
+    return zktest::ToneLevels(host, Sine(frequency, kRate, n, left),
+                              Sine(frequency, kRate, n, right), frequency, kRate);
+}
+
+// In-phase tones of 0.5 and 0.3: mid 0.4, side 0.1 on each output.
+TEST(Zkmorva20AUMidSide, StereoWidthScalesTheSide) {
+    auto host = MakeHost20(kRate);
+    struct Case {
+        float width;
+        double left, right;
+    };
+    for (const Case& c : {Case{0.0f, 0.4, 0.4}, Case{150.0f, 0.55, 0.25}, Case{100.0f, 0.5, 0.3},
+                          Case{400.0f, 0.8, 0.0}}) {
+        host->Set(kZ20StereoWidth, c.width);
+        const zktest::StereoLevels out = Through(*host, 1000.0, 0.5, 0.3);
+        EXPECT_NEAR(out.left, c.left, 5e-4) << "width " << c.width << " %";
+        EXPECT_NEAR(out.right, c.right, 5e-4) << "width " << c.width << " %";
+    }
+    host->Set(kZ20StereoWidth, 0.0f);
+    host->Set(kZ20StereoWidthOn, 0.0f);
+    const zktest::StereoLevels off = Through(*host, 1000.0, 0.5, 0.3);
+    EXPECT_NEAR(off.left, 0.5, 5e-4) << "width switched off";
+    EXPECT_NEAR(off.right, 0.3, 5e-4) << "width switched off";
+}
+
+TEST(Zkmorva20AUMidSide, MonoMakerRemovesLowAntiphaseContent) {
+    auto host = MakeHost20(kRate);
+    host->Set(kZ20MonoMaker, 200.0f);
+    const zktest::StereoLevels anti = Through(*host, 50.0, 0.5, -0.5, 1.0);
+    // Second-order high-pass on the side at 200 Hz: about -24 dB at 50 Hz.
+    EXPECT_LT(zktest::ToDb(anti.left / 0.5), -20.0);
+    EXPECT_LT(zktest::ToDb(anti.right / 0.5), -20.0);
+    // Mono content stays, with the mid shelf's half decibel at most.
+    const zktest::StereoLevels mono = Through(*host, 50.0, 0.5, 0.5, 1.0);
+    EXPECT_GT(zktest::ToDb(mono.left / 0.5), -0.01);
+    EXPECT_LT(zktest::ToDb(mono.left / 0.5), 0.51);
+    EXPECT_NEAR(mono.right, mono.left, 1e-9);
+    // Antiphase content well above the frequency passes.
+    const zktest::StereoLevels high = Through(*host, 4000.0, 0.5, -0.5);
+    EXPECT_NEAR(zktest::ToDb(high.left / 0.5), 0.0, 0.01);
+    EXPECT_NEAR(zktest::ToDb(high.right / 0.5), 0.0, 0.01);
+
+    host->Set(kZ20MonoMakerOn, 0.0f);
+    const zktest::StereoLevels off = Through(*host, 50.0, 0.5, -0.5, 1.0);
+    EXPECT_NEAR(zktest::ToDb(off.left / 0.5), 0.0, 0.01) << "mono maker switched off";
+}
+
+// ---------------------------------------------------------------- meters
+
+// Renders in blocks and reads a plain parameter after each, as an editor polling on
+// a timer would: any read lets the correlation form.
+void PlayReading(UnitHost& host, const std::vector<double>& l, const std::vector<double>& r) {
+    const std::vector<float> lf = zktest::ToFloat(l), rf = zktest::ToFloat(r);
+    constexpr std::size_t kBlock = 512;
+    for (std::size_t pos = 0; pos < lf.size(); pos += kBlock) {
+        const std::size_t n = std::min(kBlock, lf.size() - pos);
+        host.Render({std::vector<float>(lf.begin() + static_cast<long>(pos),
+                                        lf.begin() + static_cast<long>(pos + n)),
+                     std::vector<float>(rf.begin() + static_cast<long>(pos),
+                                        rf.begin() + static_cast<long>(pos + n))},
+                    kBlock);
+        host.Get(kZ20EqOn);
+    }
+}
+
+TEST(Zkmorva20AUMeters, CorrelationThroughGetParameter) {
+    const long n = static_cast<long>(3.0 * kRate);
+    const std::vector<double> tone = Sine(997.0, kRate, n, 0.5);
+    std::vector<double> inverted(tone), silence(tone.size(), 0.0);
+    for (double& x : inverted) {
+        x = -x;
+    }
+    struct Case {
+        const char* name;
+        const std::vector<double>& right;
+        const std::vector<double>& left;
+        double expected;
+    };
+    for (const Case& c :
+         {Case{"identical", tone, tone, 1.0}, Case{"inverted", inverted, tone, -1.0},
+          Case{"silent", silence, silence, 0.0}}) {
+        auto host = MakeHost20(kRate);
+        PlayReading(*host, c.left, c.right);
+        EXPECT_NEAR(host->Get(kZ20CorrelationMeter), c.expected, 0.02) << c.name;
+    }
+    // Without reads no correlation result forms: the meter stays where it started.
+    auto host = MakeHost20(kRate);
+    host->Render({zktest::ToFloat(tone), zktest::ToFloat(inverted)});
+    EXPECT_NEAR(host->As<CZkmorva20AU>().ReadMeters().correlationValue, 0.0f, 1e-9);
+}
+
+TEST(Zkmorva20AUMeters, BalanceLevelsAndOvers) {
+    auto host = MakeHost20(kRate);
+    const long n = static_cast<long>(3.0 * kRate);
+    const std::vector<float> tone = zktest::ToFloat(Sine(997.0, kRate, n, 0.5));
+    const std::vector<float> silence(tone.size(), 0.0f);
+
+    host->Render({tone, silence});
+    EXPECT_LT(host->Get(kZ20BalanceMeter), 0.01f) << "left only";
+    EXPECT_GT(host->Get(kZ20Input1Meter), -7.0f);
+    EXPECT_EQ(host->Get(kZ20Input2Meter), -61.0f);
+    // Only the denormal guard's noise reaches the silent output.
+    EXPECT_LT(host->Get(kZ20Output2Meter), -61.0f);
+    // Half the left level in mid and in side.
+    EXPECT_NEAR(host->Get(kZ20OutputMMeter), host->Get(kZ20OutputSMeter), 0.01f);
+    host->Render({silence, tone});
+    EXPECT_GT(host->Get(kZ20BalanceMeter), 0.99f) << "right only";
+    EXPECT_LT(host->Get(kZ20Output1Meter), -61.0f) << "fallen after 3 s";
+
+    std::vector<float> over(64, 0.0f);
+    over.back() = 1.5f;
+    host->Render({over, std::vector<float>(64, 0.0f)}, 64);
+    // Shown at once; one release step follows on the zero-stuffed sample after it.
+    EXPECT_NEAR(host->Get(kZ20Input1Meter), 20.0 * std::log10(1.5), 1e-3);
+    host->Render({std::vector<float>(256, 1.5f), std::vector<float>(256, 0.0f)}, 256);
+    EXPECT_NEAR(host->Get(kZ20Output1Meter), 20.0 * std::log10(1.5), 0.05);
+}
+
+// ---------------------------------------------------------------- host interface
+
+TEST(Zkmorva20AU, LatencyBoundaryAt50kHz) {
+    // 50..64 kHz run oversampled but report no latency: intended.
+    struct Case {
+        double rate, latency;
+        bool oversampled;
+    };
+    for (const Case& c : {Case{44100.0, 4.0 / 44100.0, true}, Case{48000.0, 4.0 / 48000.0, true},
+                          Case{49999.0, 4.0 / 49999.0, true}, Case{50000.0, 0.0, true},
+                          Case{63999.0, 0.0, true}, Case{96000.0, 0.0, false}}) {
+        auto host = MakeHost20(c.rate);
+        EXPECT_DOUBLE_EQ(host->Unit().GetLatency(), c.latency) << c.rate;
+        EXPECT_EQ(host->As<CZkmorva20AU>().IsOversampling(), c.oversampled) << c.rate;
+    }
+}
+
+TEST(Zkmorva20AU, OnlyTwoInTwoOut) {
+    const AUChannelInfo* info = nullptr;
+    AudioUnitPtr unit = OpenZkmorva20();
+    ASSERT_EQ(unit->SupportedNumChannels(&info), 1u);
+    EXPECT_EQ(info[0].inChannels, 2);
+    EXPECT_EQ(info[0].outChannels, 2);
+    for (UInt32 channels : {1u, 3u}) {
+        AudioUnitPtr u = OpenZkmorva20();
+        ASSERT_EQ(u->SetSampleRateAndChannels(48000.0, channels, channels), noErr);
+        EXPECT_EQ(u->DoInitialize(), kAudioUnitErr_FormatNotSupported) << channels;
+    }
+}
+
+// With every control at its default both channels pass unchanged apart from the
+// oversampling filter's and the denormal guard's traces.
+TEST(Zkmorva20AU, DefaultsAreTransparentOnBothChannels) {
+    auto host = MakeHost20(kRate);
+    for (double f : {40.0, 1000.0, 15000.0}) {
+        const zktest::StereoLevels out = Through(*host, f, 0.5, 0.25);
+        EXPECT_NEAR(zktest::ToDb(out.left / 0.5), 0.0, 0.002) << f << " Hz";
+        EXPECT_NEAR(zktest::ToDb(out.right / 0.25), 0.0, 0.002) << f << " Hz";
+    }
+    AudioUnitParameterValue v = -1.0f;
+    ASSERT_EQ(host->Unit().GetParameter(kZ20Output2Gain, kAudioUnitScope_Global, 0, v), noErr);
+    EXPECT_EQ(v, 0.0f);
+}
+
+TEST(Zkmorva20AU, HostBypassIsTheLatencyMatchedDryPath) {
+    auto host = MakeHost20(kRate);
+    host->Set(kZ20Input1Gain, -20.0f); // would be heard if the chain ran
+    const UInt32 on = 1;
+    ASSERT_EQ(AudioUnitSetProperty(&host->Unit(), kAudioUnitProperty_BypassEffect,
+                                   kAudioUnitScope_Global, 0, &on, sizeof on),
+              noErr);
+    std::vector<float> impulse(32, 0.0f);
+    impulse[0] = 1.0f;
+    const auto out = host->Render({impulse, impulse}, 32);
+    for (std::size_t i = 0; i < impulse.size(); ++i) {
+        EXPECT_EQ(out[0][i], i == 4 ? 1.0f : 0.0f) << "sample " << i;
+        EXPECT_EQ(out[1][i], i == 4 ? 1.0f : 0.0f) << "sample " << i;
+    }
+}
+
+TEST(Zkmorva20AU, SavedStateRoundTripAndForeignDocument) {
+    auto host = MakeHost20(kRate);
+    host->Set(kZ20MasterLink, 0.0f); // every switch off, as the master link demands
+    Settle(*host);
+    const std::pair<AudioUnitParameterID, float> changes[] = {{kZ20AutoListenMode, 3.0f},
+                                                              {kZ20MonoMaker, 150.0f},
+                                                              {kZ20StereoWidth, 250.0f},
+                                                              {kZ20Input1Gain, -4.0f},
+                                                              {kZ20Output2Gain, 2.5f},
+                                                              {19, 80.0f},
+                                                              {24, 5.5f},
+                                                              {65, -2.0f},
+                                                              {88, 24.0f},
+                                                              {93, 3.0f},
+                                                              {kZ20HidePanel, 1.0f},
+                                                              {kZ20EqOn, 0.0f}};
+    for (const auto& [id, value] : changes) {
+        host->Set(id, value);
+    }
+    Settle(*host);
+    const std::string saved = host->Unit().SaveState();
+
+    auto other = MakeHost20(kRate);
+    std::string error;
+    ASSERT_EQ(other->Unit().RestoreState(saved, &error), noErr) << error;
+    Settle(*other);
+    for (const ParameterDef& p : kZkmorva20Parameters) {
+        if (!IsZkmorva20Meter(p.id)) {
+            EXPECT_EQ(other->Get(p.id), host->Get(p.id)) << p.name;
+        }
+    }
+    auto& unit = other->As<CZkmorva20AU>();
+    EXPECT_EQ(unit.autoListenMode, 3);
+    EXPECT_DOUBLE_EQ(unit.stereoWidth, 2.5);
+    EXPECT_EQ(unit.GetChannelSettings(1).lp.slope, 130.0);
+    EXPECT_FALSE(unit.eqOn);
+
+    // A document of the channel EQ is refused and changes nothing.
+    UnitHost channelEq(OpenZkmorva10(), kRate, 2);
+    const std::string foreign = channelEq.Unit().SaveState();
+    std::vector<float> before;
+    for (AudioUnitParameterID id = 0; id < kZ20ParameterCount; ++id) {
+        before.push_back(other->Get(id));
+    }
+    EXPECT_NE(other->Unit().RestoreState(foreign, &error), noErr);
+    EXPECT_FALSE(error.empty());
+    Settle(*other);
+    for (AudioUnitParameterID id = 0; id < kZ20ParameterCount; ++id) {
+        if (!IsZkmorva20Meter(id)) {
+            EXPECT_EQ(other->Get(id), before[id]) << "id " << id;
+        }
+    }
+}
+
+} // namespace

@@ -1,0 +1,236 @@
+#include "units/Zkmorva20AU.h"
+
+#include "units/Zkmorva20Links.h"
+
+#include <cstring>
+
+namespace {
+
+using namespace zk;
+
+// Below this host rate the unit reports the oversampled path's four samples of
+// latency. Oversampling itself runs up to 64000 Hz, so 50000..64000 Hz run
+// oversampled and report none: intended.
+constexpr double kLatencyBelowHz = 50000.0;
+constexpr double kLatencySamples = 4.0;
+
+constexpr AUChannelInfo kStereoOnly[] = {{2, 2}};
+
+} // namespace
+
+CZkmorva20AU::CZkmorva20AU(AudioComponentInstance instance) : CZkmorvaAU(instance) {
+    CreateElements();
+    Globals()->UseIndexedParameters(kZ20ParameterCount);
+    for (const ParameterDef& p : kZkmorva20Parameters) {
+        // Parameter 12 is left at the store's 0.0, which is its default; intended.
+        if (IsZkmorva20Meter(p.id) || p.id == kZ20Output2Gain) {
+            continue;
+        }
+        AUBase::SetParameter(p.id, kAudioUnitScope_Global, 0, p.defaultValue, 0);
+    }
+}
+
+CZkmorva20AU::~CZkmorva20AU() {
+    RemoveParameterListener();
+}
+
+OSStatus CZkmorva20AU::Initialize() {
+    const OSStatus result = AUEffectBase::Initialize();
+    UpdateSampleRate(GetSampleRate());
+    AllocateWorkBuffers(static_cast<long>(GetMaxFramesPerSlice()));
+    if (result != noErr) {
+        return result;
+    }
+    CreateParameterListener(kZ20LastDispatched);
+    Reset(kAudioUnitScope_Global, 0);
+    return result;
+}
+
+OSStatus CZkmorva20AU::Reset(AudioUnitScope scope, AudioUnitElement element) {
+    InitBuffers();
+    for (AudioUnitParameterID id = 0; id < kZ20ParameterCount; ++id) {
+        UpdateParameters(id);
+    }
+    return AUBase::Reset(scope, element);
+}
+
+UInt32 CZkmorva20AU::SupportedNumChannels(const AUChannelInfo** outInfo) {
+    if (outInfo != nullptr) {
+        *outInfo = kStereoOnly;
+    }
+    return 1;
+}
+
+Float64 CZkmorva20AU::GetLatency() {
+    const double rate = GetSampleRate();
+    return rate < kLatencyBelowHz ? kLatencySamples / rate : 0.0;
+}
+
+void CZkmorva20AU::GetUIComponentDescs(AudioComponentDescription* outDescs) {
+    if (outDescs != nullptr) {
+        *outDescs = {MakeFourCC("auvw"), MakeFourCC("zkm2"), kManufacturer, 0, 0};
+    }
+}
+
+// ---------------------------------------------------------------- parameters
+
+OSStatus CZkmorva20AU::GetParameterInfo(AudioUnitScope scope, AudioUnitParameterID id,
+                                        AudioUnitParameterInfo& outInfo) {
+    if (scope != kAudioUnitScope_Global || id >= kZ20ParameterCount) {
+        return kAudioUnitErr_InvalidParameter;
+    }
+    FillParameterInfo(kZkmorva20Parameters[id], outInfo);
+    return noErr;
+}
+
+OSStatus CZkmorva20AU::GetParameterValueStrings(AudioUnitScope scope, AudioUnitParameterID id,
+                                                std::vector<std::string>* outStrings) {
+    if (scope != kAudioUnitScope_Global || id != kZ20AutoListenMode) {
+        return kAudioUnitErr_InvalidParameter;
+    }
+    if (outStrings != nullptr) {
+        outStrings->assign(std::begin(kAutoListenModeNames), std::end(kAutoListenModeNames));
+    }
+    return noErr;
+}
+
+// Any read first lets the correlation meter form a result when half a second of
+// audio has been gathered.
+OSStatus CZkmorva20AU::GetParameter(AudioUnitParameterID id, AudioUnitScope scope,
+                                    AudioUnitElement element, AudioUnitParameterValue& outValue) {
+    CalcCorrelation();
+    if (IsZkmorva20Meter(id)) {
+        outValue = static_cast<float>(GetMeterParameter(static_cast<long>(id)));
+        return noErr;
+    }
+    return AUEffectBase::GetParameter(id, scope, element, outValue);
+}
+
+// ---------------------------------------------------------------- properties
+
+OSStatus CZkmorva20AU::GetPropertyInfo(AudioUnitPropertyID id, AudioUnitScope scope,
+                                       AudioUnitElement element, UInt32& outDataSize,
+                                       Boolean& outWritable) {
+    if (id == kAudioUnitProperty_DependentParameters && scope == kAudioUnitScope_Global) {
+        outDataSize = z20links::Dependents(element).count * sizeof(AUDependentParameter);
+        outWritable = false;
+        return noErr;
+    }
+    return CZkmorvaAU::GetPropertyInfo(id, scope, element, outDataSize, outWritable);
+}
+
+OSStatus CZkmorva20AU::GetProperty(AudioUnitPropertyID id, AudioUnitScope scope,
+                                   AudioUnitElement element, void* outData) {
+    if (scope == kAudioUnitScope_Global && outData != nullptr) {
+        switch (id) {
+        case kTextBoxCurrentControlProperty:
+            *static_cast<UInt8*>(outData) = IsTextBoxActive() ? 1 : 0;
+            return noErr;
+        case kAutoListenDisplayProperty: {
+            const AutoListenDisplay d = GetAutoListenDisplay();
+            std::memcpy(outData, &d, sizeof d);
+            return noErr;
+        }
+        case kAudioUnitProperty_ParameterStringFromValue: {
+            auto* request = static_cast<AudioUnitParameterStringFromValue*>(outData);
+            request->outString = nullptr;
+            const AudioUnitParameterID pid = request->inParamID;
+            if (!HasValueTexts(kZkmorva20ValueTexts, pid)) {
+                return kAudioUnitErr_InvalidParameter;
+            }
+            AudioUnitParameterValue value = 0.0f;
+            if (request->inValue != nullptr) {
+                value = *request->inValue;
+            } else if (OSStatus r = GetParameter(pid, kAudioUnitScope_Global, 0, value)) {
+                return r;
+            }
+            request->outString = FindValueText(kZkmorva20ValueTexts, pid, value);
+            return noErr;
+        }
+        case kAudioUnitProperty_DependentParameters: {
+            const z20links::DependentList& list = z20links::Dependents(element);
+            auto* out = static_cast<AUDependentParameter*>(outData);
+            for (std::size_t i = 0; i < list.count; ++i) {
+                out[i] = {kAudioUnitScope_Global, list.ids[i]};
+            }
+            return noErr;
+        }
+        default:
+            break;
+        }
+    }
+    return AUEffectBase::GetProperty(id, scope, element, outData);
+}
+
+OSStatus CZkmorva20AU::SetProperty(AudioUnitPropertyID id, AudioUnitScope scope,
+                                   AudioUnitElement element, const void* inData,
+                                   UInt32 inDataSize) {
+    if (id == kTextBoxCurrentControlProperty && scope == kAudioUnitScope_Global) {
+        // Any call with data sets the flag; the byte itself is not read (intended).
+        if (inData != nullptr) {
+            SetTextBoxAsCurrentControl();
+        }
+        return noErr;
+    }
+    return AUEffectBase::SetProperty(id, scope, element, inData, inDataSize);
+}
+
+// ---------------------------------------------------------------- events and render
+
+void CZkmorva20AU::DrawAutoListen(bool on, long parameterId) {
+    SetAutoListenDisplay(on, parameterId);
+}
+
+void CZkmorva20AU::SetTouchedParameter(AudioUnitParameterID id) {
+    touchedParameter.store(id, std::memory_order_relaxed);
+}
+
+void CZkmorva20AU::HandleParameterEvent(AudioUnitEventType type, AudioUnitParameterID id) {
+    switch (type) {
+    case kAudioUnitEvent_ParameterValueChange:
+        UpdateParameters(id);
+        break;
+    case kAudioUnitEvent_BeginParameterChangeGesture:
+        BeginAutoListen(static_cast<long>(id));
+        SetTouchedParameter(id);
+        break;
+    case kAudioUnitEvent_EndParameterChangeGesture:
+        EndAutoListen(static_cast<long>(id));
+        break;
+    default:
+        break;
+    }
+}
+
+void CZkmorva20AU::UpdateAllParameters() {
+    for (AudioUnitParameterID id = 0; id <= kZ20LastDispatched; ++id) {
+        UpdateParameters(id);
+    }
+}
+
+OSStatus CZkmorva20AU::ProcessBufferLists(AudioUnitRenderActionFlags& /*ioActionFlags*/,
+                                          const AudioBufferList& inBuffers,
+                                          AudioBufferList& outBuffers, UInt32 frames) {
+    ApplyPendingCommands();
+    if (inBuffers.mNumberBuffers < 2 || outBuffers.mNumberBuffers < 2) {
+        return noErr;
+    }
+    bypass = IsBypassEffect();
+    float* in[2] = {static_cast<float*>(inBuffers.mBuffers[0].mData),
+                    static_cast<float*>(inBuffers.mBuffers[1].mData)};
+    float* out[2] = {static_cast<float*>(outBuffers.mBuffers[0].mData),
+                     static_cast<float*>(outBuffers.mBuffers[1].mData)};
+    ProcessFloats(in, out, static_cast<long>(frames));
+    return noErr;
+}
+
+// Host bypass runs the processor's own latency-matched dry path.
+OSStatus CZkmorva20AU::ProcessBypass(AudioUnitRenderActionFlags& ioActionFlags,
+                                     const AudioBufferList& inBuffers, AudioBufferList& outBuffers,
+                                     UInt32 frames) {
+    return ProcessBufferLists(ioActionFlags, inBuffers, outBuffers, frames);
+}
+
+AudioUnitPtr OpenZkmorva20() {
+    return CZkmorva20AUEntry::Open(kZkmorva20Description);
+}

@@ -1,0 +1,84 @@
+#pragma once
+
+#include "dsp/Zkmorva20SignalProcessing.h"
+#include "framework/Component.h"
+#include "units/Zkmorva20Parameters.h"
+#include "units/ZkmorvaAU.h"
+
+#include <atomic>
+#include <string>
+#include <vector>
+
+// The two-channel EQ unit: a complete chain per channel, links between the
+// channels, a master link, solo, mid/side stage and meters. 2 inputs, 2 outputs.
+//
+// Parameter events reach the processor on the render thread (see CZkmorvaAU).
+// Linked changes are passed on there with AUParameterSet, so that the partner's
+// change reaches the listeners (this unit's and the editor's) like any other.
+class CZkmorva20AU : public CZkmorvaAU, public CZkmorva20SignalProcessing {
+public:
+    static constexpr OSType kType = MakeFourCC("aufx");
+    static constexpr OSType kSubType = MakeFourCC("Zk20");
+    static constexpr OSType kManufacturer = MakeFourCC("Vnqe");
+    // touchedParameter while no gesture has begun.
+    static constexpr AudioUnitParameterID kNoTouchedParameter = 110;
+
+    explicit CZkmorva20AU(AudioComponentInstance instance);
+    ~CZkmorva20AU() override;
+
+    OSStatus Initialize() override;
+    OSStatus Reset(AudioUnitScope scope, AudioUnitElement element) override;
+    OSStatus GetPropertyInfo(AudioUnitPropertyID id, AudioUnitScope scope, AudioUnitElement element,
+                             UInt32& outDataSize, Boolean& outWritable) override;
+    OSStatus GetProperty(AudioUnitPropertyID id, AudioUnitScope scope, AudioUnitElement element,
+                         void* outData) override;
+    OSStatus SetProperty(AudioUnitPropertyID id, AudioUnitScope scope, AudioUnitElement element,
+                         const void* inData, UInt32 inDataSize) override;
+    OSStatus GetParameter(AudioUnitParameterID id, AudioUnitScope scope, AudioUnitElement element,
+                          AudioUnitParameterValue& outValue) override;
+    OSStatus GetParameterInfo(AudioUnitScope scope, AudioUnitParameterID id,
+                              AudioUnitParameterInfo& outInfo) override;
+    OSStatus GetParameterValueStrings(AudioUnitScope scope, AudioUnitParameterID id,
+                                      std::vector<std::string>* outStrings) override;
+    void GetUIComponentDescs(AudioComponentDescription* outDescs) override;
+    Float64 GetLatency() override;
+    UInt32 SupportedNumChannels(const AUChannelInfo** outInfo) override;
+    OSStatus ProcessBufferLists(AudioUnitRenderActionFlags& ioActionFlags,
+                                const AudioBufferList& inBuffers, AudioBufferList& outBuffers,
+                                UInt32 frames) override;
+    OSStatus ProcessBypass(AudioUnitRenderActionFlags& ioActionFlags,
+                           const AudioBufferList& inBuffers, AudioBufferList& outBuffers,
+                           UInt32 frames) override;
+
+    void UpdateParameters(AudioUnitParameterID id) override;
+    long GetLinkStatus(long id) override;
+    long GetLinkedControl(long id) override;
+    virtual void SetTouchedParameter(AudioUnitParameterID id);
+    void DrawAutoListen(bool on, long parameterId) override;
+
+    AudioUnitParameterID GetTouchedParameter() const {
+        return touchedParameter.load(std::memory_order_relaxed);
+    }
+
+protected:
+    void HandleParameterEvent(AudioUnitEventType type, AudioUnitParameterID id) override;
+    void UpdateAllParameters() override;
+
+private:
+    float StoredValue(AudioUnitParameterID id) const;
+    // Sets a parameter so that listeners are told; real-time safe.
+    void PostParameter(AudioUnitParameterID id, float value);
+    void UpdateChannelControl(AudioUnitParameterID id, double v);
+    void UpdateSolo(AudioUnitParameterID id, float v);
+    void UpdateMasterLink(float v);
+    void PropagateLink(AudioUnitParameterID id, float v);
+
+    // Written on the render thread; atomic so that tests and tools may look.
+    std::atomic<AudioUnitParameterID> touchedParameter{kNoTouchedParameter};
+};
+
+// The component entry of the two-channel EQ and its description.
+using CZkmorva20AUEntry = AUComponentEntry<CZkmorva20AU>;
+inline constexpr AudioComponentDescription kZkmorva20Description{
+    CZkmorva20AU::kType, CZkmorva20AU::kSubType, CZkmorva20AU::kManufacturer, 0, 0};
+AudioUnitPtr OpenZkmorva20();
