@@ -1,0 +1,302 @@
+// A real host end to end: jackd with its dummy driver, jalv hosting an LV2
+// bundle, and a JACK client of ours that plays a test signal into the plug-in
+// and records what comes back. The recording must match the renderer's output
+// (or, without the renderer, a direct drive of the unit) for the same setting,
+// allowing for the block alignment, both for a setting given at start-up and for
+// one sent to jalv while it runs.
+//
+// zk_jalv_roundtrip URI CHANNELS LV2_DIR [RENDERER]
+
+#include "plugins/core/UnitDescriptor.h"
+#include "tests/plugins/ChildProcess.h"
+#include "tests/plugins/DirectDrive.h"
+
+#include <jack/jack.h>
+
+#include <atomic>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <thread>
+
+namespace {
+
+using namespace zktest;
+using namespace std::chrono_literals;
+
+constexpr double kRate = 48000.0;
+constexpr std::size_t kPreRoll = 9600; // silence before the signal
+constexpr std::size_t kSignal = 24000; // half a second
+constexpr std::size_t kTail = 9600;    // room for the round trip's offset
+constexpr double kTolerance = 1e-4;    // noise-floor differences only
+
+int failures = 0;
+int passes = 0;
+void Check(bool ok, const std::string& what) {
+    std::printf("%s: %s\n", ok ? "ok" : "FAILED", what.c_str());
+    ++(ok ? passes : failures);
+}
+
+// Plays input from frame kPreRoll on and records every frame, in the process
+// callback, into buffers allocated beforehand.
+struct Player {
+    jack_client_t* client = nullptr;
+    std::vector<jack_port_t*> outs, ins;
+    Channels play, record;
+    std::atomic<std::size_t> position{0};
+    std::atomic<bool> running{false};
+
+    static int Process(jack_nframes_t n, void* arg) {
+        auto* self = static_cast<Player*>(arg);
+        if (!self->running.load()) {
+            for (std::size_t c = 0; c < self->outs.size(); ++c) {
+                std::memset(jack_port_get_buffer(self->outs[c], n), 0, n * sizeof(float));
+            }
+            return 0;
+        }
+        const std::size_t pos = self->position.load();
+        for (std::size_t c = 0; c < self->outs.size(); ++c) {
+            auto* out = static_cast<float*>(jack_port_get_buffer(self->outs[c], n));
+            const auto* in = static_cast<const float*>(jack_port_get_buffer(self->ins[c], n));
+            for (jack_nframes_t i = 0; i < n; ++i) {
+                const std::size_t k = pos + i;
+                out[i] = k < self->play[c].size() ? self->play[c][k] : 0.0f;
+                if (k < self->record[c].size()) {
+                    self->record[c][k] = in[i];
+                }
+            }
+        }
+        self->position.store(pos + n);
+        return 0;
+    }
+};
+
+// Float WAV files for the renderer.
+void WriteWav(const std::string& path, const Channels& ch) {
+    const auto channels = static_cast<uint16_t>(ch.size());
+    const auto frames = static_cast<uint32_t>(ch[0].size());
+    const uint32_t rate = static_cast<uint32_t>(kRate), bytes = frames * channels * 4;
+    std::ofstream f(path, std::ios::binary);
+    auto u32 = [&](uint32_t v) { f.write(reinterpret_cast<const char*>(&v), 4); };
+    auto u16 = [&](uint16_t v) { f.write(reinterpret_cast<const char*>(&v), 2); };
+    f.write("RIFF", 4), u32(36 + bytes), f.write("WAVEfmt ", 8), u32(16), u16(3), u16(channels);
+    u32(rate), u32(rate * channels * 4), u16(static_cast<uint16_t>(channels * 4)), u16(32);
+    f.write("data", 4), u32(bytes);
+    for (uint32_t i = 0; i < frames; ++i) {
+        for (uint16_t c = 0; c < channels; ++c) {
+            f.write(reinterpret_cast<const char*>(&ch[c][i]), 4);
+        }
+    }
+}
+
+Channels ReadWav(const std::string& path, std::size_t channels) {
+    std::ifstream f(path, std::ios::binary);
+    std::string all((std::istreambuf_iterator<char>(f)), {});
+    Channels out(channels);
+    std::size_t pos = 12;
+    while (pos + 8 <= all.size()) {
+        uint32_t size = 0;
+        std::memcpy(&size, all.data() + pos + 4, 4);
+        if (all.compare(pos, 4, "data") == 0) {
+            const std::size_t frames = size / 4 / channels;
+            for (std::size_t i = 0; i < frames; ++i) {
+                for (std::size_t c = 0; c < channels; ++c) {
+                    float v;
+                    std::memcpy(&v, all.data() + pos + 8 + (i * channels + c) * 4, 4);
+                    out[c].push_back(v);
+                }
+            }
+            break;
+        }
+        pos += 8 + size;
+    }
+    return out;
+}
+
+struct Setting {
+    const char* symbol;
+    float value;
+};
+
+Channels Reference(const std::string& renderer, const zkplug::UnitDescriptor& unit,
+                   const std::vector<Setting>& settings, const Channels& input,
+                   const std::string& dir) {
+    if (renderer.empty()) {
+        Settings s;
+        for (const Setting& x : settings) {
+            s.push_back({zk::FindParameter(unit.parameters, x.symbol)->id, x.value});
+        }
+        return DirectDrive(unit.open(), kRate, 4096, s, input, 256);
+    }
+    const std::string in = dir + "/in.wav", out = dir + "/out.wav";
+    WriteWav(in, input);
+    std::string cmd = "'" + renderer + "' render '" + in + "' '" + out +
+                      "' --unit 10 --keep-latency --type float --quiet";
+    for (const Setting& x : settings) {
+        cmd += std::string(" --set ") + x.symbol + "=" + std::to_string(x.value);
+    }
+    if (std::system(cmd.c_str()) != 0) {
+        Check(false, "renderer: " + cmd);
+        return input;
+    }
+    return ReadWav(out, input.size());
+}
+
+// The offset of `reference` inside `recorded` (the JACK round trip), found on the
+// first part of the signal, and the largest difference over the whole signal there.
+std::pair<std::size_t, double> Align(const Channels& recorded, const Channels& reference) {
+    std::size_t best = 0;
+    double bestError = 1e30;
+    for (std::size_t lag = kPreRoll; lag < kPreRoll + kTail - 1024; ++lag) {
+        double e = 0;
+        for (std::size_t i = 0; i < 2048 && e < bestError; ++i) {
+            e = std::max(e, std::abs(double(recorded[0][lag + i]) - reference[0][i]));
+        }
+        if (e < bestError) {
+            bestError = e, best = lag;
+        }
+    }
+    double worst = 0;
+    for (std::size_t c = 0; c < recorded.size(); ++c) {
+        for (std::size_t i = 0; i < kSignal && best + i < recorded[c].size(); ++i) {
+            worst = std::max(worst, std::abs(double(recorded[c][best + i]) - reference[c][i]));
+        }
+    }
+    return {best, worst};
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    if (argc < 4) {
+        std::fprintf(stderr, "usage: %s URI CHANNELS LV2_DIR [RENDERER]\n", argv[0]);
+        return 2;
+    }
+    const std::string uri = argv[1];
+    const auto channels = static_cast<std::size_t>(std::atoi(argv[2]));
+    char* absolute = realpath(argv[3], nullptr); // jalv needs an absolute LV2_PATH
+    const std::string lv2Dir = absolute != nullptr ? absolute : argv[3];
+    std::free(absolute);
+    const std::string renderer = argc > 4 ? argv[4] : "";
+    const zkplug::UnitDescriptor& unit =
+        channels == 1 ? zkplug::Zkmorva10Mono() : zkplug::Zkmorva10Stereo();
+
+    const std::string server = "zk-test-" + std::to_string(getpid());
+    setenv("JACK_DEFAULT_SERVER", server.c_str(), 1);
+    setenv("JACK_NO_AUDIO_RESERVATION", "1", 1);
+    setenv("LV2_PATH", lv2Dir.c_str(), 1);
+    char tmpl[] = "/tmp/zk-jalv-XXXXXX";
+    const std::string dir = mkdtemp(tmpl);
+
+    ChildProcess jackd(
+        {"jackd", "--no-realtime", "-n", server, "-d", "dummy", "-r", "48000", "-p", "256"}, false,
+        dir + "/jackd.log");
+    jack_set_error_function([](const char*) {}); // quiet while jackd comes up
+    jack_client_t* client = nullptr;
+    for (int i = 0; i < 100 && client == nullptr; ++i) {
+        std::this_thread::sleep_for(50ms);
+        client = jack_client_open("zk-player", JackNoStartServer, nullptr);
+    }
+    if (client == nullptr) {
+        std::fprintf(stderr, "jackd did not come up (log in %s)\n", dir.c_str());
+        return 1;
+    }
+
+    // Setting A at start-up; setting B adds a change sent while jalv runs.
+    const std::vector<Setting> settingA{{"LfGain", 6.0f}, {"HpFrequency", 80.0f}};
+    std::vector<Setting> settingB = settingA;
+    settingB.push_back({"HfGain", -9.0f});
+    const std::string name = "eq";
+    std::vector<std::string> jalvArgs{"jalv", "-n", name};
+    for (const Setting& s : settingA) {
+        jalvArgs.push_back("-c");
+        jalvArgs.push_back(std::string(s.symbol) + "=" + std::to_string(s.value));
+    }
+    jalvArgs.push_back(uri);
+    ChildProcess jalv(jalvArgs, true, dir + "/jalv.log");
+
+    const std::string lastOut = name + ":lv2_audio_out_" + std::to_string(channels);
+    for (int i = 0; i < 200 && jack_port_by_name(client, lastOut.c_str()) == nullptr; ++i) {
+        std::this_thread::sleep_for(50ms);
+    }
+    Check(jack_port_by_name(client, lastOut.c_str()) != nullptr, "jalv hosts " + uri);
+
+    Player player;
+    player.client = client;
+    const Channels signal = TestSignal(channels, kSignal, kRate);
+    player.play.assign(channels, std::vector<float>(kPreRoll, 0.0f));
+    for (std::size_t c = 0; c < channels; ++c) {
+        player.play[c].insert(player.play[c].end(), signal[c].begin(), signal[c].end());
+    }
+    player.record.assign(channels, std::vector<float>(kPreRoll + kSignal + kTail, 0.0f));
+    for (std::size_t c = 0; c < channels; ++c) {
+        const std::string n = std::to_string(c + 1);
+        player.outs.push_back(jack_port_register(client, ("out" + n).c_str(),
+                                                 JACK_DEFAULT_AUDIO_TYPE, JackPortIsOutput, 0));
+        player.ins.push_back(jack_port_register(client, ("in" + n).c_str(), JACK_DEFAULT_AUDIO_TYPE,
+                                                JackPortIsInput, 0));
+    }
+    jack_set_process_callback(client, &Player::Process, &player);
+    jack_activate(client);
+    for (std::size_t c = 0; c < channels; ++c) {
+        const std::string n = std::to_string(c + 1);
+        jack_connect(client, jack_port_name(player.outs[c]), (name + ":lv2_audio_in_" + n).c_str());
+        jack_connect(client, (name + ":lv2_audio_out_" + n).c_str(), jack_port_name(player.ins[c]));
+    }
+
+    bool connected = true;
+    for (std::size_t c = 0; c < channels; ++c) {
+        connected = connected && jack_port_connected(player.outs[c]) == 1 &&
+                    jack_port_connected(player.ins[c]) == 1;
+    }
+    Check(connected, "our client is connected to jalv's ports");
+    std::this_thread::sleep_for(300ms); // let the new graph settle
+
+    auto recordPass = [&] {
+        player.running = false;
+        player.position = 0;
+        player.running = true;
+        for (int i = 0; i < 400 && player.position.load() < player.record[0].size(); ++i) {
+            std::this_thread::sleep_for(25ms);
+        }
+        player.running = false;
+        Channels got = player.record;
+        return got;
+    };
+
+    const Channels refA = Reference(renderer, unit, settingA, signal, dir);
+    const Channels refB = Reference(renderer, unit, settingB, signal, dir);
+    const std::string source = renderer.empty() ? "the direct drive" : "the renderer";
+
+    const Channels passA = recordPass();
+    const auto [lagA, errA] = Align(passA, refA);
+    Check(errA < kTolerance, "start-up setting: recording matches " + source + " (max diff " +
+                                 std::to_string(errA) + ", offset " +
+                                 std::to_string(lagA - kPreRoll) + ")");
+
+    jalv.Write("set HfGain -9\n");
+    std::this_thread::sleep_for(500ms); // jalv applies it, the unit's thread delivers it
+    const Channels passB = recordPass();
+    const auto [lagB, errB] = Align(passB, refB);
+    Check(errB < kTolerance, "setting sent to jalv: recording matches " + source + " (max diff " +
+                                 std::to_string(errB) + ")");
+    const auto [lagX, errX] = Align(passB, refA);
+    Check(errX > 100 * kTolerance, "the setting sent to jalv changed the sound (diff " +
+                                       std::to_string(errX) + " from before)");
+
+    jack_deactivate(client);
+    jack_client_close(client);
+    jalv.CloseStdin(); // jalv quits at the end of its input
+    Check(jalv.WaitExit(5s), "jalv quits at the end of its input");
+    jackd.Stop();
+    if (failures == 0) {
+        std::filesystem::remove_all(dir);
+    } else {
+        std::printf("logs in %s\n", dir.c_str());
+    }
+    std::printf("%d passed, %d failed\n", passes, failures);
+    return failures == 0 ? 0 : 1;
+}
