@@ -1,9 +1,75 @@
 #include "Zkmorva20SignalProcessing.h"
 
+#include "CascadeKernels.h"
 #include "Zkmorva20Controls.h"
 
 #include <algorithm>
 #include <cmath>
+
+namespace {
+
+// The sections of both channels at each point of the chain, in chain order.
+struct StageList {
+    static constexpr int kCapacity = 32; // 10 band-limit + at most 15 chain stages
+    zk::StereoStage stage[kCapacity];
+    int count = 0;
+
+    template <class Cascade> void AddCascade(Cascade& c1, Cascade& c2, bool on1, bool on2) {
+        for (int i = 0; i < Cascade::kSectionCount; ++i) {
+            stage[count++] = {{on1 ? c1.GetBiquad(i) : nullptr, on2 ? c2.GetBiquad(i) : nullptr}};
+        }
+    }
+    void AddBand(CBiquad& b1, CBiquad& b2, bool on1, bool on2) {
+        stage[count++] = {{on1 ? &b1 : nullptr, on2 ? &b2 : nullptr}};
+    }
+};
+
+// A band at exactly unity gain is skipped and its history freezes; intended.
+bool BandRuns(const BandSettings& b) {
+    return b.on && b.gain != 1.0;
+}
+
+// Per channel: high-pass, LF, bass shifter, LMF, MF, HMF, presence shifter, HF,
+// low-pass, each under its condition.
+void CollectChain(StageList& list, const ChannelSettings& s1, const ChannelSettings& s2,
+                  CZkmorva20ChannelFilters& f1, CZkmorva20ChannelFilters& f2) {
+    auto hpRuns = [](const ChannelSettings& s) { return s.hp.on && s.hp.frequency > 20.0; };
+    auto lpRuns = [](const ChannelSettings& s) { return s.lp.on && s.lp.frequency <= 25999.0; };
+    auto band = [&](int b, const BandSettings ChannelSettings::*field) {
+        list.AddBand(f1.bandFilter[static_cast<std::size_t>(b)],
+                     f2.bandFilter[static_cast<std::size_t>(b)], BandRuns(s1.*field),
+                     BandRuns(s2.*field));
+    };
+    list.AddCascade(f1.hpFilter, f2.hpFilter, hpRuns(s1), hpRuns(s2));
+    band(0, &ChannelSettings::lf);
+    list.AddCascade(f1.bassShifter, f2.bassShifter, BandRuns(s1.bassShift), BandRuns(s2.bassShift));
+    band(1, &ChannelSettings::lmf);
+    band(2, &ChannelSettings::mf);
+    band(3, &ChannelSettings::hmf);
+    list.AddCascade(f1.presenceShifter, f2.presenceShifter, BandRuns(s1.presShift),
+                    BandRuns(s2.presShift));
+    band(4, &ChannelSettings::hf);
+    list.AddCascade(f1.lpFilter, f2.lpFilter, lpRuns(s1), lpRuns(s2));
+}
+
+// Both channels in one fused pass, or each channel's sections one after another
+// with the plain loops (the same samples bit for bit).
+void RunStages(const StageList& list, double* b1, double* b2, long count, bool plain) {
+    if (!plain) {
+        zk::FilterCascadeStereo(list.stage, list.count, b1, b2, count);
+        return;
+    }
+    double* buffers[2] = {b1, b2};
+    for (int ch = 0; ch < 2; ++ch) {
+        for (int k = 0; k < list.count; ++k) {
+            if (CBiquad* b = list.stage[k].channel[ch]) {
+                b->FilterBuffer(buffers[ch], count);
+            }
+        }
+    }
+}
+
+} // namespace
 
 CZkmorva20ChannelFilters::CZkmorva20ChannelFilters(double sampleRate)
     : aiFilter(sampleRate), autoListenFilter(sampleRate),
@@ -217,23 +283,22 @@ void CZkmorva20SignalProcessing::ProcessSampleBuffer(long count) {
         add_white_noise(&b2[i]);
     }
 
+    // The band limit and the normal chain run as one list of two-channel stages.
+    StageList stages;
     if (oversampling) {
         // Zero-stuffing halved the level; the band limit removes the image.
         for (long i = 0; i < count; ++i) {
             b1[i] *= 2.0;
             b2[i] *= 2.0;
         }
-        filters[0].aiFilter.FilterBuffer(b1, count);
-        filters[1].aiFilter.FilterBuffer(b2, count);
+        stages.AddCascade(filters[0].aiFilter, filters[1].aiFilter, true, true);
     }
-
-    if (eqOn) {
-        if (autoListenActive) {
-            RunListenedSection(count);
-        } else {
-            RunChain(channel1, filters[0], b1, count);
-            RunChain(channel2, filters[1], b2, count);
-        }
+    if (eqOn && !autoListenActive) {
+        CollectChain(stages, channel1, channel2, filters[0], filters[1]);
+    }
+    RunStages(stages, b1, b2, count, plainFilterLoops);
+    if (eqOn && autoListenActive) {
+        RunListenedSection(count);
     }
 
     const bool monoMakerActive = monoMakerOn && monoMakerFrequency > 20.0;
@@ -241,7 +306,14 @@ void CZkmorva20SignalProcessing::ProcessSampleBuffer(long count) {
     if (monoMakerActive || widthActive) {
         ConvertBetweenMsAndLr(count);
         if (monoMakerActive) {
-            monoMaker.FilterMSBuffers(b1, b2, count);
+            if (plainFilterLoops) {
+                monoMaker.FilterMSBuffers(b1, b2, count);
+            } else {
+                // Mid shelf and side high-pass side by side in one register.
+                const zk::StereoStage stage{
+                    {monoMaker.GetBiquad(true), monoMaker.GetBiquad(false)}};
+                zk::FilterCascadeStereo(&stage, 1, b1, b2, count);
+            }
         }
         if (stereoWidthOn) {
             for (long i = 0; i < count; ++i) {
@@ -270,29 +342,6 @@ void CZkmorva20SignalProcessing::ProcessSampleBuffer(long count) {
     meterBoard.Publish(meters, release, processSampleRate);
 }
 
-void CZkmorva20SignalProcessing::RunChain(const ChannelSettings& s, CZkmorva20ChannelFilters& f,
-                                          double* buffer, long count) {
-    // A band at exactly unity gain is skipped and its history freezes; intended.
-    auto band = [buffer, count](const BandSettings& b, auto& filter) {
-        if (b.on && b.gain != 1.0) {
-            filter.FilterBuffer(buffer, count);
-        }
-    };
-    if (s.hp.on && s.hp.frequency > 20.0) {
-        f.hpFilter.FilterBuffer(buffer, count);
-    }
-    band(s.lf, f.bandFilter[0]);
-    band(s.bassShift, f.bassShifter);
-    band(s.lmf, f.bandFilter[1]);
-    band(s.mf, f.bandFilter[2]);
-    band(s.hmf, f.bandFilter[3]);
-    band(s.presShift, f.presenceShifter);
-    band(s.hf, f.bandFilter[4]);
-    if (s.lp.on && s.lp.frequency <= 25999.0) {
-        f.lpFilter.FilterBuffer(buffer, count);
-    }
-}
-
 // While listening only the listened control's section runs, on both channels,
 // whatever its switch and gain.
 void CZkmorva20SignalProcessing::RunListenedSection(long count) {
@@ -302,9 +351,15 @@ void CZkmorva20SignalProcessing::RunListenedSection(long count) {
         CZkmorva20ChannelFilters& f = filters[static_cast<size_t>(ch)];
         double* b = buffers[ch];
         switch (role.kind) {
-        case zk20::ListenKind::CutQ:
-            (role.section == zk20::Section::Hp ? f.hpFilter : f.lpFilter).FilterBuffer(b, count);
+        case zk20::ListenKind::CutQ: {
+            CZkmorvaHpLpFilter& cut = role.section == zk20::Section::Hp ? f.hpFilter : f.lpFilter;
+            if (plainFilterLoops) {
+                cut.FilterBufferReference(b, count);
+            } else {
+                cut.FilterBuffer(b, count);
+            }
             break;
+        }
         case zk20::ListenKind::Frequency:
             f.autoListenFilter.FilterBufferAndInvert(b, count);
             break;
