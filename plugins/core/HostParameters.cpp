@@ -64,8 +64,9 @@ bool IsValidSymbol(const std::string& s) {
     });
 }
 
-std::vector<HostParameter> DescribeParameters(AUBase& unit, std::span<const zk::ParameterDef> table,
-                                              std::span<const zk::ValueTextRule> texts) {
+std::vector<HostParameter> DescribeParameters(AUBase& unit, const UnitDescriptor& descriptor) {
+    const std::span<const zk::ParameterDef> table = descriptor.parameters;
+    const std::span<const zk::ValueTextRule> texts = descriptor.valueTexts;
     std::vector<HostParameter> out;
     out.reserve(table.size());
     for (const zk::ParameterDef& p : table) {
@@ -77,8 +78,8 @@ std::vector<HostParameter> DescribeParameters(AUBase& unit, std::span<const zk::
         h.minValue = p.minValue;
         h.maxValue = p.maxValue;
         h.defaultValue = p.defaultValue;
-        h.output = zk::IsMeter(p);
-        h.automatable = zk::IsAutomatable(p) && !h.output;
+        h.output = zk::IsMeter(p) || (descriptor.isMeter != nullptr && descriptor.isMeter(p.id));
+        h.automatable = zk::IsAutomatable(p) && !h.output && p.id != descriptor.panelState;
         h.boolean = p.unit == kAudioUnitParameterUnit_Boolean;
         h.integer = h.boolean || p.unit == kAudioUnitParameterUnit_Indexed;
         // A logarithmic scale needs a positive range.

@@ -5,6 +5,7 @@
 // labelled values). Nothing here knows about a plug-in format.
 
 #include "framework/AUBase.h"
+#include "plugins/core/UnitDescriptor.h"
 #include "units/ParameterTable.h"
 #include "units/ValueTexts.h"
 
@@ -39,10 +40,9 @@ struct HostParameter {
     std::vector<ScalePoint> scalePoints;
 };
 
-// One entry per table row, in table order. `unit` answers the value strings of
-// indexed parameters.
-std::vector<HostParameter> DescribeParameters(AUBase& unit, std::span<const zk::ParameterDef> table,
-                                              std::span<const zk::ValueTextRule> texts);
+// One entry per row of the descriptor's table, in table order. `unit` answers
+// the value strings of indexed parameters.
+std::vector<HostParameter> DescribeParameters(AUBase& unit, const UnitDescriptor& descriptor);
 
 // Whether `s` is usable as an LV2 symbol: [A-Za-z_][A-Za-z0-9_]*.
 bool IsValidSymbol(const std::string& s);

@@ -21,7 +21,7 @@ PluginCore::PluginCore(const UnitDescriptor& d) : descriptor(d) {
         std::fprintf(stderr, "zkmorva: the unit could not be opened\n");
         return;
     }
-    parameters = DescribeParameters(*unit, d.parameters, d.valueTexts);
+    parameters = DescribeParameters(*unit, d);
 }
 
 PluginCore::~PluginCore() {

@@ -18,10 +18,15 @@ struct UnitDescriptor {
     UInt32 channels; // inputs = outputs
     std::span<const zk::ParameterDef> parameters;
     std::span<const zk::ValueTextRule> valueTexts;
+    // Meters the table's flags do not mark as such (they become host outputs).
+    bool (*isMeter)(AudioUnitParameterID) = nullptr;
+    // The editor's panel state: saved with the settings, never automated.
+    AudioUnitParameterID panelState = zk::kNoParameter;
 };
 
 // The plug-ins built from the units.
 const UnitDescriptor& Zkmorva10Mono();
 const UnitDescriptor& Zkmorva10Stereo();
+const UnitDescriptor& Zkmorva20();
 
 } // namespace zkplug

@@ -17,10 +17,53 @@ namespace {
 
 using namespace zktest;
 
+// The symbols a test needs, per unit.
+struct Symbols {
+    std::vector<std::pair<const char*, float>> setting; // changes every band audibly
+    std::vector<const char*> outputGains;
+    const char* inputGain;
+    const char* hpQuality;
+    const char* lfQuality;
+    const char* lfGain;
+    const char* inputMeter;
+    const char* outputMeter;
+};
+
 struct PluginCase {
     const char* file; // bundle base name in ZK_PLUGIN_BIN
     const zkplug::UnitDescriptor& (*unit)();
+    Symbols symbols;
 };
+
+const Symbols kZ10Symbols{{{"LfGain", 6.0f},
+                           {"HpFrequency", 80.0f},
+                           {"MfGain", -4.5f},
+                           {"HfGain", 3.0f},
+                           {"LfQuality", 0.7f},
+                           {"OutputGain", -1.5f}},
+                          {"OutputGain"},
+                          "InputGain",
+                          "HpQuality",
+                          "LfQuality",
+                          "LfGain",
+                          "InputMeter",
+                          "OutputMeter"};
+
+// Without a gesture nothing is linked, so both channels are set.
+const Symbols kZ20Symbols{{{"Eq1LfGain", 6.0f},
+                           {"Eq2LfGain", 4.0f},
+                           {"Eq1HpFrequency", 80.0f},
+                           {"Eq2MfGain", -4.5f},
+                           {"Eq1HfGain", 3.0f},
+                           {"StereoWidth", 150.0f},
+                           {"Output1Gain", -1.5f}},
+                          {"Output1Gain", "Output2Gain"},
+                          "Input1Gain",
+                          "Eq1HpQuality",
+                          "Eq1LfQuality",
+                          "Eq1LfGain",
+                          "Input1Meter",
+                          "Output1Meter"};
 
 std::string IdOf(const PluginCase& c) {
     return std::string("com.zkmorva.") + c.file;
@@ -45,11 +88,16 @@ protected:
         return p->id;
     }
     clap_id BypassId() const { return static_cast<clap_id>(Unit().parameters.size()); }
-    // A setting that changes every band of the sound audibly.
+    const Symbols& Sym() const { return GetParam().symbols; }
     Settings Setting() const {
-        return {{IdBySymbol("LfGain"), 6.0f},    {IdBySymbol("HpFrequency"), 80.0f},
-                {IdBySymbol("MfGain"), -4.5f},   {IdBySymbol("HfGain"), 3.0f},
-                {IdBySymbol("LfQuality"), 0.7f}, {IdBySymbol("OutputGain"), -1.5f}};
+        Settings out;
+        for (const auto& [symbol, value] : Sym().setting) {
+            out.push_back({IdBySymbol(symbol), value});
+        }
+        return out;
+    }
+    bool IsOutput(const zk::ParameterDef& d) const {
+        return zk::IsMeter(d) || (Unit().isMeter != nullptr && Unit().isMeter(d.id));
     }
     static std::vector<ParamChange> AsChanges(const Settings& s) {
         std::vector<ParamChange> out;
@@ -114,10 +162,10 @@ TEST_P(ClapPlugin, ParametersFollowTheTable) {
         EXPECT_EQ(info.min_value, table[i].minValue);
         EXPECT_EQ(info.max_value, table[i].maxValue);
         EXPECT_EQ(info.default_value, table[i].defaultValue);
-        const bool meter = zk::IsMeter(table[i]);
+        const bool meter = IsOutput(table[i]);
         EXPECT_EQ((info.flags & CLAP_PARAM_IS_READONLY) != 0, meter);
         EXPECT_EQ((info.flags & CLAP_PARAM_IS_AUTOMATABLE) != 0,
-                  !meter && zk::IsAutomatable(table[i]));
+                  !meter && zk::IsAutomatable(table[i]) && table[i].id != Unit().panelState);
         const bool stepped = table[i].unit == kAudioUnitParameterUnit_Boolean ||
                              table[i].unit == kAudioUnitParameterUnit_Indexed;
         EXPECT_EQ((info.flags & CLAP_PARAM_IS_STEPPED) != 0, stepped);
@@ -133,9 +181,9 @@ TEST_P(ClapPlugin, ParametersFollowTheTable) {
     const clap_id mode = IdBySymbol("AutoListenMode");
     EXPECT_EQ(p->Text(mode, 0), "Q - -");
     EXPECT_EQ(p->Text(mode, 5), "- f G");
-    EXPECT_EQ(p->Text(IdBySymbol("InputGain"), -100), "-oo");
-    EXPECT_EQ(p->Text(IdBySymbol("HpQuality"), 18), "12dB/oct.");
-    EXPECT_EQ(p->Text(IdBySymbol("LfQuality"), 0.29f), "lo-shelf");
+    EXPECT_EQ(p->Text(IdBySymbol(Sym().inputGain), -100), "-oo");
+    EXPECT_EQ(p->Text(IdBySymbol(Sym().hpQuality), 18), "12dB/oct.");
+    EXPECT_EQ(p->Text(IdBySymbol(Sym().lfQuality), 0.29f), "lo-shelf");
     double v = 0;
     ASSERT_TRUE(p->params->text_to_value(p->plugin, mode, "Q f -", &v));
     EXPECT_EQ(v, 3.0);
@@ -248,8 +296,12 @@ TEST_P(ClapPlugin, HostChangeWhileRunningReachesTheSound) {
         ip.push_back(in[c].data());
         op.push_back(out[c].data());
     }
-    ASSERT_TRUE(p->Process(ip, op, 512, {{IdBySymbol("OutputGain"), -100.0}}));
-    EXPECT_EQ(p->Value(IdBySymbol("OutputGain")), -100.0);
+    std::vector<ParamChange> mute;
+    for (const char* gain : Sym().outputGains) {
+        mute.push_back({IdBySymbol(gain), -100.0});
+    }
+    ASSERT_TRUE(p->Process(ip, op, 512, mute));
+    EXPECT_EQ(p->Value(mute[0].id), -100.0);
     bool silent = false;
     for (int i = 0; i < 200 && !silent; ++i) {
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
@@ -265,8 +317,8 @@ TEST_P(ClapPlugin, HostChangeWhileRunningReachesTheSound) {
 TEST_P(ClapPlugin, MetersReadTheLevels) {
     const Channels input = TestSignal(ChannelCount(), 8192);
     auto p = Create();
-    const clap_id in = IdBySymbol("InputMeter");
-    const clap_id out = IdBySymbol("OutputMeter");
+    const clap_id in = IdBySymbol(Sym().inputMeter);
+    const clap_id out = IdBySymbol(Sym().outputMeter);
     p->Activate(48000.0, 512);
     Run(*p, input, 512, false);
     EXPECT_GT(p->Value(in), -20.0); // the signal peaks near -6 dBFS
@@ -286,11 +338,11 @@ TEST_P(ClapPlugin, StateRoundTripRestoresEverything) {
     auto b = Create();
     ASSERT_TRUE(b->LoadState(blob));
     for (const zk::ParameterDef& d : Unit().parameters) {
-        if (!zk::IsMeter(d)) {
+        if (!IsOutput(d)) {
             EXPECT_EQ(b->Value(d.id), a->Value(d.id)) << d.symbol;
         }
     }
-    EXPECT_EQ(b->Value(IdBySymbol("LfGain")), 6.0);
+    EXPECT_EQ(b->Value(IdBySymbol(Sym().lfGain)), 6.0);
     EXPECT_EQ(b->Value(IdBySymbol("HidePanel")), 1.0);
 
     const Channels input = TestSignal(ChannelCount(), 4096);
@@ -303,7 +355,7 @@ TEST_P(ClapPlugin, StateRoundTripRestoresEverything) {
 // also while running.
 TEST_P(ClapPlugin, BadStatesAreRefusedWithoutChangingTheSound) {
     auto source = Create();
-    source->Flush({{IdBySymbol("LfGain"), -9.0}});
+    source->Flush({{IdBySymbol(Sym().lfGain), -9.0}});
     const std::string good = source->SaveState();
 
     std::string brokenDocument = good;
@@ -333,21 +385,24 @@ TEST_P(ClapPlugin, BadStatesAreRefusedWithoutChangingTheSound) {
     for (const auto& [what, blob] : bad) {
         SCOPED_TRACE(what);
         EXPECT_FALSE(p->LoadState(blob));
-        EXPECT_EQ(p->Value(IdBySymbol("LfGain")), 6.0);
+        EXPECT_EQ(p->Value(IdBySymbol(Sym().lfGain)), 6.0);
         EXPECT_EQ(Run(*p, input, 512, false), Run(*reference, input, 512, false));
     }
     EXPECT_TRUE(p->LoadState(good)); // and a good one still loads
-    EXPECT_EQ(p->Value(IdBySymbol("LfGain")), -9.0);
+    EXPECT_EQ(p->Value(IdBySymbol(Sym().lfGain)), -9.0);
 }
 
-INSTANTIATE_TEST_SUITE_P(Zkmorva10, ClapPlugin,
-                         ::testing::Values(PluginCase{"zkmorva10-mono", &zkplug::Zkmorva10Mono},
-                                           PluginCase{"zkmorva10-stereo",
-                                                      &zkplug::Zkmorva10Stereo}),
-                         [](const auto& info) {
-                             std::string n = info.param.file;
-                             std::replace(n.begin(), n.end(), '-', '_');
-                             return n;
-                         });
+std::string CaseName(const ::testing::TestParamInfo<PluginCase>& info) {
+    std::string n = info.param.file;
+    std::replace(n.begin(), n.end(), '-', '_');
+    return n;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Zkmorva, ClapPlugin,
+    ::testing::Values(PluginCase{"zkmorva10-mono", &zkplug::Zkmorva10Mono, kZ10Symbols},
+                      PluginCase{"zkmorva10-stereo", &zkplug::Zkmorva10Stereo, kZ10Symbols},
+                      PluginCase{"zkmorva20", &zkplug::Zkmorva20, kZ20Symbols}),
+    CaseName);
 
 } // namespace

@@ -5,7 +5,7 @@
 // allowing for the block alignment, both for a setting given at start-up and for
 // one sent to jalv while it runs.
 //
-// zk_jalv_roundtrip URI CHANNELS LV2_DIR [RENDERER]
+// zk_jalv_roundtrip URI CHANNELS LV2_DIR UNIT [RENDERER]    (UNIT: 10 or 20)
 
 #include "plugins/core/UnitDescriptor.h"
 #include "tests/plugins/ChildProcess.h"
@@ -121,9 +121,9 @@ struct Setting {
     float value;
 };
 
-Channels Reference(const std::string& renderer, const zkplug::UnitDescriptor& unit,
-                   const std::vector<Setting>& settings, const Channels& input,
-                   const std::string& dir) {
+Channels Reference(const std::string& renderer, const std::string& unitName,
+                   const zkplug::UnitDescriptor& unit, const std::vector<Setting>& settings,
+                   const Channels& input, const std::string& dir) {
     if (renderer.empty()) {
         Settings s;
         for (const Setting& x : settings) {
@@ -133,8 +133,8 @@ Channels Reference(const std::string& renderer, const zkplug::UnitDescriptor& un
     }
     const std::string in = dir + "/in.wav", out = dir + "/out.wav";
     WriteWav(in, input);
-    std::string cmd = "'" + renderer + "' render '" + in + "' '" + out +
-                      "' --unit 10 --keep-latency --type float --quiet";
+    std::string cmd = "'" + renderer + "' render '" + in + "' '" + out + "' --unit " + unitName +
+                      " --keep-latency --type float --quiet";
     for (const Setting& x : settings) {
         cmd += std::string(" --set ") + x.symbol + "=" + std::to_string(x.value);
     }
@@ -171,8 +171,8 @@ std::pair<std::size_t, double> Align(const Channels& recorded, const Channels& r
 } // namespace
 
 int main(int argc, char** argv) {
-    if (argc < 4) {
-        std::fprintf(stderr, "usage: %s URI CHANNELS LV2_DIR [RENDERER]\n", argv[0]);
+    if (argc < 5) {
+        std::fprintf(stderr, "usage: %s URI CHANNELS LV2_DIR UNIT [RENDERER]\n", argv[0]);
         return 2;
     }
     const std::string uri = argv[1];
@@ -180,9 +180,12 @@ int main(int argc, char** argv) {
     char* absolute = realpath(argv[3], nullptr); // jalv needs an absolute LV2_PATH
     const std::string lv2Dir = absolute != nullptr ? absolute : argv[3];
     std::free(absolute);
-    const std::string renderer = argc > 4 ? argv[4] : "";
-    const zkplug::UnitDescriptor& unit =
-        channels == 1 ? zkplug::Zkmorva10Mono() : zkplug::Zkmorva10Stereo();
+    const std::string unitName = argv[4];
+    const std::string renderer = argc > 5 ? argv[5] : "";
+    const bool z20 = unitName == "20";
+    const zkplug::UnitDescriptor& unit = z20             ? zkplug::Zkmorva20()
+                                         : channels == 1 ? zkplug::Zkmorva10Mono()
+                                                         : zkplug::Zkmorva10Stereo();
 
     const std::string server = "zk-test-" + std::to_string(getpid());
     setenv("JACK_DEFAULT_SERVER", server.c_str(), 1);
@@ -205,10 +208,19 @@ int main(int argc, char** argv) {
         return 1;
     }
 
-    // Setting A at start-up; setting B adds a change sent while jalv runs.
-    const std::vector<Setting> settingA{{"LfGain", 6.0f}, {"HpFrequency", 80.0f}};
+    // Setting A at start-up; setting B adds a change sent while jalv runs. Zkmorva
+    // 20 links channels only during a gesture, so both channels are set.
+    const std::vector<Setting> settingA =
+        z20 ? std::vector<Setting>{{"Eq1LfGain", 6.0f},
+                                   {"Eq2LfGain", 6.0f},
+                                   {"Eq1HpFrequency", 80.0f},
+                                   {"Eq2HpFrequency", 80.0f}}
+            : std::vector<Setting>{{"LfGain", 6.0f}, {"HpFrequency", 80.0f}};
+    const std::vector<Setting> change =
+        z20 ? std::vector<Setting>{{"Eq1HfGain", -9.0f}, {"Eq2HfGain", -9.0f}}
+            : std::vector<Setting>{{"HfGain", -9.0f}};
     std::vector<Setting> settingB = settingA;
-    settingB.push_back({"HfGain", -9.0f});
+    settingB.insert(settingB.end(), change.begin(), change.end());
     const std::string name = "eq";
     std::vector<std::string> jalvArgs{"jalv", "-n", name};
     for (const Setting& s : settingA) {
@@ -267,8 +279,8 @@ int main(int argc, char** argv) {
         return got;
     };
 
-    const Channels refA = Reference(renderer, unit, settingA, signal, dir);
-    const Channels refB = Reference(renderer, unit, settingB, signal, dir);
+    const Channels refA = Reference(renderer, unitName, unit, settingA, signal, dir);
+    const Channels refB = Reference(renderer, unitName, unit, settingB, signal, dir);
     const std::string source = renderer.empty() ? "the direct drive" : "the renderer";
 
     const Channels passA = recordPass();
@@ -277,7 +289,9 @@ int main(int argc, char** argv) {
                                  std::to_string(errA) + ", offset " +
                                  std::to_string(lagA - kPreRoll) + ")");
 
-    jalv.Write("set HfGain -9\n");
+    for (const Setting& c : change) {
+        jalv.Write(std::string("set ") + c.symbol + " " + std::to_string(c.value) + "\n");
+    }
     std::this_thread::sleep_for(500ms); // jalv applies it, the unit's thread delivers it
     const Channels passB = recordPass();
     const auto [lagB, errB] = Align(passB, refB);
