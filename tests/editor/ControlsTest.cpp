@@ -126,6 +126,8 @@ TEST_F(KnobFixture, FilmStripFrames) {
     EXPECT_EQ(a->stripOffset(), 0);
     a->setValue(0.01f); // exactly on the boundary to frame 1: the upper frame
     EXPECT_EQ(a->stripOffset(), 30);
+    a->setValue(0.53f); // 0.53f * 3000 falls just short of 1590 in floats
+    EXPECT_EQ(a->stripOffset(), 53 * 30);
     a->setValue(0.005f);
     EXPECT_EQ(a->stripOffset(), 0);
     a->setValue(0.995f);
