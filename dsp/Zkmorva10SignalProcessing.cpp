@@ -213,26 +213,32 @@ void CZkmorva10SignalProcessing::ProcessSampleBuffer(long count) {
     inputPeak.store(peak, std::memory_order_relaxed);
     inputMeter.store(meter, std::memory_order_relaxed);
 
-    // The band limit and the chain run as one list of sections.
-    SectionList list;
     if (oversampling) {
         for (long i = 0; i < count; ++i) {
             x[i] = x[i] * 2.0;
         }
-        list.AddAll(aiFilter);
     }
-    if (eqOn) {
-        if (!autoListenActive) {
-            CollectNormalChain(list);
-        } else if (zk10::ListenControlFor(autoListenParam).kind == zk10::kFrequencyControl) {
-            RunSections(list, x, count);
-            list.count = 0;
-            autoListenFilter.FilterBufferAndInvert(x, count);
-        } else {
-            CollectAutoListenChain(list);
+    if (plainFilterLoops) {
+        RunPlainChain(x, count);
+    } else {
+        // The band limit and the chain as one list of sections in a fused pass.
+        SectionList list;
+        if (oversampling) {
+            list.AddAll(aiFilter);
         }
+        if (eqOn) {
+            if (!autoListenActive) {
+                CollectNormalChain(list);
+            } else if (zk10::ListenControlFor(autoListenParam).kind == zk10::kFrequencyControl) {
+                RunSections(list, x, count);
+                list.count = 0;
+                autoListenFilter.FilterBufferAndInvert(x, count);
+            } else {
+                CollectAutoListenChain(list);
+            }
+        }
+        RunSections(list, x, count);
     }
-    RunSections(list, x, count);
 
     peak = outputPeak.load(std::memory_order_relaxed);
     meter = outputMeter.load(std::memory_order_relaxed);
@@ -248,12 +254,55 @@ void CZkmorva10SignalProcessing::ProcessSampleBuffer(long count) {
 }
 
 void CZkmorva10SignalProcessing::RunSections(const SectionList& list, double* x, long count) {
-    if (plainFilterLoops) {
-        for (int i = 0; i < list.count; ++i) {
-            list.section[static_cast<std::size_t>(i)]->FilterBuffer(x, count);
+    zk::FilterCascade(list.section.data(), list.count, x, count);
+}
+
+// What the fused pass equals: each filter with the plain per-section loops, in
+// the chain's order.
+void CZkmorva10SignalProcessing::RunPlainChain(double* x, long count) {
+    if (oversampling) {
+        aiFilter.FilterBufferReference(x, count);
+    }
+    if (!eqOn) {
+        return;
+    }
+    if (autoListenActive) {
+        const zk10::ListenControl control = zk10::ListenControlFor(autoListenParam);
+        if (control.kind == zk10::kFrequencyControl) {
+            autoListenFilter.FilterBufferAndInvert(x, count);
+        } else if (control.kind != zk10::kNotListenable) {
+            if (control.section == zk10::kHighPassSection) {
+                hpFilter.FilterBufferReference(x, count);
+            } else if (control.section == zk10::kLowPassSection) {
+                lpFilter.FilterBufferReference(x, count);
+            } else if (control.section != zk10::kNoSection) {
+                bandFilter[static_cast<std::size_t>(control.section)].FilterBuffer(x, count);
+            }
         }
-    } else {
-        zk::FilterCascade(list.section.data(), list.count, x, count);
+        return;
+    }
+    if (IsHighPassActive()) {
+        hpFilter.FilterBufferReference(x, count);
+    }
+    if (IsBandActive(0)) {
+        bandFilter[0].FilterBuffer(x, count);
+    }
+    if (IsBassShifterActive()) {
+        bassShifter.FilterBufferReference(x, count);
+    }
+    for (int b = 1; b <= 3; ++b) {
+        if (IsBandActive(b)) {
+            bandFilter[static_cast<std::size_t>(b)].FilterBuffer(x, count);
+        }
+    }
+    if (IsPresenceShifterActive()) {
+        presenceShifter.FilterBufferReference(x, count);
+    }
+    if (IsBandActive(4)) {
+        bandFilter[4].FilterBuffer(x, count);
+    }
+    if (IsLowPassActive()) {
+        lpFilter.FilterBufferReference(x, count);
     }
 }
 

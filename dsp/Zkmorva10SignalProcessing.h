@@ -131,8 +131,8 @@ private:
     };
     void CollectNormalChain(SectionList& list);
     void CollectAutoListenChain(SectionList& list);
-    // Fused, or one section after the other with the plain loops.
     void RunSections(const SectionList& list, double* x, long count);
+    void RunPlainChain(double* x, long count);
     double ListenFrequency(int section) const;
 
     bool autoListenActive;

@@ -52,23 +52,6 @@ void CollectChain(StageList& list, const ChannelSettings& s1, const ChannelSetti
     list.AddCascade(f1.lpFilter, f2.lpFilter, lpRuns(s1), lpRuns(s2));
 }
 
-// Both channels in one fused pass, or each channel's sections one after another
-// with the plain loops (the same samples bit for bit).
-void RunStages(const StageList& list, double* b1, double* b2, long count, bool plain) {
-    if (!plain) {
-        zk::FilterCascadeStereo(list.stage, list.count, b1, b2, count);
-        return;
-    }
-    double* buffers[2] = {b1, b2};
-    for (int ch = 0; ch < 2; ++ch) {
-        for (int k = 0; k < list.count; ++k) {
-            if (CBiquad* b = list.stage[k].channel[ch]) {
-                b->FilterBuffer(buffers[ch], count);
-            }
-        }
-    }
-}
-
 } // namespace
 
 CZkmorva20ChannelFilters::CZkmorva20ChannelFilters(double sampleRate)
@@ -283,20 +266,34 @@ void CZkmorva20SignalProcessing::ProcessSampleBuffer(long count) {
         add_white_noise(&b2[i]);
     }
 
-    // The band limit and the normal chain run as one list of two-channel stages.
-    StageList stages;
     if (oversampling) {
         // Zero-stuffing halved the level; the band limit removes the image.
         for (long i = 0; i < count; ++i) {
             b1[i] *= 2.0;
             b2[i] *= 2.0;
         }
-        stages.AddCascade(filters[0].aiFilter, filters[1].aiFilter, true, true);
     }
-    if (eqOn && !autoListenActive) {
-        CollectChain(stages, channel1, channel2, filters[0], filters[1]);
+    if (plainFilterLoops) {
+        // One section after another over each buffer: what the fused pass equals.
+        if (oversampling) {
+            filters[0].aiFilter.FilterBufferReference(b1, count);
+            filters[1].aiFilter.FilterBufferReference(b2, count);
+        }
+        if (eqOn && !autoListenActive) {
+            RunPlainChain(channel1, filters[0], b1, count);
+            RunPlainChain(channel2, filters[1], b2, count);
+        }
+    } else {
+        // The band limit and the chain of both channels as one fused pass.
+        StageList stages;
+        if (oversampling) {
+            stages.AddCascade(filters[0].aiFilter, filters[1].aiFilter, true, true);
+        }
+        if (eqOn && !autoListenActive) {
+            CollectChain(stages, channel1, channel2, filters[0], filters[1]);
+        }
+        zk::FilterCascadeStereo(stages.stage, stages.count, b1, b2, count);
     }
-    RunStages(stages, b1, b2, count, plainFilterLoops);
     if (eqOn && autoListenActive) {
         RunListenedSection(count);
     }
@@ -340,6 +337,35 @@ void CZkmorva20SignalProcessing::ProcessSampleBuffer(long count) {
         zk20::FollowOutputLevels(meters, b1[i], b2[i], attack, release);
     }
     meterBoard.Publish(meters, release, processSampleRate);
+}
+
+void CZkmorva20SignalProcessing::RunPlainChain(const ChannelSettings& s,
+                                               CZkmorva20ChannelFilters& f, double* buffer,
+                                               long count) {
+    // A band at exactly unity gain is skipped and its history freezes; intended.
+    auto band = [buffer, count](const BandSettings& b, CBiquad& filter) {
+        if (b.on && b.gain != 1.0) {
+            filter.FilterBuffer(buffer, count);
+        }
+    };
+    auto shifter = [buffer, count](const BandSettings& b, CZkmorvaShifter& filter) {
+        if (b.on && b.gain != 1.0) {
+            filter.FilterBufferReference(buffer, count);
+        }
+    };
+    if (s.hp.on && s.hp.frequency > 20.0) {
+        f.hpFilter.FilterBufferReference(buffer, count);
+    }
+    band(s.lf, f.bandFilter[0]);
+    shifter(s.bassShift, f.bassShifter);
+    band(s.lmf, f.bandFilter[1]);
+    band(s.mf, f.bandFilter[2]);
+    band(s.hmf, f.bandFilter[3]);
+    shifter(s.presShift, f.presenceShifter);
+    band(s.hf, f.bandFilter[4]);
+    if (s.lp.on && s.lp.frequency <= 25999.0) {
+        f.lpFilter.FilterBufferReference(buffer, count);
+    }
 }
 
 // While listening only the listened control's section runs, on both channels,

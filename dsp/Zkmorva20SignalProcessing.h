@@ -113,6 +113,9 @@ private:
     template <typename Sample> void ProcessBypass(Sample** in, Sample** out, long frames);
     bool HasWorkBuffers(long count) const;
     void ApplyCorrelationClaim();
+    // The chain of one channel with the plain per-section loops.
+    void RunPlainChain(const ChannelSettings& s, CZkmorva20ChannelFilters& f, double* buffer,
+                       long count);
     void RunListenedSection(long count);
     void RouteOutputs(long count);
     // One pass of auto-listen start or end for control id.
