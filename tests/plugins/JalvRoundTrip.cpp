@@ -181,7 +181,13 @@ int main(int argc, char** argv) {
     const std::string lv2Dir = absolute != nullptr ? absolute : argv[3];
     std::free(absolute);
     const std::string unitName = argv[4];
-    const std::string renderer = argc > 5 ? argv[5] : "";
+    std::string renderer = argc > 5 ? argv[5] : "";
+    if (!renderer.empty() &&
+        std::system(("'" + renderer + "' params " + unitName + " >/dev/null 2>&1").c_str()) != 0) {
+        std::printf("note: the renderer has no unit %s yet; using a direct drive\n",
+                    unitName.c_str());
+        renderer.clear();
+    }
     const bool z20 = unitName == "20";
     const zkplug::UnitDescriptor& unit = z20             ? zkplug::Zkmorva20()
                                          : channels == 1 ? zkplug::Zkmorva10Mono()
