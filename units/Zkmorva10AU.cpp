@@ -77,6 +77,7 @@ OSStatus CZkmorva10AU::Initialize() {
     for (std::size_t s = 0; s < history.size(); ++s) {
         history[s].assign(slotSize[s] * historyChannels, 0.0);
     }
+    bypassHistory.assign(kBypassStateSize * historyChannels, 0.0);
     if (result != noErr) {
         return result;
     }
@@ -89,6 +90,9 @@ OSStatus CZkmorva10AU::Reset(AudioUnitScope scope, AudioUnitElement element) {
     InitBuffers();
     for (auto& h : history) {
         std::fill(h.begin(), h.end(), 0.0);
+    }
+    for (UInt32 c = 0; c < historyChannels; ++c) {
+        SaveChannelHistory(c); // every channel starts from the cleared bypass ring
     }
     for (AudioUnitParameterID id = 0; id < kZ10ParameterCount; ++id) {
         UpdateParameters(id);
@@ -382,6 +386,9 @@ void CZkmorva10AU::LoadChannelHistory(UInt32 channel) {
         section.StoreBuffers(history[static_cast<std::size_t>(slot)].data() +
                              static_cast<std::size_t>(size) * channel);
     });
+    const double* ring = bypassHistory.data() + kBypassStateSize * channel;
+    std::copy(ring, ring + 4, bypassDelay.begin());
+    bypassDelayIndex = static_cast<std::int32_t>(ring[4]);
 }
 
 void CZkmorva10AU::SaveChannelHistory(UInt32 channel) {
@@ -389,6 +396,9 @@ void CZkmorva10AU::SaveChannelHistory(UInt32 channel) {
         section.GetBuffers(history[static_cast<std::size_t>(slot)].data() +
                            static_cast<std::size_t>(size) * channel);
     });
+    double* ring = bypassHistory.data() + kBypassStateSize * channel;
+    std::copy(bypassDelay.begin(), bypassDelay.begin() + 4, ring);
+    ring[4] = static_cast<double>(bypassDelayIndex);
 }
 
 OSStatus CZkmorva10AU::ProcessBufferLists(AudioUnitRenderActionFlags& /*ioActionFlags*/,

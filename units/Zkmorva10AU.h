@@ -64,10 +64,13 @@ private:
     template <class Visit> void ForEachActiveSection(Visit&& visit);
     void LoadChannelHistory(UInt32 channel);
     void SaveChannelHistory(UInt32 channel);
+    // The latency-matched bypass ring (four samples and its position) per channel.
+    static constexpr std::size_t kBypassStateSize = 5;
     void ShelvingRule(int band, double q, double shelfType);
     void Follow(AudioUnitParameterID id, double frequency);
 
     std::array<std::vector<double>, kHistorySlotCount> history;
+    std::vector<double> bypassHistory;
     UInt32 historyChannels = 0;
 };
 

@@ -363,3 +363,28 @@ TEST(Zkmorva10AU, SavedStateRoundTripAndRefusal) {
 }
 
 } // namespace
+
+namespace {
+
+// Host bypass is the latency-matched dry path, with its own delay ring per channel.
+TEST(Zkmorva10AU, BypassDelaysEveryChannelByTheLatency) {
+    auto host = MakeHost(48000.0, 2);
+    UInt32 on = 1;
+    ASSERT_EQ(AudioUnitSetProperty(&host->Unit(), kAudioUnitProperty_BypassEffect,
+                                   kAudioUnitScope_Global, 0, &on, sizeof on),
+              noErr);
+    std::vector<float> left(1000), right(1000);
+    for (std::size_t i = 0; i < left.size(); ++i) {
+        left[i] = static_cast<float>(i + 1);
+        right[i] = -static_cast<float>(i + 1);
+    }
+    const auto out = host->Render({left, right}, 37);
+    for (std::size_t i = 0; i < left.size(); ++i) {
+        const float expectedLeft = i < 4 ? 0.0f : left[i - 4];
+        const float expectedRight = i < 4 ? 0.0f : right[i - 4];
+        ASSERT_EQ(out[0][i], expectedLeft) << "left frame " << i;
+        ASSERT_EQ(out[1][i], expectedRight) << "right frame " << i;
+    }
+}
+
+} // namespace
