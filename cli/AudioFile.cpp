@@ -208,6 +208,8 @@ SoundFileWriter::SoundFileWriter(const std::filesystem::path& target, const File
         std::filesystem::remove(temporary, ec);
         throw CliError("cannot write output file " + target.string() + ": " + why);
     }
+    // The PEAK chunk carries a time stamp: without it the same render gives the same file.
+    sf_command(file, SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);
     clips = !IsFloatSubtype(format.format);
     if (clips) {
         // Integer formats clip at full scale instead of wrapping round.

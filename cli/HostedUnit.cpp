@@ -3,7 +3,9 @@
 #include "cli/CliError.h"
 #include "framework/AUEvents.h"
 
+#include <algorithm>
 #include <cmath>
+#include <vector>
 
 namespace zkcli {
 
@@ -48,6 +50,20 @@ void HostedUnit::Apply(std::span<const Setting> settings) {
 
 void HostedUnit::Reset() {
     Expect(unit->DoReset(kAudioUnitScope_Global, 0), kind, "reset");
+    loop->Pump();
+}
+
+void HostedUnit::Settle() {
+    constexpr unsigned kFrames = 64;
+    std::vector<std::vector<float>> in(channels, std::vector<float>(kFrames, 0.0f));
+    std::vector<std::vector<float>> out = in;
+    std::vector<const float*> ip(channels);
+    std::vector<float*> op(channels);
+    for (unsigned c = 0; c < channels; ++c) {
+        ip[c] = in[c].data();
+        op[c] = out[c].data();
+    }
+    Render(ip.data(), op.data(), std::min(kFrames, maxFrames));
     loop->Pump();
 }
 

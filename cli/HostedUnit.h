@@ -33,6 +33,10 @@ public:
     void Apply(std::span<const Setting> settings);
     // Host reset: clears the filters' memory and re-reads every parameter.
     void Reset();
+    // Renders one short block of silence so that the unit takes in every pending
+    // change, including the parameters it sets itself in answer (the master link
+    // sets every link switch).
+    void Settle();
     // Opens a change gesture on a control and leaves it open (auto-listen holds).
     void BeginGesture(AudioUnitParameterID id);
     // The unit's latency in frames at its rate.

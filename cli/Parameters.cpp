@@ -56,7 +56,7 @@ const zk::ParameterDef& ParameterCatalog::Find(std::string_view key) const {
 
 const zk::ParameterDef& ParameterCatalog::FindSettable(std::string_view key) const {
     const zk::ParameterDef& p = Find(key);
-    if (zk::IsMeter(p)) {
+    if (IsMeter(kind, p)) {
         throw CliError("parameter \"" + std::string(p.name) + "\" is a meter and cannot be set");
     }
     if (!zk::IsAutomatable(p)) {

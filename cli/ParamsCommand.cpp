@@ -26,8 +26,8 @@ const char* UnitName(AudioUnitParameterUnit unit) {
     }
 }
 
-const char* Role(const zk::ParameterDef& p) {
-    if (zk::IsMeter(p)) {
+const char* Role(const UnitKind& kind, const zk::ParameterDef& p) {
+    if (IsMeter(kind, p)) {
         return "meter";
     }
     return zk::IsAutomatable(p) ? "control" : "state";
@@ -51,7 +51,7 @@ void PrintText(const ParameterCatalog& catalog, std::ostream& out) {
                                       : "0 .. " + std::to_string(context.valueStrings.size() - 1);
         out << std::left << std::setw(5) << p.id << std::setw(static_cast<int>(nameWidth) + 2)
             << p.name << std::setw(static_cast<int>(symbolWidth) + 2) << p.symbol << std::setw(8)
-            << UnitName(p.unit) << std::setw(8) << Role(p) << std::setw(24) << range
+            << UnitName(p.unit) << std::setw(8) << Role(catalog.Kind(), p) << std::setw(24) << range
             << FormatValue(context, p.defaultValue) << "\n";
     }
     bool header = false;
@@ -79,8 +79,8 @@ void PrintJson(const ParameterCatalog& catalog, std::ostream& out) {
         out << (first ? "" : ",\n") << "    {\"id\": " << p.id
             << ", \"name\": " << JsonString(p.name) << ", \"symbol\": " << JsonString(p.symbol)
             << ", \"unit\": " << JsonString(UnitName(p.unit))
-            << ", \"role\": " << JsonString(Role(p)) << ", \"min\": " << JsonNumber(p.minValue)
-            << ", \"max\": " << JsonNumber(p.maxValue)
+            << ", \"role\": " << JsonString(Role(catalog.Kind(), p))
+            << ", \"min\": " << JsonNumber(p.minValue) << ", \"max\": " << JsonNumber(p.maxValue)
             << ", \"default\": " << JsonNumber(p.defaultValue);
         const auto& strings = catalog.ValueStrings(p);
         if (!strings.empty()) {

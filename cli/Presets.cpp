@@ -1,6 +1,7 @@
 #include "cli/Presets.h"
 
 #include "cli/CliError.h"
+#include "cli/HostedUnit.h"
 #include "cli/OutputPath.h"
 #include "framework/SavedState.h"
 
@@ -29,12 +30,13 @@ std::string CodeText(const zkfw::plist::Value& dict, const char* key) {
 
 std::string MakePresetDocument(const UnitKind& unit, std::span<const Setting> settings,
                                const std::string& name) {
-    AudioUnitPtr u = OpenFor(unit);
-    for (const Setting& s : settings) {
-        u->Globals()->SetParameter(s.id, s.value);
-    }
-    u->SetPresetName(name);
-    return u->SaveState();
+    // Set as a host sets them, so that parameters the unit moves in answer (the
+    // master link's switches) are saved as a render with the same settings has them.
+    HostedUnit host(unit, 48000.0, unit.fixedChannels != 0 ? unit.fixedChannels : 1, 512);
+    host.Apply(settings);
+    host.Settle();
+    host.Unit().SetPresetName(name);
+    return host.Unit().SaveState();
 }
 
 Preset ReadPreset(const std::filesystem::path& path) {
@@ -84,7 +86,7 @@ std::vector<std::pair<const zk::ParameterDef*, float>> PresetValues(const Preset
     }
     std::vector<std::pair<const zk::ParameterDef*, float>> out;
     for (const zk::ParameterDef& p : preset.unit->parameters) {
-        if (zk::IsMeter(p)) {
+        if (IsMeter(*preset.unit, p)) {
             continue;
         }
         AudioUnitParameterValue v = 0.0f;

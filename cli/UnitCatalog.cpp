@@ -2,6 +2,7 @@
 
 #include "cli/CliError.h"
 #include "units/Zkmorva10AU.h"
+#include "units/Zkmorva20AU.h"
 
 #include <cctype>
 
@@ -9,9 +10,17 @@ namespace zkcli {
 
 namespace {
 
+bool IsZkmorva10Meter(AudioUnitParameterID id) {
+    const zk::ParameterDef* p = zk::FindParameter(zk::kZkmorva10Parameters, id);
+    return p != nullptr && zk::IsMeter(*p);
+}
+
 const UnitKind kUnits[] = {
     {"10", "Zkmorva 10", &OpenZkmorva10, kZkmorva10Description, zk::kZkmorva10Parameters,
-     zk::kZkmorva10ValueTexts, 0, -1, -1},
+     zk::kZkmorva10ValueTexts, 0, -1, -1, &IsZkmorva10Meter},
+    {"20", "Zkmorva 20", &OpenZkmorva20, kZkmorva20Description, zk::kZkmorva20Parameters,
+     zk::kZkmorva20ValueTexts, 2, zk::kZ20BalanceMeter, zk::kZ20CorrelationMeter,
+     &zk::IsZkmorva20Meter},
 };
 
 // Lower-case letters and digits only: "Zkmorva-10" -> "zkmorva10".
@@ -26,6 +35,10 @@ std::string Squeeze(std::string_view s) {
 }
 
 } // namespace
+
+bool IsMeter(const UnitKind& unit, const zk::ParameterDef& def) {
+    return zk::IsMeter(def) || unit.isMeter(def.id);
+}
 
 std::span<const UnitKind> AllUnits() {
     return kUnits;

@@ -26,7 +26,11 @@ struct UnitKind {
     // Meters read after a render for the summary; -1 when the unit has none.
     long balanceMeter;
     long correlationMeter;
+    // Output parameters the unit computes (never set, never shown as preset values).
+    bool (*isMeter)(AudioUnitParameterID id);
 };
+
+bool IsMeter(const UnitKind& unit, const zk::ParameterDef& def);
 
 std::span<const UnitKind> AllUnits();
 // Accepts "10", "zkmorva10", "Zkmorva 10", "zkmorva-10"...; null when unknown.

@@ -59,6 +59,8 @@ TEST(Render, FileEqualsADirectDriveOfTheUnitBitForBit) {
     host.Set(zk::kZ10HpFreq, 45.0f);
     host.Set(zk::kZ10LfGain, -3.5f);
     host.Set(zk::kZ10HfGain, 2.0f);
+    // A short silent block takes the changes in, then a reset starts from quiet.
+    host.Render(std::vector<std::vector<float>>(3, std::vector<float>(64, 0.0f)), 64);
     ASSERT_EQ(host.Unit().DoReset(kAudioUnitScope_Global, 0), noErr);
     host.Pump();
     const std::size_t latency = 4; // 2x oversampling at 48 kHz
@@ -104,8 +106,8 @@ TEST(Render, TwoRunsGiveIdenticalFiles) {
         Render(r);
     }
     const std::string a = FileBytes(dir / "a.wav");
-    EXPECT_GT(a.size(), 1000000u); // the demo signal: 8 s of float stereo
-    EXPECT_EQ(a, FileBytes(dir / "b.wav"));
+    EXPECT_GT(a.size(), 1000000u);              // the demo signal: 8 s of float stereo
+    EXPECT_TRUE(a == FileBytes(dir / "b.wav")); // not EXPECT_EQ: megabytes of diff
 }
 
 // A click in comes out at the same frame, and the file keeps its length; with the
