@@ -29,10 +29,10 @@ const Showcase kShowcases[] = {
       "LMF Q=1.4", "LMF Gain=-4", "MF f=2500", "MF Q=1.2", "MF Gain=3", "HF Q=hi-shelf",
       "HF f=10000", "HF Gain=2", "LP f=18000", "LP Q=24dB/oct.", "Pres Shift Gain=1.5"}},
     {"20",
-     "Zkmorva 20: L/R unlinked mids, mono maker 120 Hz, width 140 %",
+     "Zkmorva 20: L and R set apart, mono maker 120 Hz, width 140 %",
      {"Mono-Maker=120", "Stereo-Width=140", "HP L f=30", "LF L Q=lo-shelf", "LF L Gain=2",
-      "MF L Link on/off=off", "MF L f=2000", "MF L Gain=4", "MF R f=3000", "MF R Gain=-3",
-      "HF L Q=hi-shelf", "HF L Gain=2.5", "LP L f=19000"}},
+      "MF L f=2000", "MF L Gain=4", "MF R f=3000", "MF R Gain=-3", "HF L Q=hi-shelf",
+      "HF L Gain=2.5", "LP L f=19000"}},
 };
 
 } // namespace
