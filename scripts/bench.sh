@@ -1,0 +1,57 @@
+#!/usr/bin/env bash
+# Runs every benchmark and prints one table: our processors and units, the peer
+# equalisers (LV2, timed by bench/peers/Lv2PeerHost.cpp on the same 48 kHz stereo
+# noise in 256-frame blocks) and the machine's multiply-add limit for our work.
+# Medians of repeated runs, CPU time. Safe to run again.
+#
+#   scripts/bench.sh [--quick]
+# ZK_BENCH_BUILD_DIR (default build-bench) is the build directory; LV2_PATH is
+# extended with ZK_LV2_DIR when set (where our own LV2 plug-ins were built).
+set -euo pipefail
+here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
+top=$(dirname "$here")
+build=${ZK_BENCH_BUILD_DIR:-$top/build-bench}
+reps=5
+peer_seconds=2
+if [ "${1:-}" = "--quick" ]; then reps=3; peer_seconds=0.5; fi
+
+mapfile -t wanted < <(grep -h -v -E '^\s*(#|$)' "$here/packages.txt" "$here/packages-bench.txt")
+missing=()
+for pkg in "${wanted[@]}"; do
+    dpkg-query -W -f='${Status}' "$pkg" 2>/dev/null | grep -q 'install ok installed' || missing+=("$pkg")
+done
+if [ ${#missing[@]} -gt 0 ]; then
+    if [ "$(id -u)" -eq 0 ]; then sudo=(); else sudo=(sudo); fi
+    echo "bench: installing ${missing[*]}"
+    "${sudo[@]}" env DEBIAN_FRONTEND=noninteractive apt-get update -q
+    "${sudo[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -q --no-install-recommends "${missing[@]}"
+fi
+
+cmake -S "$top" -B "$build" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DZK_BUILD_TESTS=OFF \
+    -DZK_BUILD_GUI=OFF -DZK_BUILD_PLUGINS=OFF -DZK_BUILD_CLI=OFF >/dev/null
+cmake --build "$build" -j "$(nproc)" --target zk_bench_limit zk_bench_dsp zk_bench_units
+# The peer host is built here only, so that CI's build needs no LV2 libraries.
+c++ -std=c++20 -O2 -Wall -Wextra -ffp-contract=off "$top/bench/peers/Lv2PeerHost.cpp" \
+    $(pkg-config --cflags --libs lilv-0) -o "$build/zk_lv2_peer_host"
+
+out=$build/bench-results
+mkdir -p "$out"
+common=(--benchmark_repetitions="$reps" --benchmark_report_aggregates_only=true
+        --benchmark_format=json)
+echo "bench: machine limit"
+"$build/bench/zk_bench_limit" "${common[@]}" >"$out/limit.json"
+echo "bench: processors"
+"$build/bench/zk_bench_dsp" "${common[@]}" --benchmark_filter='Processor' >"$out/processors.json"
+echo "bench: units"
+"$build/bench/zk_bench_units" "${common[@]}" >"$out/units.json"
+echo "bench: peers"
+if [ -n "${ZK_LV2_DIR:-}" ]; then
+    export LV2_PATH="${ZK_LV2_DIR}:${LV2_PATH:-$HOME/.lv2:/usr/local/lib/lv2:/usr/lib/lv2}"
+fi
+: >"$out/peers.txt"
+for scenario in "$top"/bench/peers/scenarios/*.scn; do
+    "$build/zk_lv2_peer_host" "$scenario" --seconds "$peer_seconds" --repeats "$reps" \
+        | tee -a "$out/peers.txt"
+done
+
+python3 "$here/bench_table.py" "$out"
