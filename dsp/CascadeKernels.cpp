@@ -137,7 +137,8 @@ bool Runs(const CBiquad* b) {
 
 } // namespace
 
-void FilterCascade(CBiquad* const* sections, int sectionCount, double* buffer, long count) {
+static inline void MonoBody(CBiquad* const* sections, int sectionCount, double* buffer,
+                            long count) {
     if (count < 1) {
         return;
     }
@@ -213,8 +214,8 @@ void StoreStage(const StereoStage& stage, const Sse2Section& s) {
 
 } // namespace
 
-void FilterCascadeStereo(const StereoStage* stages, int stageCount, double* left, double* right,
-                         long count) {
+static inline void StereoBody(const StereoStage* stages, int stageCount, double* left,
+                              double* right, long count) {
     alignas(16) __m128d chunk[kChunk];
     for (long start = 0; start < count; start += kChunk) {
         const long n = count - start < kChunk ? count - start : kChunk;
@@ -257,8 +258,8 @@ void FilterCascadeStereo(const StereoStage* stages, int stageCount, double* left
 #else
 
 // Without SSE2: each channel's sections as a mono cascade, a batch at a time.
-void FilterCascadeStereo(const StereoStage* stages, int stageCount, double* left, double* right,
-                         long count) {
+static inline void StereoBody(const StereoStage* stages, int stageCount, double* left,
+                              double* right, long count) {
     double* buffers[2] = {left, right};
     for (int ch = 0; ch < 2; ++ch) {
         CBiquad* batch[kGroup];
@@ -268,7 +269,7 @@ void FilterCascadeStereo(const StereoStage* stages, int stageCount, double* left
                 batch[n++] = stages[k].channel[ch];
             }
             if (n == kGroup || (k == stageCount - 1 && n > 0)) {
-                FilterCascade(batch, n, buffers[ch], count);
+                MonoBody(batch, n, buffers[ch], count);
                 n = 0;
             }
         }
@@ -276,5 +277,83 @@ void FilterCascadeStereo(const StereoStage* stages, int stageCount, double* left
 }
 
 #endif
+
+// The passes compiled twice: for the baseline and, dispatched at run time, with
+// the AVX encoding of the very same 128-bit operations. Its three-operand
+// instructions spare the register copies that two-operand SSE2 needs; the
+// arithmetic (and so every result bit) is the same: no wider vectors, no fused
+// multiply-add (contraction is off, and the target does not include FMA).
+namespace kernels {
+
+__attribute__((flatten)) void FilterCascadeBaseline(CBiquad* const* sections, int sectionCount,
+                                                    double* buffer, long count) {
+    MonoBody(sections, sectionCount, buffer, count);
+}
+
+__attribute__((flatten)) void FilterCascadeStereoBaseline(const StereoStage* stages, int stageCount,
+                                                          double* left, double* right, long count) {
+    StereoBody(stages, stageCount, left, right, count);
+}
+
+#if defined(__x86_64__) && defined(__GNUC__)
+
+namespace {
+bool DetectAvx() {
+    __builtin_cpu_init();
+    return __builtin_cpu_supports("avx");
+}
+const bool haveAvx = DetectAvx(); // at load time, never on the render thread
+} // namespace
+
+bool HaveAvx() {
+    return haveAvx;
+}
+
+__attribute__((target("avx"), flatten)) void
+FilterCascadeAvx(CBiquad* const* sections, int sectionCount, double* buffer, long count) {
+    MonoBody(sections, sectionCount, buffer, count);
+}
+
+__attribute__((target("avx"), flatten)) void FilterCascadeStereoAvx(const StereoStage* stages,
+                                                                    int stageCount, double* left,
+                                                                    double* right, long count) {
+    StereoBody(stages, stageCount, left, right, count);
+}
+
+#else
+
+bool HaveAvx() {
+    return false;
+}
+
+void FilterCascadeAvx(CBiquad* const* sections, int sectionCount, double* buffer, long count) {
+    FilterCascadeBaseline(sections, sectionCount, buffer, count);
+}
+
+void FilterCascadeStereoAvx(const StereoStage* stages, int stageCount, double* left, double* right,
+                            long count) {
+    FilterCascadeStereoBaseline(stages, stageCount, left, right, count);
+}
+
+#endif
+
+} // namespace kernels
+
+void FilterCascade(CBiquad* const* sections, int sectionCount, double* buffer, long count) {
+    if (kernels::HaveAvx()) {
+        kernels::FilterCascadeAvx(sections, sectionCount, buffer, count);
+    } else {
+        kernels::FilterCascadeBaseline(sections, sectionCount, buffer, count);
+    }
+}
+
+void FilterCascadeStereo(const StereoStage* stages, int stageCount, double* left, double* right,
+                         long count) {
+    if (kernels::HaveAvx()) {
+        kernels::FilterCascadeStereoAvx(stages, stageCount, left, right, count);
+    } else {
+        kernels::FilterCascadeStereoBaseline(stages, stageCount, left, right, count);
+    }
+}
 
 } // namespace zk

@@ -29,4 +29,17 @@ struct StereoStage {
 void FilterCascadeStereo(const StereoStage* stages, int stageCount, double* left, double* right,
                          long count);
 
+// The implementations the two entries above choose between, callable one by one
+// so that tests check each: the SSE2 baseline and the AVX encoding of the same
+// operations (the same as the baseline where the processor lacks AVX).
+namespace kernels {
+bool HaveAvx();
+void FilterCascadeBaseline(CBiquad* const* sections, int sectionCount, double* buffer, long count);
+void FilterCascadeAvx(CBiquad* const* sections, int sectionCount, double* buffer, long count);
+void FilterCascadeStereoBaseline(const StereoStage* stages, int stageCount, double* left,
+                                 double* right, long count);
+void FilterCascadeStereoAvx(const StereoStage* stages, int stageCount, double* left, double* right,
+                            long count);
+} // namespace kernels
+
 } // namespace zk

@@ -28,29 +28,38 @@ TEST(CascadeKernels, MonoPassEqualsSectionAfterSection) {
     for (int trial = 0; trial < 300; ++trial) {
         const double fs = kRates[Pick(rng, 2)];
         std::vector<CBiquad> plain = RandomSections(rng, 1 + Pick(rng, 14), fs);
-        std::vector<CBiquad> fused = plain;
-        std::vector<CBiquad*> pointers;
-        for (CBiquad& b : fused) {
-            pointers.push_back(&b);
+        // The baseline pass and its AVX encoding, each on its own copy.
+        std::vector<CBiquad> fused = plain, avx = plain;
+        std::vector<CBiquad*> pointers, avxPointers;
+        for (std::size_t k = 0; k < fused.size(); ++k) {
+            pointers.push_back(&fused[k]);
+            avxPointers.push_back(&avx[k]);
         }
         // Several blocks in a row, so that histories carry across block ends.
         for (int block = 0; block < 3; ++block) {
             const long n = RandomBlock(rng);
-            std::vector<double> a = RandomSignal(rng, n), b = a;
+            std::vector<double> a = RandomSignal(rng, n), b = a, c = a;
             for (CBiquad& s : plain) {
                 s.FilterBuffer(a.data(), n);
             }
-            zk::FilterCascade(pointers.data(), static_cast<int>(pointers.size()), b.data(), n);
+            const int count = static_cast<int>(pointers.size());
+            zk::kernels::FilterCascadeBaseline(pointers.data(), count, b.data(), n);
+            zk::kernels::FilterCascadeAvx(avxPointers.data(), count, c.data(), n);
             ASSERT_TRUE(SameBits(a, b)) << "trial " << trial << " block " << block;
+            ASSERT_TRUE(SameBits(a, c)) << "AVX, trial " << trial << " block " << block;
         }
         for (std::size_t k = 0; k < plain.size(); ++k) {
             ASSERT_TRUE(SameBits(History(plain[k]), History(fused[k])))
                 << "trial " << trial << " section " << k;
+            ASSERT_TRUE(SameBits(History(plain[k]), History(avx[k])))
+                << "AVX, trial " << trial << " section " << k;
         }
     }
 }
 
-TEST(CascadeKernels, StereoPassEqualsEachChannelAlone) {
+using StereoPass = void (*)(const zk::StereoStage*, int, double*, double*, long);
+
+void ExpectStereoPassEqualsEachChannelAlone(StereoPass pass, const char* which) {
     Rng rng(12);
     for (int trial = 0; trial < 300; ++trial) {
         const double fs = kRates[Pick(rng, 2)];
@@ -79,17 +88,24 @@ TEST(CascadeKernels, StereoPassEqualsEachChannelAlone) {
                     }
                 }
             }
-            zk::FilterCascadeStereo(stages.data(), n, b[0].data(), b[1].data(), len);
-            ASSERT_TRUE(SameBits(a[0], b[0])) << "channel 1, trial " << trial;
-            ASSERT_TRUE(SameBits(a[1], b[1])) << "channel 2, trial " << trial;
+            pass(stages.data(), n, b[0].data(), b[1].data(), len);
+            ASSERT_TRUE(SameBits(a[0], b[0])) << which << ", channel 1, trial " << trial;
+            ASSERT_TRUE(SameBits(a[1], b[1])) << which << ", channel 2, trial " << trial;
         }
         for (int ch = 0; ch < 2; ++ch) {
             for (int k = 0; k < n; ++k) {
                 const std::size_t i = static_cast<std::size_t>(k);
                 ASSERT_TRUE(SameBits(History(plain[ch][i]), History(fused[ch][i])))
-                    << "trial " << trial << " channel " << ch + 1 << " section " << k;
+                    << which << ", trial " << trial << " channel " << ch + 1 << " section " << k;
             }
         }
+    }
+}
+
+TEST(CascadeKernels, StereoPassEqualsEachChannelAlone) {
+    ExpectStereoPassEqualsEachChannelAlone(zk::kernels::FilterCascadeStereoBaseline, "baseline");
+    if (zk::kernels::HaveAvx()) {
+        ExpectStereoPassEqualsEachChannelAlone(zk::kernels::FilterCascadeStereoAvx, "AVX");
     }
 }
 
