@@ -1,0 +1,296 @@
+#include "editor/CZkmorva10Editor.h"
+
+#include "editor/CVuMeterEX.h"
+#include "editor/CZkmorvaEqCurve.h"
+#include "editor/CZkmorvaHelpPages.h"
+#include "editor/EditorBuild.h"
+#include "editor/UrlOpener.h"
+#include "editor/ValueMapping.h"
+#include "editor/Zkmorva10Layout.h"
+#include "framework/AUBase.h"
+#include "units/ZkmorvaAU.h"
+#include "widgets/CMovieBitmap.h"
+#include "widgets/COnOffButton.h"
+#include "widgets/COptionMenu.h"
+#include "widgets/CTextLabel.h"
+
+#include <algorithm>
+
+using namespace zk10layout;
+using zkeditor::Role;
+
+namespace {
+
+constexpr CColor kCurveFill{255, 191, 0, 255};
+
+} // namespace
+
+CZkmorva10Editor::CZkmorva10Editor(AudioUnit unit_) : CZkmorvaEditor(unit_) {
+    Initialize();
+    const CBitmap background(10);
+    const bool loaded = background.isLoaded();
+    frameRect = CRect(0, 0, loaded ? background.getWidth() : kFullWidth,
+                      loaded ? background.getHeight() : kHeight);
+    rect = frameRect;
+    labelColour = kWhiteCColor;
+}
+
+CZkmorva10Editor::~CZkmorva10Editor() {
+    if (frame) {
+        close();
+    }
+}
+
+void CZkmorva10Editor::Initialize() {
+    controls.clear();
+    helpPages.reset();
+    curve = nullptr;
+    rateIndicator = nullptr;
+    panelHandle = nullptr;
+    panelToggle = nullptr;
+    helpOpen = nullptr;
+    autoListenMenu = nullptr;
+    meters.fill(nullptr);
+    rateScale.fill(nullptr);
+    levelScale.fill(nullptr);
+    lastSampleRate = 0;
+    sampleRate = 0.0;
+}
+
+float CZkmorva10Editor::ConvertToVSTValue(float value, long id) {
+    return zk10::ConvertToVSTValue(value, id);
+}
+
+float CZkmorva10Editor::ConvertToAUValue(float value, long id) {
+    return zk10::ConvertToAUValue(value, id);
+}
+
+void CZkmorva10Editor::SetTextBoxAsCurrentControl() {
+    const UInt8 on = 1;
+    if (unit != nullptr) {
+        AudioUnitSetProperty(unit, CZkmorvaAU::kTextBoxCurrentControlProperty,
+                             kAudioUnitScope_Global, 0, &on, sizeof on);
+    }
+}
+
+bool CZkmorva10Editor::open(void* parent) {
+    CZkmorvaEditor::open(parent);
+    bitmaps.load({10, 12, 14, 20, 21, 22, 23, 25, 31, 40, 46, 47});
+    const bool hidden = GetValue(kHidePanelTag) == 1.0f;
+
+    frame = std::make_unique<CFrame>(frameRect, parent, this);
+    frame->setBackground(bitmaps.get(10));
+    CFrame* f = frame.get();
+
+    auto curveView =
+        std::make_unique<CZkmorvaEqCurve>(kCurveRect, 20.f, 40000.f, kRedCColor, kCurveFill);
+    curve = curveView.get();
+    f->addView(curveView.release());
+    auto indicator =
+        std::make_unique<CMovieBitmap>(kRateIndicatorRect, this, kInternalTag, bitmaps.get(12));
+    indicator->setTransparency(true); // only the shading over the curve is drawn
+    rateIndicator = indicator.get();
+    f->addView(indicator.release());
+
+    buildLabels(f);
+    buildControls(f);
+
+    auto handle =
+        std::make_unique<CMovieBitmap>(kPanelHandleRect, this, kHidePanelTag, bitmaps.get(14));
+    handle->setValue(hidden ? 0.f : 1.f);
+    panelHandle = handle.get();
+    f->addView(handle.release());
+    // Over the handle: they belong to the curve panel and fold away with it.
+    zkeditor::BuildContext context{*this, controls, f, bitmaps, labelColour};
+    CRect levelRect = kLevelScaleLeft;
+    for (std::size_t i = 0; i < levelScale.size(); ++i) {
+        levelScale[i] = zkeditor::BuildLabel(context, levelRect, kLevelScale[i], kNormalFont);
+        levelRect.offset(kLevelScaleStepX, kLevelScaleStepY);
+    }
+    panelToggle =
+        NewCOnOffButton(PanelToggleRect(kFullWidth), kHidePanelTag, bitmaps.get(23), true, 0.f, f);
+    controls.add(panelToggle, kHidePanelTag, Role::kValue);
+    auto help = std::make_unique<COnOffButton>(HelpOpenRect(kFullWidth), this, kInternalTag,
+                                               bitmaps.get(23), 0);
+    help->setTransparency(true);
+    helpOpen = help.get();
+    f->addView(help.release());
+
+    helpPages = std::make_unique<CZkmorvaHelpPages>(
+        this, kInternalTag, bitmaps.get(23),
+        std::array<CBitmap*, 3>{bitmaps.get(40), bitmaps.get(46), bitmaps.get(47)},
+        CZkmorvaHelpPages::CentredLeft(kFullWidth));
+    helpPages->setOpenButton(helpOpen);
+
+    for (long tag = kFirstBandTag; tag <= kLastBandTag; ++tag) {
+        feedCurve(tag, GetValue(tag));
+    }
+    HidePanel(hidden);
+    idle();
+    return true;
+}
+
+void CZkmorva10Editor::buildLabels(CFrame* f) {
+    zkeditor::BuildContext context{*this, controls, f, bitmaps, labelColour};
+    zkeditor::BuildLabels(context, kLabels);
+    for (std::size_t i = 0; i < rateScale.size(); ++i) {
+        rateScale[i] = zkeditor::BuildLabel(context, CRect(), kLevelScale[i], kNormalFont);
+    }
+    placeRateScale(0);
+}
+
+void CZkmorva10Editor::buildControls(CFrame* f) {
+    zkeditor::BuildContext context{*this, controls, f, bitmaps, labelColour};
+    zkeditor::BuildKnobs(context, kGainKnobs, zkeditor::kTopBoxWidth);
+    zkeditor::BuildKnobs(context, kBandKnobs, zkeditor::kBandBoxWidth);
+    zkeditor::BuildPads(context, kPads);
+    zkeditor::BuildNames(context, kNames);
+    zkeditor::BuildLeds(context, kLeds);
+    autoListenMenu = zkeditor::BuildAutoListenMenu(context, kAutoListenMenuRect, kAutoListenModeTag,
+                                                   kAutoListenModes);
+    for (std::size_t i = 0; i < meters.size(); ++i) {
+        meters[i] = NewCVuMeterEX(kMeterRects[i], bitmaps.get(31), kMeterLeds, true, false, f);
+    }
+}
+
+void CZkmorva10Editor::placeRateScale(int rateClass) {
+    const CCoord left = kRateScaleLeft[static_cast<std::size_t>(std::clamp(rateClass, 0, 2))];
+    for (std::size_t i = 0; i < rateScale.size(); ++i) {
+        if (rateScale[i] == nullptr) {
+            continue;
+        }
+        const auto step = static_cast<CCoord>(i);
+        const CCoord x = left + step * kLevelScaleStepX;
+        const CCoord y = kRateScaleTop + step * kLevelScaleStepY;
+        rateScale[i]->setViewSize(CRect(x, y, x + kRateScaleWidth, y + kRateScaleHeight));
+    }
+    if (frame) {
+        frame->setDirty();
+    }
+}
+
+void CZkmorva10Editor::close() {
+    controls.clear();
+    helpPages.reset();
+    frame.reset();
+    bitmaps.clear();
+    Initialize();
+    CZkmorvaEditor::close();
+}
+
+void CZkmorva10Editor::feedCurve(long tag, float value) {
+    if (curve != nullptr && tag >= kFirstBandTag && tag <= kLastBandTag) {
+        curve->setCurve(tag - kFirstBandTag, value);
+        curve->setDirty();
+    }
+}
+
+void CZkmorva10Editor::valueChanged(CControl* control) {
+    if (!frame || control == nullptr) {
+        return;
+    }
+    if (helpPages && helpPages->handle(frame.get(), control)) {
+        frame->setDirty();
+        return;
+    }
+    if (control == rateIndicator || control == panelHandle) {
+        return;
+    }
+    const long tag = control->getTag();
+    const std::optional<float> changed = zkeditor::ValueOfChange(
+        *this, controls.find(control), control, autoListenMenu, zk10::KindOf(tag));
+    if (!changed) {
+        return;
+    }
+    const float v = *changed;
+    if (control == panelToggle) {
+        HidePanel(v != 0.f);
+        panelHandle->setValue(v != 0.f ? 0.f : 1.f);
+    }
+    zkeditor::SendParameter(unit, tag, ConvertToAUValue(v, tag));
+    controls.show(tag, v);
+    feedCurve(tag, v);
+}
+
+void CZkmorva10Editor::setParameter(long index, float value) {
+    if (!frame || index < 0 || index > kLastParameter || index == kInputMeterTag ||
+        index == kOutputMeterTag) {
+        return;
+    }
+    controls.show(index, value);
+    feedCurve(index, value);
+    if (index == kHidePanelTag) {
+        HidePanel(value != 0.f);
+        panelHandle->setValue(value != 0.f ? 0.f : 1.f);
+    }
+}
+
+void CZkmorva10Editor::idle() {
+    if (!frame) {
+        return;
+    }
+    zkeditor::ReapUrlOpeners();
+    const double rate = zkeditor::ReadSampleRate(unit);
+    if (static_cast<int>(rate) != lastSampleRate) {
+        lastSampleRate = static_cast<int>(rate);
+        sampleRate = rate;
+        rateIndicator->setValue(zkeditor::RateIndicatorValue(rate));
+        placeRateScale(zkeditor::RateClass(rate));
+    }
+    float levels[2] = {0.f, 0.f};
+    for (long id : {kInputMeterTag, kOutputMeterTag}) {
+        float& level = levels[id - kInputMeterTag];
+        if (unit == nullptr || AudioUnitGetParameter(unit, static_cast<AudioUnitParameterID>(id),
+                                                     kAudioUnitScope_Global, 0, &level) != noErr) {
+            level = -200.f; // no reading: the meter stays dark
+        }
+    }
+    SetMeters(levels, true);
+    CZkmorvaEditor::idle();
+}
+
+void CZkmorva10Editor::SetMeters(float* values, bool isDecibel) {
+    if (values == nullptr) {
+        return;
+    }
+    for (std::size_t i = 0; i < meters.size(); ++i) {
+        if (meters[i] != nullptr) {
+            meters[i]->setValue(CalcMeters(values[i], isDecibel));
+        }
+    }
+}
+
+void CZkmorva10Editor::DrawAutoListen(bool on, int band) {
+    if (!frame || curve == nullptr) {
+        return;
+    }
+    curve->setCurve(CZkmorvaEqCurve::kHighlightInput, on ? 1.f : 0.f);
+    if (on && band >= kFirstBandTag && band <= kLastBandTag) {
+        curve->setCurve(band - kFirstBandTag, GetValue(band)); // marks the band highlighted
+    }
+    curve->setDirty();
+}
+
+void CZkmorva10Editor::HidePanel(bool hide) {
+    if (!frame) {
+        return;
+    }
+    const CCoord width = hide ? kCollapsedWidth : kFullWidth;
+    frame->setSize(width, kHeight);
+    rect = CRect(0, 0, width, kHeight);
+    if (panelToggle != nullptr) {
+        panelToggle->setViewSize(PanelToggleRect(width));
+    }
+    if (helpOpen != nullptr) {
+        helpOpen->setViewSize(HelpOpenRect(width));
+    }
+    if (helpPages) {
+        helpPages->moveTo(CZkmorvaHelpPages::CentredLeft(width));
+    }
+    for (CTextLabel* label : levelScale) {
+        if (label != nullptr) {
+            label->setVisible(!hide);
+        }
+    }
+    frame->setDirty();
+}
