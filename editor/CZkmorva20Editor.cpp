@@ -1,0 +1,354 @@
+#include "editor/CZkmorva20Editor.h"
+
+#include "editor/CVuMeterEX.h"
+#include "editor/CZkmorvaEqCurve.h"
+#include "editor/CZkmorvaHelpPages.h"
+#include "editor/EditorBuild.h"
+#include "editor/UrlOpener.h"
+#include "editor/ValueMapping.h"
+#include "editor/Zkmorva20Layout.h"
+#include "framework/AUBase.h"
+#include "units/ZkmorvaAU.h"
+#include "widgets/CMovieBitmap.h"
+#include "widgets/COnOffButton.h"
+#include "widgets/COptionMenu.h"
+#include "widgets/CTextLabel.h"
+
+#include <algorithm>
+
+using namespace zk20layout;
+
+namespace {
+
+// Channel 1 amber on red as on the channel EQ; channel 2 in blue.
+constexpr std::array<CColor, 2> kCurveLine{kRedCColor, CColor{64, 170, 255, 255}};
+constexpr std::array<CColor, 2> kCurveFill{CColor{255, 191, 0, 255}, CColor{120, 200, 255, 255}};
+
+// Curve inputs of a channel's 41 controls, by offset; -1 for the links.
+constexpr std::array<long, kChannelSpan> kCurveInputOfOffset{
+    0,  1,  -1, 2,  3,  4,  5,  -1, 6,  7,  8,  9,  -1, 10, 11, 12, 13, -1, 14, 15, 16,
+    17, -1, 18, 19, 20, 21, -1, 22, 23, 24, -1, 25, 26, 27, -1, 28, 29, 30, -1, 31};
+
+} // namespace
+
+CZkmorva20Editor::CZkmorva20Editor(AudioUnit unit_) : CZkmorvaEditor(unit_) {
+    Initialize();
+    const CBitmap background(13);
+    const bool loaded = background.isLoaded();
+    frameRect = CRect(0, 0, loaded ? background.getWidth() : kWidth,
+                      loaded ? background.getHeight() : kFullHeight);
+    rect = frameRect;
+    labelColour = kWhiteCColor;
+}
+
+CZkmorva20Editor::~CZkmorva20Editor() {
+    if (frame) {
+        close();
+    }
+}
+
+void CZkmorva20Editor::Initialize() {
+    controls.clear();
+    helpPages.reset();
+    curves.fill(nullptr);
+    rateIndicator = nullptr;
+    panelHandle = nullptr;
+    panelToggle = nullptr;
+    helpOpen = nullptr;
+    autoListenMenu = nullptr;
+    meters.fill(nullptr);
+    balance = nullptr;
+    correlation = nullptr;
+    rateScale.fill(nullptr);
+    lastSampleRate = 0;
+    sampleRate = 0.0;
+}
+
+float CZkmorva20Editor::ConvertToVSTValue(float value, long id) {
+    return zk20::ConvertToVSTValue(value, id);
+}
+
+float CZkmorva20Editor::ConvertToAUValue(float value, long id) {
+    return zk20::ConvertToAUValue(value, id);
+}
+
+void CZkmorva20Editor::SetTextBoxAsCurrentControl() {
+    const UInt8 on = 1;
+    if (unit != nullptr) {
+        AudioUnitSetProperty(unit, CZkmorvaAU::kTextBoxCurrentControlProperty,
+                             kAudioUnitScope_Global, 0, &on, sizeof on);
+    }
+}
+
+int CZkmorva20Editor::ChannelOf(long id) {
+    if (id >= kChannelFirst[0] && id < kChannelFirst[1]) {
+        return 0;
+    }
+    if (id >= kChannelFirst[1] && id <= kLastChannelTag) {
+        return 1;
+    }
+    return -1;
+}
+
+long CZkmorva20Editor::CurveInput(long id) {
+    const int channel = ChannelOf(id);
+    if (channel < 0) {
+        return -1;
+    }
+    return kCurveInputOfOffset[static_cast<std::size_t>(
+        id - kChannelFirst[static_cast<std::size_t>(channel)])];
+}
+
+bool CZkmorva20Editor::open(void* parent) {
+    CZkmorvaEditor::open(parent);
+    bitmaps.load({13, 20, 21, 22, 23, 24, 25, 30, 31, 32, 33, 41, 46, 47, 48});
+    const bool hidden = GetValue(kHidePanelTag) == 1.0f;
+
+    frame = std::make_unique<CFrame>(frameRect, parent, this);
+    frame->setBackground(bitmaps.get(13));
+    CFrame* f = frame.get();
+    buildPanel(f);
+    buildControls(f);
+
+    helpPages = std::make_unique<CZkmorvaHelpPages>(
+        this, kInternalTag, bitmaps.get(23),
+        std::array<CBitmap*, 3>{bitmaps.get(48), bitmaps.get(46), bitmaps.get(47)},
+        CZkmorvaHelpPages::CentredLeft(kWidth));
+    helpPages->setOpenButton(helpOpen);
+
+    for (long tag = kChannelFirst[0]; tag <= kLastChannelTag; ++tag) {
+        feedCurve(tag, GetValue(tag));
+    }
+    HidePanel(hidden);
+    idle();
+    return true;
+}
+
+// The lower panel: curves, sample-rate indicator, meters, balance, correlation.
+void CZkmorva20Editor::buildPanel(CFrame* f) {
+    for (std::size_t c = 0; c < curves.size(); ++c) {
+        auto curve = std::make_unique<CZkmorvaEqCurve>(kCurveRect, 20.f, 40000.f, kCurveLine[c],
+                                                       kCurveFill[c]);
+        curves[c] = curve.get();
+        f->addView(curve.release());
+    }
+    auto indicator =
+        std::make_unique<CMovieBitmap>(kRateIndicatorRect, this, kInternalTag, bitmaps.get(41));
+    indicator->setTransparency(true); // only the shading over the curves is drawn
+    rateIndicator = indicator.get();
+    f->addView(indicator.release());
+
+    zkeditor::BuildContext context{*this, controls, f, bitmaps, labelColour};
+    zkeditor::BuildLabels(context, kLabels);
+    CRect levelRect = kLevelScaleLeft;
+    for (const char* text : kLevelScale) {
+        zkeditor::BuildLabel(context, levelRect, text, kNormalFont);
+        levelRect.offset(kLevelScaleStepX, kLevelScaleStepY);
+    }
+    for (std::size_t i = 0; i < rateScale.size(); ++i) {
+        rateScale[i] = zkeditor::BuildLabel(context, CRect(), kLevelScale[i], kNormalFont);
+    }
+    placeRateScale(0);
+
+    std::size_t m = 0;
+    for (const MeterDef& def : kUpperMeters) {
+        meterValue[m] = def.value;
+        meters[m++] = NewCVuMeterEX(def.rect, bitmaps.get(30), 52, true, false, f);
+    }
+    for (const MeterDef& def : kLowerMeters) {
+        meterValue[m] = def.value;
+        meters[m++] = NewCVuMeterEX(def.rect, bitmaps.get(31), 76, true, false, f);
+    }
+    auto makeDisplay = [&](const CRect& rect, int bitmap) {
+        auto display = std::make_unique<CMovieBitmap>(rect, this, kDisplayTag, bitmaps.get(bitmap));
+        display->setValue(0.5f);
+        CMovieBitmap* raw = display.get();
+        f->addView(display.release());
+        return raw;
+    };
+    balance = makeDisplay(kBalanceRect, 32);
+    correlation = makeDisplay(kCorrelationRect, 33);
+
+    auto handle =
+        std::make_unique<CMovieBitmap>(kPanelHandleRect, this, kInternalTag, bitmaps.get(24));
+    handle->setTransparency(true);
+    panelHandle = handle.get();
+    f->addView(handle.release());
+}
+
+void CZkmorva20Editor::buildControls(CFrame* f) {
+    zkeditor::BuildContext context{*this, controls, f, bitmaps, labelColour};
+    zkeditor::BuildKnobs(context, kTopKnobs, zkeditor::kTopBoxWidth);
+    zkeditor::BuildKnobs(context, kBandKnobs, zkeditor::kBandBoxWidth);
+    zkeditor::BuildPads(context, kPads);
+    zkeditor::BuildNames(context, kTopNames);
+    zkeditor::BuildNames(context, kBandNames);
+    zkeditor::BuildLeds(context, kTopLeds);
+    zkeditor::BuildLeds(context, kBandLinks);
+    autoListenMenu = zkeditor::BuildAutoListenMenu(context, kAutoListenMenuRect, kAutoListenModeTag,
+                                                   kAutoListenModes);
+
+    panelToggle = NewCOnOffButton(kPanelToggleRect, kHidePanelTag, bitmaps.get(23), true, 0.f, f);
+    controls.add(panelToggle, kHidePanelTag, zkeditor::Role::kValue);
+    auto help =
+        std::make_unique<COnOffButton>(kHelpOpenRect, this, kInternalTag, bitmaps.get(23), 0);
+    help->setTransparency(true);
+    helpOpen = help.get();
+    f->addView(help.release());
+}
+
+void CZkmorva20Editor::placeRateScale(int rateClass) {
+    const CCoord left = kRateScaleLeft[static_cast<std::size_t>(std::clamp(rateClass, 0, 2))];
+    for (std::size_t i = 0; i < rateScale.size(); ++i) {
+        if (rateScale[i] == nullptr) {
+            continue;
+        }
+        const auto step = static_cast<CCoord>(i);
+        const CCoord x = left + step * kLevelScaleStepX;
+        const CCoord y = kRateScaleTop + step * kLevelScaleStepY;
+        rateScale[i]->setViewSize(CRect(x, y, x + kRateScaleWidth, y + kRateScaleHeight));
+    }
+    if (frame) {
+        frame->setDirty();
+    }
+}
+
+void CZkmorva20Editor::close() {
+    controls.clear();
+    helpPages.reset();
+    frame.reset();
+    bitmaps.clear();
+    Initialize();
+    CZkmorvaEditor::close();
+}
+
+void CZkmorva20Editor::feedCurve(long tag, float value) {
+    const int channel = ChannelOf(tag);
+    const long input = CurveInput(tag);
+    if (channel < 0 || input < 0) {
+        return;
+    }
+    if (CZkmorvaEqCurve* curve = curves[static_cast<std::size_t>(channel)]) {
+        curve->setCurve(input, value);
+        curve->setDirty();
+    }
+}
+
+void CZkmorva20Editor::valueChanged(CControl* control) {
+    if (!frame || control == nullptr) {
+        return;
+    }
+    if (helpPages && helpPages->handle(frame.get(), control)) {
+        frame->setDirty();
+        return;
+    }
+    if (control == rateIndicator || control == panelHandle || control == balance ||
+        control == correlation) {
+        return;
+    }
+    const long tag = control->getTag();
+    const std::optional<float> changed = zkeditor::ValueOfChange(
+        *this, controls.find(control), control, autoListenMenu, zk20::KindOf(tag));
+    if (!changed) {
+        return;
+    }
+    const float v = *changed;
+    if (control == panelToggle) {
+        HidePanel(v != 0.f);
+        panelHandle->setValue(v != 0.f ? 0.f : 1.f);
+    }
+    zkeditor::SendParameter(unit, tag, ConvertToAUValue(v, tag));
+    controls.show(tag, v);
+    feedCurve(tag, v);
+}
+
+void CZkmorva20Editor::setParameter(long index, float value) {
+    if (!frame || index < 0 || index > kLastParameter ||
+        (index >= kBalanceTag && index < kHidePanelTag)) {
+        return;
+    }
+    controls.show(index, value);
+    feedCurve(index, value);
+    if (index == kHidePanelTag) {
+        HidePanel(value != 0.f);
+        panelHandle->setValue(value != 0.f ? 0.f : 1.f);
+    }
+}
+
+void CZkmorva20Editor::idle() {
+    if (!frame) {
+        return;
+    }
+    zkeditor::ReapUrlOpeners();
+    const double rate = zkeditor::ReadSampleRate(unit);
+    if (static_cast<int>(rate) != lastSampleRate) {
+        lastSampleRate = static_cast<int>(rate);
+        sampleRate = rate;
+        rateIndicator->setValue(zkeditor::RateIndicatorValue(rate));
+        placeRateScale(zkeditor::RateClass(rate));
+    }
+    auto read = [this](long id, float fallback) {
+        AudioUnitParameterValue value = fallback;
+        if (unit == nullptr || AudioUnitGetParameter(unit, static_cast<AudioUnitParameterID>(id),
+                                                     kAudioUnitScope_Global, 0, &value) != noErr) {
+            value = fallback;
+        }
+        return value;
+    };
+    std::array<float, kMeterValues> values{};
+    for (long i = 0; i < 6; ++i) {
+        values[static_cast<std::size_t>(i)] = read(kFirstLevelMeterTag + i, -200.f);
+    }
+    values[6] = read(kBalanceTag, 0.5f);
+    values[7] = read(kCorrelationTag, 0.f) * 0.5f + 0.5f; // -1..+1 onto 0..1
+    SetMeters(values.data(), true);
+    CZkmorvaEditor::idle();
+}
+
+void CZkmorva20Editor::SetMeters(float* values, bool isDecibel) {
+    if (!frame || values == nullptr) {
+        return;
+    }
+    for (std::size_t i = 0; i < meters.size(); ++i) {
+        if (meters[i] != nullptr) {
+            meters[i]->setValue(
+                CalcMeters(values[static_cast<std::size_t>(meterValue[i])], isDecibel));
+        }
+    }
+    if (balance != nullptr) {
+        balance->setValue(values[6]);
+    }
+    if (correlation != nullptr) {
+        correlation->setValue(values[7]);
+    }
+}
+
+void CZkmorva20Editor::DrawAutoListen(bool on, int band) {
+    if (!frame) {
+        return;
+    }
+    const int channel = ChannelOf(band);
+    const long input = CurveInput(band);
+    for (std::size_t c = 0; c < curves.size(); ++c) {
+        CZkmorvaEqCurve* curve = curves[c];
+        if (curve == nullptr) {
+            continue;
+        }
+        const bool lit = on && channel == static_cast<int>(c) && input >= 0;
+        curve->setCurve(CZkmorvaEqCurve::kHighlightInput, lit ? 1.f : 0.f);
+        if (lit) {
+            curve->setCurve(input, GetValue(band)); // marks the band highlighted
+        }
+        curve->setDirty();
+    }
+}
+
+void CZkmorva20Editor::HidePanel(bool hide) {
+    if (!frame) {
+        return;
+    }
+    const CCoord height = hide ? kCollapsedHeight : kFullHeight;
+    frame->setSize(kWidth, height);
+    rect = CRect(0, 0, kWidth, height);
+    frame->setDirty();
+}

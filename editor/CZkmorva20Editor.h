@@ -1,0 +1,92 @@
+#pragma once
+
+#include "editor/CZkmorvaEditor.h"
+#include "editor/EditorSupport.h"
+
+#include <array>
+#include <memory>
+
+class CMovieBitmap;
+class COptionMenu;
+class CTextLabel;
+class CZkmorvaEqCurve;
+class CZkmorvaHelpPages;
+
+// The two-channel EQ's editor: a band set per channel side by side, the top row
+// of gains, mono maker and stereo width, the global switches, and a lower panel
+// (curves of both channels, eight level meters, balance and correlation) that
+// folds away, the frame then being 283 instead of 530 high. Links, solo and the
+// mid/side stage are plain parameters here: the editor only sets them.
+class CZkmorva20Editor : public CZkmorvaEditor {
+public:
+    static constexpr int kMeterValues = 8;
+
+    explicit CZkmorva20Editor(AudioUnit unit);
+    ~CZkmorva20Editor() override;
+
+    bool open(void* parent) override;
+    void close() override;
+    void idle() override;
+
+    float ConvertToVSTValue(float value, long id) override;
+    float ConvertToAUValue(float value, long id) override;
+    using CZkmorvaEditor::SetTextBoxAsCurrentControl;
+    void SetTextBoxAsCurrentControl() override;
+
+    virtual void Initialize();
+    void valueChanged(CControl* control) override;
+    void setParameter(long index, float value) override;
+    virtual void DrawAutoListen(bool on, int band);
+    virtual void HidePanel(bool hide);
+    // values 0..5: level meters (input 1, 2, centre, side, output 1, 2), 6 balance,
+    // 7 correlation, both already in 0..1.
+    virtual void SetMeters(float* values, bool isDecibel);
+
+    CZkmorvaEqCurve* getCurve(int channel) const {
+        return curves[static_cast<std::size_t>(channel)];
+    }
+    CMovieBitmap* getRateIndicator() const { return rateIndicator; }
+    CMovieBitmap* getPanelHandle() const { return panelHandle; }
+    COnOffButton* getPanelToggle() const { return panelToggle; }
+    COnOffButton* getHelpOpenButton() const { return helpOpen; }
+    COptionMenu* getAutoListenMenu() const { return autoListenMenu; }
+    // 0, 1: the upper pair; 2..7: the lower bank.
+    CVuMeterEX* getMeter(int index) const { return meters[static_cast<std::size_t>(index)]; }
+    CMovieBitmap* getBalanceDisplay() const { return balance; }
+    CMovieBitmap* getCorrelationDisplay() const { return correlation; }
+    CTextLabel* getRateScaleLabel(int index) const {
+        return rateScale[static_cast<std::size_t>(index)];
+    }
+    CZkmorvaHelpPages* getHelpPages() const { return helpPages.get(); }
+    const zkeditor::ControlRegistry& getControls() const { return controls; }
+    int getSampleRate() const { return lastSampleRate; }
+
+    // Curve input of a channel parameter (-1 for the links and non-channel ids),
+    // and the channel of an id (-1 for none).
+    static long CurveInput(long id);
+    static int ChannelOf(long id);
+
+private:
+    void buildControls(CFrame* frame);
+    void buildPanel(CFrame* frame);
+    void feedCurve(long tag, float value);
+    void placeRateScale(int rateClass);
+
+    zkeditor::BitmapSet bitmaps;
+    zkeditor::ControlRegistry controls;
+    std::unique_ptr<CZkmorvaHelpPages> helpPages;
+    std::array<CZkmorvaEqCurve*, 2> curves{};
+    CMovieBitmap* rateIndicator = nullptr;
+    CMovieBitmap* panelHandle = nullptr;
+    COnOffButton* panelToggle = nullptr;
+    COnOffButton* helpOpen = nullptr;
+    COptionMenu* autoListenMenu = nullptr;
+    std::array<CVuMeterEX*, 8> meters{};
+    std::array<int, 8> meterValue{};
+    CMovieBitmap* balance = nullptr;
+    CMovieBitmap* correlation = nullptr;
+    std::array<CTextLabel*, 3> rateScale{};
+    int lastSampleRate = 0;
+    CRect frameRect;
+    CColor labelColour = kWhiteCColor;
+};
