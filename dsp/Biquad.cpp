@@ -68,7 +68,12 @@ void CBiquad::Update(filterParameters p) {
 // evaluated, left to right.
 void CBiquad::ComputeCoeffs() {
     const double g = params.gain;
-    const double f = params.frequency;
+    // A corner at or past half the rate (a 26 kHz band at 22.05 kHz, the band
+    // limit at 8 kHz) would wrap the prewarping tangent into an unstable section:
+    // such a corner runs at kNyquistFraction of the rate. Only then: every corner
+    // below half the rate keeps its exact coefficients.
+    const double f =
+        params.frequency < 0.5 * sampleRate ? params.frequency : kNyquistFraction * sampleRate;
     const double q = params.q;
     const double w = f * std::numbers::pi / sampleRate;
     const double c = std::cos(w);

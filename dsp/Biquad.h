@@ -51,6 +51,8 @@ public:
     static constexpr int kQ = 3;
     static constexpr int kStateSize = 4;  // x1, x2, y1, y2
     static constexpr int kCoeffCount = 5; // b0, b1, b2, a1, a2
+    // Where a corner at or past half the rate is moved to, as a fraction of the rate.
+    static constexpr double kNyquistFraction = 0.45;
 
     explicit CBiquad(double sampleRate);
     CBiquad(double sampleRate, filterParameters p);

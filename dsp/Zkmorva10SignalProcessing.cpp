@@ -91,6 +91,11 @@ int CZkmorva10SignalProcessing::UpdateSampleRate(double rate) {
 void CZkmorva10SignalProcessing::InitBuffers() {
     bypassDelay.fill(0.0);
     bypassDelayIndex = 3;
+    noiseSeed = 1; // a reset unit sounds exactly like a fresh one
+    ClearFilterHistory();
+}
+
+void CZkmorva10SignalProcessing::ClearFilterHistory() {
     aiFilter.InitBuffers();
     autoListenFilter.InitBuffers();
     for (CBiquad& b : bandFilter) {
@@ -210,8 +215,8 @@ void CZkmorva10SignalProcessing::ProcessSampleBuffer(long count) {
         add_white_noise(&v);
         x[i] = v;
     }
-    inputPeak.store(peak, std::memory_order_relaxed);
-    inputMeter.store(meter, std::memory_order_relaxed);
+    inputPeak.store(std::isfinite(peak) ? peak : 0.0f, std::memory_order_relaxed);
+    inputMeter.store(std::isfinite(meter) ? meter : 0.0f, std::memory_order_relaxed);
 
     if (oversampling) {
         for (long i = 0; i < count; ++i) {
@@ -249,8 +254,14 @@ void CZkmorva10SignalProcessing::ProcessSampleBuffer(long count) {
         peak = std::fabs(static_cast<float>(v));
         meter = FollowMeter(peak, meter, attack, release);
     }
-    outputPeak.store(peak, std::memory_order_relaxed);
-    outputMeter.store(meter, std::memory_order_relaxed);
+    // A NaN or infinity from the input stays in every running section's history
+    // for good, so a block that ends non-finite clears the history (and the meters
+    // it reached); finite blocks are not touched.
+    if (count > 0 && !std::isfinite(x[count - 1])) {
+        ClearFilterHistory();
+    }
+    outputPeak.store(std::isfinite(peak) ? peak : 0.0f, std::memory_order_relaxed);
+    outputMeter.store(std::isfinite(meter) ? meter : 0.0f, std::memory_order_relaxed);
 }
 
 void CZkmorva10SignalProcessing::RunSections(const SectionList& list, double* x, long count) {

@@ -59,8 +59,11 @@ public:
     virtual void ProcessDoubles(double** in, double** out, long frames);
     // Runs the chain over the first count values of workBuffer.
     virtual void ProcessSampleBuffer(long count);
-    // Clears the bypass ring and the history of every filter.
+    // Clears the bypass ring and the history of every filter, and restarts the
+    // denormal-guard noise.
     virtual void InitBuffers();
+    // The history of every filter only.
+    void ClearFilterHistory();
 
     // Work buffer, sized by the owner outside rendering and after
     // UpdateSampleRate: room for maxFrames host frames (twice as many samples

@@ -83,6 +83,24 @@ void SetIdle(CZkmorva20MeterState& s) {
     s.correlationSmoothed = 0.5f;
 }
 
+void ClearNonFinite(CZkmorva20MeterState& s) {
+    for (float* level : {&s.inputLevel1, &s.inputLevel2, &s.outputLevelMid, &s.outputLevelSide,
+                         &s.outputLevel1, &s.outputLevel2}) {
+        if (!std::isfinite(*level)) {
+            *level = 0.0f;
+        }
+    }
+    for (float* centred : {&s.balanceSmoothed, &s.correlationSmoothed, &s.correlationValue}) {
+        if (!std::isfinite(*centred)) {
+            *centred = 0.5f;
+        }
+    }
+    if (!std::isfinite(s.sumProduct + s.sum1 + s.sum2 + s.sumSquares1 + s.sumSquares2)) {
+        s.sumProduct = s.sum1 = s.sum2 = s.sumSquares1 = s.sumSquares2 = 0.0f;
+        s.sampleCount = 0.0f;
+    }
+}
+
 void CZkmorva20MeterBoard::PublishLevels(const CZkmorva20MeterState& s) {
     constexpr auto relaxed = std::memory_order_relaxed;
     inputLevel1.store(s.inputLevel1, relaxed);

@@ -56,6 +56,10 @@ bool CalcCorrelationStep(CZkmorva20MeterState& s, float release, double processR
 // Bypass: levels to 0, balance and correlation to the centre; sums kept.
 void SetIdle(CZkmorva20MeterState& s);
 
+// After a NaN or infinity in the audio: levels that are not finite go to 0,
+// balance and correlation to the centre, and sums that are not finite start over.
+void ClearNonFinite(CZkmorva20MeterState& s);
+
 // Values the unit reads, all as published at the end of the last block (or as
 // updated by the last CalcCorrelation).
 struct CZkmorva20MeterReadings {

@@ -132,6 +132,11 @@ int CZkmorva20SignalProcessing::UpdateSampleRate(double hostRate) {
 void CZkmorva20SignalProcessing::InitBuffers() {
     bypassDelay.fill(0.0);
     bypassDelayIndex = 3;
+    noiseSeed = 1; // a reset unit sounds exactly like a fresh one
+    ClearFilterHistory();
+}
+
+void CZkmorva20SignalProcessing::ClearFilterHistory() {
     for (CZkmorva20ChannelFilters& f : filters) {
         f.InitBuffers();
     }
@@ -336,6 +341,13 @@ void CZkmorva20SignalProcessing::ProcessSampleBuffer(long count) {
     for (long i = 0; i < count; ++i) {
         zk20::FollowOutputLevels(meters, b1[i], b2[i], attack, release);
     }
+    // A NaN or infinity from the input stays in every running section's history
+    // for good, so a block that ends non-finite clears the history; the meters
+    // drop what is not finite. Finite blocks are not touched.
+    if (count > 0 && !(std::isfinite(b1[count - 1]) && std::isfinite(b2[count - 1]))) {
+        ClearFilterHistory();
+    }
+    zk20::ClearNonFinite(meters);
     meterBoard.Publish(meters, release, processSampleRate);
 }
 

@@ -66,8 +66,11 @@ public:
     // Forms a correlation result when half a second has been accumulated. Safe
     // to call from a reading thread while rendering runs.
     virtual void CalcCorrelation();
-    // Clears the bypass delay and every filter's history.
+    // Clears the bypass delay and every filter's history, and restarts the
+    // denormal-guard noise.
     virtual void InitBuffers();
+    // Every filter's history only.
+    void ClearFilterHistory();
 
     // Allocates both work buffers for blocks of up to maxFrames host frames at
     // the current oversampling choice, zeroed. Not for the render thread.
