@@ -41,6 +41,17 @@ const ParameterDef* FindParameter(std::span<const ParameterDef> table,
 // Fills a framework parameter info record from a row.
 void FillParameterInfo(const ParameterDef& p, AudioUnitParameterInfo& info);
 
+// The value the dispatch pushes into the processor for a stored one. The store
+// takes whatever a host or document sets (NaN, infinity, far out of range); the
+// filters only ever get values of the row's range: clamped, NaN as the default.
+// Values in the range pass unchanged.
+inline float DispatchValue(const ParameterDef& p, float stored) {
+    if (stored != stored) {
+        return p.defaultValue;
+    }
+    return stored < p.minValue ? p.minValue : (stored > p.maxValue ? p.maxValue : stored);
+}
+
 // The auto-listen mode names, index = mode: the letters name the band controls
 // (Q, frequency, gain) whose touch starts auto-listen.
 inline constexpr const char* kAutoListenModeNames[] = {"Q - -", "- f -", "- - G", "Q f -",

@@ -245,6 +245,7 @@ void CZkmorva10AU::UpdateParameters(AudioUnitParameterID id) {
     if (!PeekParameter(kAudioUnitScope_Global, 0, id, stored)) {
         return;
     }
+    stored = DispatchValue(kZkmorva10Parameters[id], stored);
     const double v = stored;
     const bool on = stored != 0.0f;
     const int b = BandOf(id);

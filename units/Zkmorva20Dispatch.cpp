@@ -164,13 +164,16 @@ void CZkmorva20AU::UpdateParameters(AudioUnitParameterID id) {
     if (id > kZ20LastDispatched) {
         return;
     }
-    const float stored = StoredValue(id);
+    // Links, solo and the master link pass on what was set; the processor only
+    // gets values of the parameter's range.
+    const float raw = StoredValue(id);
+    const float stored = DispatchValue(kZkmorva20Parameters[id], raw);
     const double v = stored;
     const bool on = stored != 0.0f;
 
     if (id >= kZ20Channel1First) {
         UpdateChannelControl(id, v);
-        PropagateLink(id, stored);
+        PropagateLink(id, raw);
         return;
     }
     for (const GlobalSwitch& s : kGlobalSwitches) {
@@ -182,14 +185,14 @@ void CZkmorva20AU::UpdateParameters(AudioUnitParameterID id) {
     for (const GlobalGain& g : kGlobalGains) {
         if (g.id == id) {
             this->*g.field = ConvertDecibelsToFactor(v, kGainFloorDb);
-            PropagateLink(id, stored);
+            PropagateLink(id, raw);
             return;
         }
     }
     switch (id) {
     case kZ20Ch1Solo:
     case kZ20Ch2Solo:
-        UpdateSolo(id, stored);
+        UpdateSolo(id, raw);
         break;
     case kZ20AutoListenMode: {
         std::int32_t mode = autoListenMode;
@@ -198,7 +201,7 @@ void CZkmorva20AU::UpdateParameters(AudioUnitParameterID id) {
         break;
     }
     case kZ20MasterLink:
-        UpdateMasterLink(stored);
+        UpdateMasterLink(raw);
         break;
     case kZ20MonoMaker:
         monoMakerFrequency = v;
