@@ -390,6 +390,7 @@ void CZkmorva10AU::LoadChannelHistory(UInt32 channel) {
     const double* ring = bypassHistory.data() + kBypassStateSize * channel;
     std::copy(ring, ring + 4, bypassDelay.begin());
     bypassDelayIndex = static_cast<std::int32_t>(ring[4]);
+    noiseSeed = static_cast<std::uint32_t>(ring[5]);
 }
 
 void CZkmorva10AU::SaveChannelHistory(UInt32 channel) {
@@ -400,6 +401,7 @@ void CZkmorva10AU::SaveChannelHistory(UInt32 channel) {
     double* ring = bypassHistory.data() + kBypassStateSize * channel;
     std::copy(bypassDelay.begin(), bypassDelay.begin() + 4, ring);
     ring[4] = static_cast<double>(bypassDelayIndex);
+    ring[5] = static_cast<double>(noiseSeed); // exact: any 32-bit value fits a double
 }
 
 OSStatus CZkmorva10AU::ProcessBufferLists(AudioUnitRenderActionFlags& /*ioActionFlags*/,

@@ -64,8 +64,10 @@ private:
     template <class Visit> void ForEachActiveSection(Visit&& visit);
     void LoadChannelHistory(UInt32 channel);
     void SaveChannelHistory(UInt32 channel);
-    // The latency-matched bypass ring (four samples and its position) per channel.
-    static constexpr std::size_t kBypassStateSize = 5;
+    // Per channel: the latency-matched bypass ring (four samples and its position)
+    // and the denormal-guard noise generator, so that a channel's output does not
+    // depend on how the host cuts the stream into blocks.
+    static constexpr std::size_t kBypassStateSize = 6;
     void ShelvingRule(int band, double q, double shelfType);
     void Follow(AudioUnitParameterID id, double frequency);
 
