@@ -1,0 +1,221 @@
+// The audio thread never allocates, locks, waits or sleeps: counted by the
+// interposer of RealtimeGuard.h, armed only during the render calls of both
+// units through the plug-in entry points (the CLAP plug-ins as a host loads
+// them, and the plug-ins' core), across every rate, the block sizes and
+// automation with gestures and hostile values.
+#include "plugins/core/PluginCore.h"
+#include "plugins/core/UnitDescriptor.h"
+#include "tests/plugins/ClapHost.h"
+#include "tests/reliability/RealtimeGuard.h"
+#include "tests/reliability/ReliabilityRig.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <limits>
+#include <mutex>
+#include <thread>
+
+namespace {
+
+using namespace zkrel;
+
+constexpr UInt32 kBlockSizes[] = {1, 2, 17, 64, 1536, 2027, 4096, 0 /* random */};
+
+struct Plugin {
+    const char* file;
+    const zkplug::UnitDescriptor& (*descriptor)();
+};
+const Plugin kPlugins[] = {{"zkmorva10-mono", &zkplug::Zkmorva10Mono},
+                           {"zkmorva10-stereo", &zkplug::Zkmorva10Stereo},
+                           {"zkmorva20", &zkplug::Zkmorva20}};
+
+class Realtime : public testing::TestWithParam<Plugin> {
+protected:
+    void SetUp() override { rt::Clear(); }
+    void TearDown() override { rt::Disarm(); }
+    const zkplug::UnitDescriptor& Descriptor() const { return GetParam().descriptor(); }
+};
+
+// Values within the ranges mostly, at and past their ends, and garbage.
+double AutomationValue(std::mt19937& rng, double lo, double hi) {
+    switch (rng() % 8) {
+    case 0:
+        return std::numeric_limits<double>::quiet_NaN();
+    case 1:
+        return rng() % 2 ? 1e300 : -1e300;
+    case 2:
+        return rng() % 2 ? lo : hi;
+    default:
+        return std::uniform_real_distribution<double>(lo, hi)(rng);
+    }
+}
+
+UInt32 NextBlock(std::mt19937& rng, std::size_t i) {
+    const UInt32 size = kBlockSizes[i % std::size(kBlockSizes)];
+    return size != 0 ? size : 1 + static_cast<UInt32>(rng() % 4096);
+}
+
+TEST_P(Realtime, ClapProcessNeverAllocatesLocksOrWaits) {
+    zktest::ClapLibrary lib(std::string(ZK_PLUGIN_BIN) + "/" + GetParam().file + ".clap");
+    const std::string id = std::string("com.zkmorva.") + GetParam().file;
+    const UInt32 channels = Descriptor().channels;
+    std::mt19937 rng(1);
+    for (double rate : kRates) {
+        zktest::ClapInstance plugin(lib, id.c_str());
+        const uint32_t count = plugin.params->count(plugin.plugin);
+        plugin.Activate(rate, 4096);
+        const Channels in = Noise(channels, 4096, 2);
+        Channels out = Silence(channels, 4096);
+        std::vector<float*> ip;
+        std::vector<float*> op;
+        for (UInt32 c = 0; c < channels; ++c) {
+            ip.push_back(const_cast<float*>(in[c].data()));
+            op.push_back(out[c].data());
+        }
+        for (std::size_t block = 0; block < 3 * std::size(kBlockSizes); ++block) {
+            std::vector<zktest::ParamChange> changes;
+            for (int k = 0; k < 4; ++k) {
+                clap_param_info_t info{};
+                plugin.params->get_info(plugin.plugin, rng() % count, &info);
+                if ((info.flags & CLAP_PARAM_IS_READONLY) == 0) {
+                    changes.push_back(
+                        {info.id, AutomationValue(rng, info.min_value, info.max_value)});
+                }
+            }
+            // Everything a process call needs is built before arming.
+            zktest::EventLists lists(changes);
+            clap_audio_buffer_t inBuf{};
+            inBuf.data32 = ip.data();
+            inBuf.channel_count = channels;
+            clap_audio_buffer_t outBuf{};
+            outBuf.data32 = op.data();
+            outBuf.channel_count = channels;
+            clap_process_t p{};
+            p.steady_time = -1;
+            p.frames_count = NextBlock(rng, block);
+            p.audio_inputs = &inBuf;
+            p.audio_outputs = &outBuf;
+            p.audio_inputs_count = 1;
+            p.audio_outputs_count = 1;
+            p.in_events = &lists.in;
+            p.out_events = &lists.out;
+            clap_process_status status;
+            {
+                rt::Armed armed;
+                status = plugin.plugin->process(plugin.plugin, &p);
+            }
+            EXPECT_EQ(status, CLAP_PROCESS_CONTINUE);
+            // Let the parameter thread deliver, so that the next block applies it.
+            std::this_thread::sleep_for(std::chrono::milliseconds(block % 4 == 0 ? 12 : 0));
+        }
+    }
+    const rt::Report report = rt::Take();
+    EXPECT_EQ(report.Total(), 0u) << report.Describe();
+    RecordProperty("counted_calls", std::to_string(report.Total()));
+}
+
+TEST_P(Realtime, PluginCoreProcessAndParametersNeverAllocateLockOrWait) {
+    const zkplug::UnitDescriptor& d = Descriptor();
+    std::mt19937 rng(3);
+    for (double rate : kRates) {
+        zkplug::PluginCore core(d);
+        ASSERT_TRUE(core.Activate(rate, 1024));
+        const Channels in = Noise(d.channels, 4096, 4);
+        Channels out = Silence(d.channels, 4096);
+        std::vector<const float*> ip;
+        std::vector<float*> op;
+        for (UInt32 c = 0; c < d.channels; ++c) {
+            ip.push_back(in[c].data());
+            op.push_back(out[c].data());
+        }
+        const std::size_t count = core.Parameters().size();
+        for (std::size_t block = 0; block < 3 * std::size(kBlockSizes); ++block) {
+            const UInt32 frames = NextBlock(rng, block);
+            {
+                rt::Armed armed;
+                for (int k = 0; k < 4; ++k) {
+                    const std::size_t index = rng() % count;
+                    const zkplug::HostParameter& p = core.Parameters()[index];
+                    core.SetParameter(
+                        index, static_cast<float>(AutomationValue(rng, p.minValue, p.maxValue)));
+                }
+                core.SetBypass(block % 11 == 5);
+                core.Process(ip.data(), op.data(), frames);
+                core.GetParameter(rng() % count);
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(block % 4 == 0 ? 12 : 0));
+        }
+    }
+    const rt::Report report = rt::Take();
+    EXPECT_EQ(report.Total(), 0u) << report.Describe();
+}
+
+// Deterministic delivery: every event (gestures too, so auto-listen, links, solo
+// and the master link run on the render thread) is applied in the next render.
+TEST_P(Realtime, UnitRenderWithGesturesNeverAllocatesLocksOrWaits) {
+    const UnitKind& kind = Kinds()[GetParam().descriptor == &zkplug::Zkmorva10Mono     ? 0
+                                   : GetParam().descriptor == &zkplug::Zkmorva10Stereo ? 1
+                                                                                       : 2];
+    std::mt19937 rng(5);
+    for (double rate : kRates) {
+        Rig rig(kind, rate, 4096, AllActive(kind));
+        const Channels in = Noise(kind.channels, 4096, 6);
+        Channels out = Silence(kind.channels, 4096);
+        std::vector<const float*> ip;
+        std::vector<float*> op;
+        for (UInt32 c = 0; c < kind.channels; ++c) {
+            ip.push_back(in[c].data());
+            op.push_back(out[c].data());
+        }
+        for (std::size_t block = 0; block < 40; ++block) {
+            const zk::ParameterDef& p = kind.parameters[rng() % (kind.lastDispatched + 1)];
+            rig.Gesture(p.id, true);
+            rig.Automate(p.id, static_cast<float>(AutomationValue(rng, p.minValue, p.maxValue)));
+            if (rng() % 3 != 0) {
+                rig.Gesture(p.id, false);
+            }
+            rig.Pump();
+            OSStatus status;
+            {
+                rt::Armed armed;
+                status = rig.RenderRaw(ip, op, NextBlock(rng, block));
+            }
+            ASSERT_EQ(status, noErr);
+        }
+    }
+    const rt::Report report = rt::Take();
+    EXPECT_EQ(report.Total(), 0u) << report.Describe();
+}
+
+// The counter itself: an armed allocation, lock and sleep are seen.
+TEST(RealtimeGuard, CountsWhatTheArmedThreadDoes) {
+    rt::Clear();
+    {
+        rt::Armed armed;
+        std::vector<int>* volatile p = new std::vector<int>(100);
+        delete p;
+        std::mutex m;
+        m.lock();
+        m.unlock();
+        std::this_thread::sleep_for(std::chrono::microseconds(1));
+    }
+    const rt::Report r = rt::Take();
+    EXPECT_GE(r.count[rt::kAllocate], 2u);
+    EXPECT_GE(r.count[rt::kRelease], 2u);
+    EXPECT_GE(r.count[rt::kLock], 1u);
+    EXPECT_GE(r.count[rt::kSleep], 1u);
+    int* volatile unarmed = new int(1);
+    delete unarmed;
+    EXPECT_EQ(rt::Take().Total(), r.Total());
+}
+
+INSTANTIATE_TEST_SUITE_P(Plugins, Realtime, testing::ValuesIn(kPlugins),
+                         [](const testing::TestParamInfo<Plugin>& info) {
+                             std::string n = info.param.file;
+                             std::replace(n.begin(), n.end(), '-', '_');
+                             return n;
+                         });
+
+} // namespace
