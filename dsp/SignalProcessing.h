@@ -33,6 +33,12 @@ public:
     virtual int UpdateSampleRate(double rate);
     // Adds a random value of magnitude about 2^-67 to *sample.
     virtual void add_white_noise(double* sample);
+    // The next n values add_white_noise would add, in call order, and the seed
+    // advanced past them: a block's noise at once instead of a call per sample.
+    void NextNoise(double* out, long n);
+    // True when the dynamic type has its own add_white_noise: block paths then
+    // keep calling it once per sample. Where this cannot be told, true.
+    bool HasOwnNoise() const;
 
     double GetHostSampleRate() const { return hostSampleRate; }
     double GetProcessSampleRate() const { return processSampleRate; }
@@ -54,8 +60,9 @@ public:
         return meter;
     }
 
-    // Fused filter passes by default; the plain per-section loops give the same
-    // samples bit for bit and stay selectable to check that and to measure it.
+    // Fused filter passes and block-wise meters and noise by default; the plain
+    // per-section and per-sample loops give the same samples and meter values bit
+    // for bit and stay selectable to check that and to measure it.
     void SetPlainFilterLoops(bool plain) { plainFilterLoops = plain; }
     bool UsesPlainFilterLoops() const { return plainFilterLoops; }
 

@@ -147,6 +147,7 @@ void CZkmorva20SignalProcessing::AllocateWorkBuffers(long maxFrames) {
     const long n = maxFrames > 0 ? (oversampling ? 2 * maxFrames : maxFrames) : 0;
     workBuffer1.assign(static_cast<size_t>(n), 0.0);
     workBuffer2.assign(static_cast<size_t>(n), 0.0);
+    inputMagnitudes.assign(static_cast<size_t>(2 * n), 0.0f);
 }
 
 const double* CZkmorva20SignalProcessing::GetWorkBuffer(int channel) const {
@@ -259,23 +260,30 @@ void CZkmorva20SignalProcessing::ProcessSampleBuffer(long count) {
     const float attack = meterAttack;
     const float release = meterRelease;
 
-    // Input gains and meters, then the denormal guard noise (channel 1 first).
-    for (long i = 0; i < count; ++i) {
-        b1[i] *= inputGain1;
-        meters.inputLevel1 = zk20::FollowLevel(
-            meters.inputLevel1, static_cast<float>(std::abs(b1[i])), attack, release);
-        b2[i] *= inputGain2;
-        meters.inputLevel2 = zk20::FollowLevel(
-            meters.inputLevel2, static_cast<float>(std::abs(b2[i])), attack, release);
-        add_white_noise(&b1[i]);
-        add_white_noise(&b2[i]);
-    }
-
-    if (oversampling) {
-        // Zero-stuffing halved the level; the band limit removes the image.
+    // A noise of the unit's own is called once per sample, as the per-sample
+    // loops do; otherwise the block form makes the same values.
+    const bool blockWise = !plainFilterLoops;
+    const bool blockInput = blockWise && !HasOwnNoise();
+    if (blockInput) {
+        RunInputStage(count);
+    } else {
+        // Input gains and meters, then the denormal guard noise (channel 1 first).
         for (long i = 0; i < count; ++i) {
-            b1[i] *= 2.0;
-            b2[i] *= 2.0;
+            b1[i] *= inputGain1;
+            meters.inputLevel1 = zk20::FollowLevel(
+                meters.inputLevel1, static_cast<float>(std::abs(b1[i])), attack, release);
+            b2[i] *= inputGain2;
+            meters.inputLevel2 = zk20::FollowLevel(
+                meters.inputLevel2, static_cast<float>(std::abs(b2[i])), attack, release);
+            add_white_noise(&b1[i]);
+            add_white_noise(&b2[i]);
+        }
+        if (oversampling) {
+            // Zero-stuffing halved the level; the band limit removes the image.
+            for (long i = 0; i < count; ++i) {
+                b1[i] *= 2.0;
+                b2[i] *= 2.0;
+            }
         }
     }
     if (plainFilterLoops) {
@@ -325,21 +333,17 @@ void CZkmorva20SignalProcessing::ProcessSampleBuffer(long count) {
         ConvertBetweenMsAndLr(count);
     }
 
+    // Output gains, balance and correlation, routing, output levels (and with the
+    // block-wise input stage the input levels).
     const double gain1 = outputGain1 * listenGain;
     const double gain2 = outputGain2 * listenGain;
-    for (long i = 0; i < count; ++i) {
-        b1[i] *= gain1;
-        b2[i] *= gain2;
-    }
-
-    for (long i = 0; i < count; ++i) {
-        zk20::AccumulateBalanceAndCorrelation(meters, b1[i], b2[i], release);
-    }
-
-    RouteOutputs(count);
-
-    for (long i = 0; i < count; ++i) {
-        zk20::FollowOutputLevels(meters, b1[i], b2[i], attack, release);
+    const zk20::Route route = CurrentRoute();
+    if (blockWise) {
+        zk20::FollowOutputBlock(meters, b1, b2, count, gain1, gain2, route,
+                                blockInput ? inputMagnitudes.data() : nullptr, attack, release);
+    } else {
+        zk20::FollowOutputPlain(meters, b1, b2, count, gain1, gain2, route, nullptr, attack,
+                                release);
     }
     // A NaN or infinity from the input stays in every running section's history
     // for good, so a block that ends non-finite clears the history; the meters
@@ -411,27 +415,69 @@ void CZkmorva20SignalProcessing::RunListenedSection(long count) {
     }
 }
 
-void CZkmorva20SignalProcessing::RouteOutputs(long count) {
-    double* b1 = workBuffer1.data();
-    double* b2 = workBuffer2.data();
-    const auto n = static_cast<std::ptrdiff_t>(count);
+zk20::Route CZkmorva20SignalProcessing::CurrentRoute() {
     if (autoListenActive) {
         // A linked control is heard on both channels; otherwise the listened
         // channel plays on both outputs.
-        if (GetLinkStatus(autoListenControl) == 0) {
-            if (autoListenControl >= zk20::kChannelFirstId[0] &&
-                autoListenControl <= zk20::kLastChannel1ListenId) {
-                std::copy(b1, b1 + n, b2);
-            } else {
-                std::copy(b2, b2 + n, b1);
-            }
+        if (GetLinkStatus(autoListenControl) != 0) {
+            return zk20::Route::None;
         }
-        return;
+        return autoListenControl >= zk20::kChannelFirstId[0] &&
+                       autoListenControl <= zk20::kLastChannel1ListenId
+                   ? zk20::Route::FirstOnBoth
+                   : zk20::Route::SecondOnBoth;
     }
     if (soloMode == 1) {
-        std::copy(b1, b1 + n, b2);
-    } else if (soloMode == 2) {
-        std::copy(b2, b2 + n, b1);
+        return zk20::Route::FirstOnBoth;
+    }
+    if (soloMode == 2) {
+        return zk20::Route::SecondOnBoth;
+    }
+    return zk20::Route::None;
+}
+
+namespace {
+
+// Samples of noise made per round, on the stack.
+constexpr long kNoiseRound = 128;
+
+template <bool Oversampling>
+void InputRound(double* b1, double* b2, long n, double gain1, double gain2, const double* noise,
+                float* magnitudes) {
+    for (long i = 0; i < n; ++i) {
+        double x1 = b1[i] * gain1;
+        double x2 = b2[i] * gain2;
+        magnitudes[2 * i] = static_cast<float>(std::abs(x1));
+        magnitudes[2 * i + 1] = static_cast<float>(std::abs(x2));
+        x1 += noise[2 * i];
+        x2 += noise[2 * i + 1];
+        if constexpr (Oversampling) {
+            // Zero-stuffing halved the level; the band limit removes the image.
+            x1 *= 2.0;
+            x2 *= 2.0;
+        }
+        b1[i] = x1;
+        b2[i] = x2;
+    }
+}
+
+} // namespace
+
+void CZkmorva20SignalProcessing::RunInputStage(long count) {
+    double* b1 = workBuffer1.data();
+    double* b2 = workBuffer2.data();
+    float* magnitudes = inputMagnitudes.data();
+    double noise[2 * kNoiseRound]; // channel 1 and 2 alternately, as the calls would come
+    for (long start = 0; start < count; start += kNoiseRound) {
+        const long n = count - start < kNoiseRound ? count - start : kNoiseRound;
+        NextNoise(noise, 2 * n);
+        if (oversampling) {
+            InputRound<true>(b1 + start, b2 + start, n, inputGain1, inputGain2, noise,
+                             magnitudes + 2 * start);
+        } else {
+            InputRound<false>(b1 + start, b2 + start, n, inputGain1, inputGain2, noise,
+                              magnitudes + 2 * start);
+        }
     }
 }
 

@@ -6,6 +6,7 @@
 #include "MonoMaker.h"
 #include "Shifter.h"
 #include "SignalProcessing.h"
+#include "Zkmorva20MeterBlocks.h"
 #include "Zkmorva20Metering.h"
 #include "Zkmorva20Settings.h"
 
@@ -78,6 +79,8 @@ public:
     long GetWorkBufferCapacity() const { return static_cast<long>(workBuffer1.size()); }
     // Inspection of the internal-rate signal after a block.
     const double* GetWorkBuffer(int channel) const;
+    // Inspection of the render thread's meter state between blocks (sums included).
+    const zk20::CZkmorva20MeterState& GetMeterState() const { return meters; }
 
     ChannelSettings& GetChannelSettings(int channel) { return channel == 0 ? channel1 : channel2; }
     CZkmorva20ChannelFilters& GetChannelFilters(int channel) {
@@ -120,7 +123,11 @@ private:
     void RunPlainChain(const ChannelSettings& s, CZkmorva20ChannelFilters& f, double* buffer,
                        long count);
     void RunListenedSection(long count);
-    void RouteOutputs(long count);
+    // Input gains, input meter magnitudes, noise and the zero-stuffing
+    // compensation, a block at a time (the magnitudes go to inputMagnitudes).
+    void RunInputStage(long count);
+    // Where solo or auto-listen sends the channels this block.
+    zk20::Route CurrentRoute();
     // One pass of auto-listen start or end for control id.
     void BeginListenPass(long id);
     void EndListenPass(long id);
@@ -133,6 +140,7 @@ private:
     std::array<CZkmorva20ChannelFilters, 2> filters;
     CMonoMaker monoMaker;
     std::vector<double> workBuffer1, workBuffer2;
+    std::vector<float> inputMagnitudes; // pairs [|channel 1|, |channel 2|] per sample
 
     zk20::CZkmorva20MeterState meters;
     zk20::CZkmorva20MeterBoard meterBoard;

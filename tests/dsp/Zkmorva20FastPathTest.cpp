@@ -1,14 +1,19 @@
-// The two-channel processor with both channels in one fused pass against the
-// same processor on the plain per-section loops: random settings (different per
-// channel, so that stages run on one channel only), rates, block lengths, mid/side
-// stage and auto-listen; outputs, meters and histories equal bit for bit.
+// The two-channel processor with both channels in one fused pass, block-wise
+// meters and block-wise noise against the same processor on the plain
+// per-section and per-sample loops: random settings (different per channel, so
+// that stages run on one channel only), rates, block lengths, mid/side stage,
+// solo and auto-listen, signals that reach every branch of the meter rules;
+// outputs, every meter value and sum, correlation results and histories equal
+// bit for bit.
 #include "FastPathRig.h"
 #include "dsp/Zkmorva20SignalProcessing.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
+#include <cstring>
 #include <string>
 
 namespace {
@@ -95,6 +100,60 @@ std::vector<double> Histories(CZkmorva20SignalProcessing& p) {
     return h;
 }
 
+::testing::AssertionResult SameMeters(const zk20::CZkmorva20MeterState& a,
+                                      const zk20::CZkmorva20MeterState& b) {
+    constexpr int kFields = sizeof(zk20::CZkmorva20MeterState) / sizeof(float);
+    float fa[kFields], fb[kFields];
+    std::memcpy(fa, &a, sizeof fa);
+    std::memcpy(fb, &b, sizeof fb);
+    for (int i = 0; i < kFields; ++i) {
+        if (std::bit_cast<std::uint32_t>(fa[i]) != std::bit_cast<std::uint32_t>(fb[i])) {
+            return ::testing::AssertionFailure()
+                   << "meter field " << i << ": " << fa[i] << " vs " << fb[i];
+        }
+    }
+    return ::testing::AssertionSuccess();
+}
+
+// Input pairs that reach the meters' branches: overs, silence on one or both
+// channels, equal and opposite channels, a ratio near the balance's end, the
+// correlation gate's edge, and plain random signal.
+void FillSignal(Rng& rng, std::vector<double>& l, std::vector<double>& r) {
+    const int kind = Pick(rng, 7);
+    for (std::size_t i = 0; i < l.size(); ++i) {
+        const double a = l[i];
+        switch (kind) {
+        case 0:
+            l[i] = std::clamp(a, -1.0, 1.0);
+            r[i] = std::clamp(r[i], -1.0, 1.0);
+            break;
+        case 1: // overs
+            l[i] = a * 3.0;
+            r[i] = std::clamp(r[i], -1.0, 1.0) * 1.5;
+            break;
+        case 2: // one channel or both silent now and then
+            l[i] = Pick(rng, 3) == 0 ? 0.0 : std::clamp(a, -1.0, 1.0);
+            r[i] = Pick(rng, 2) == 0 ? 0.0 : std::clamp(r[i], -1.0, 1.0);
+            break;
+        case 3: // equal, opposite
+            l[i] = std::clamp(a, -1.0, 1.0);
+            r[i] = Pick(rng, 2) == 0 ? l[i] : -l[i];
+            break;
+        case 4: // ratios around 1/4 and levels around the gate
+            l[i] = Uniform(rng, -1.0, 1.0) * 0.001;
+            r[i] = l[i] * (Pick(rng, 2) == 0 ? 0.25 : Uniform(rng, 0.2, 0.3));
+            break;
+        case 5: // silence
+            l[i] = r[i] = 0.0;
+            break;
+        default: // the rig's awkward values, magnitudes kept below 4
+            l[i] = std::clamp(a, -4.0, 4.0);
+            r[i] = std::clamp(r[i], -4.0, 4.0);
+            break;
+        }
+    }
+}
+
 TEST(Zkmorva20FastPath, TwoChannelPassEqualsPlainLoops) {
     Rng rng(31);
     constexpr double kRates[] = {44100.0, 48000.0, 88200.0, 96000.0};
@@ -117,11 +176,7 @@ TEST(Zkmorva20FastPath, TwoChannelPassEqualsPlainLoops) {
         for (int block = 0; block < 6; ++block) {
             const long n = RandomBlock(rng);
             std::vector<double> l = RandomSignal(rng, n), r = RandomSignal(rng, n);
-            for (std::vector<double>* v : {&l, &r}) {
-                for (double& x : *v) {
-                    x = std::clamp(x, -1.0, 1.0);
-                }
-            }
+            FillSignal(rng, l, r);
             std::vector<double> la = l, ra = r, lb = l, rb = r;
             double* ina[2] = {l.data(), r.data()};
             double* outa[2] = {la.data(), ra.data()};
@@ -132,12 +187,124 @@ TEST(Zkmorva20FastPath, TwoChannelPassEqualsPlainLoops) {
                                       std::to_string(rate) + " Hz, block of " + std::to_string(n);
             ASSERT_TRUE(SameBits(la, lb)) << "channel 1, " << where;
             ASSERT_TRUE(SameBits(ra, rb)) << "channel 2, " << where;
-            const zk20::CZkmorva20MeterReadings ma = plain.ReadMeters(), mb = fused.ReadMeters();
-            ASSERT_EQ(ma.outputLevel1, mb.outputLevel1) << where;
-            ASSERT_EQ(ma.outputLevel2, mb.outputLevel2) << where;
-            ASSERT_EQ(ma.balanceSmoothed, mb.balanceSmoothed) << where;
+            ASSERT_TRUE(SameMeters(plain.GetMeterState(), fused.GetMeterState())) << where;
         }
         ASSERT_TRUE(SameBits(Histories(plain), Histories(fused))) << "histories, trial " << trial;
+    }
+}
+
+// Long enough for correlation results: half a second of internal samples between
+// reads, results taken by a reading thread's CalcCorrelation and applied at the
+// next block, as the unit does.
+TEST(Zkmorva20FastPath, CorrelationResultsEqualPlainLoops) {
+    Rng rng(77);
+    for (const double rate : {44100.0, 96000.0}) {
+        CZkmorva20SignalProcessing fused, plain;
+        plain.SetPlainFilterLoops(true);
+        const std::uint32_t seed = static_cast<std::uint32_t>(rng());
+        for (CZkmorva20SignalProcessing* p : {&fused, &plain}) {
+            p->UpdateSampleRate(rate);
+            p->AllocateWorkBuffers(4096);
+            p->InitBuffers();
+            RandomSettings(*p, seed);
+            p->eqOn = true;
+        }
+        int results = 0;
+        for (int block = 0; block < 40; ++block) {
+            const long n = block % 7 == 3 ? 1 + Pick(rng, 4095) : 4096;
+            std::vector<double> l = RandomSignal(rng, n), r = RandomSignal(rng, n);
+            FillSignal(rng, l, r);
+            std::vector<double> la = l, ra = r, lb = l, rb = r;
+            double* in[2] = {l.data(), r.data()};
+            double* outa[2] = {la.data(), ra.data()};
+            double* outb[2] = {lb.data(), rb.data()};
+            plain.ProcessDoubles(in, outa, n);
+            fused.ProcessDoubles(in, outb, n);
+            ASSERT_TRUE(SameBits(la, lb)) << "block " << block;
+            ASSERT_TRUE(SameBits(ra, rb)) << "block " << block;
+            const float before = plain.GetMeterState().sampleCount;
+            plain.CalcCorrelation();
+            fused.CalcCorrelation();
+            const zk20::CZkmorva20MeterReadings ma = plain.ReadMeters(), mb = fused.ReadMeters();
+            ASSERT_EQ(std::bit_cast<std::uint32_t>(ma.correlationValue),
+                      std::bit_cast<std::uint32_t>(mb.correlationValue))
+                << "block " << block;
+            ASSERT_EQ(std::bit_cast<std::uint32_t>(ma.correlationSmoothed),
+                      std::bit_cast<std::uint32_t>(mb.correlationSmoothed))
+                << "block " << block;
+            ASSERT_TRUE(SameMeters(plain.GetMeterState(), fused.GetMeterState()))
+                << "block " << block;
+            results += before >= plain.GetProcessSampleRate() * 0.5;
+        }
+        EXPECT_GE(results, 2) << "correlation results formed at " << rate << " Hz";
+    }
+}
+
+// The block-wise noise makes exactly the values of the per-sample calls and
+// leaves the seed where they would.
+TEST(Zkmorva20FastPath, BlockNoiseEqualsPerSampleCalls) {
+    Rng rng(5);
+    for (long n : {0L, 1L, 2L, 3L, 4L, 5L, 7L, 8L, 9L, 63L, 256L, 257L}) {
+        CZkmorvaSignalProcessing a, b;
+        const int skip = Pick(rng, 50); // start from some other seed
+        for (int i = 0; i < skip; ++i) {
+            double v = 0.0, w = 0.0;
+            a.add_white_noise(&v);
+            b.add_white_noise(&w);
+        }
+        std::vector<double> block(static_cast<std::size_t>(n)), calls(block.size(), 0.0);
+        a.NextNoise(block.data(), n);
+        for (double& v : calls) {
+            b.add_white_noise(&v);
+        }
+        ASSERT_TRUE(SameBits(block, calls)) << n << " values";
+        double nextA = 0.0, nextB = 0.0;
+        a.add_white_noise(&nextA);
+        b.add_white_noise(&nextB);
+        ASSERT_EQ(Bits(nextA), Bits(nextB)) << "seed after " << n << " values";
+    }
+}
+
+// A unit with a noise of its own gets it called once per sample, channel 1
+// first, with the block-wise paths as with the plain ones.
+class CCountingNoise : public CZkmorva20SignalProcessing {
+public:
+    void add_white_noise(double* sample) override {
+        ++calls;
+        *sample += 1e-3 * static_cast<double>(calls % 7);
+    }
+    long calls = 0;
+};
+
+TEST(Zkmorva20FastPath, OwnNoiseIsCalledPerSample) {
+    CZkmorva20SignalProcessing base;
+    CCountingNoise fused, plain;
+    EXPECT_TRUE(fused.HasOwnNoise());
+#if defined(__GNUC__) && !defined(__clang__)
+    EXPECT_FALSE(base.HasOwnNoise()) << "the block-wise noise serves the processor itself";
+#endif
+    plain.SetPlainFilterLoops(true);
+    Rng rng(9);
+    for (CCountingNoise* p : {&fused, &plain}) {
+        p->UpdateSampleRate(44100.0);
+        p->AllocateWorkBuffers(64);
+        p->InitBuffers();
+        RandomSettings(*p, 1234);
+    }
+    for (long n : {1L, 5L, 64L}) {
+        std::vector<double> l = RandomSignal(rng, n), r = RandomSignal(rng, n);
+        FillSignal(rng, l, r);
+        std::vector<double> la = l, ra = r, lb = l, rb = r;
+        double* in[2] = {l.data(), r.data()};
+        double* outa[2] = {la.data(), ra.data()};
+        double* outb[2] = {lb.data(), rb.data()};
+        const long before = fused.calls;
+        plain.ProcessDoubles(in, outa, n);
+        fused.ProcessDoubles(in, outb, n);
+        EXPECT_EQ(fused.calls - before, 4 * n) << "two channels, two internal samples a frame";
+        ASSERT_TRUE(SameBits(la, lb));
+        ASSERT_TRUE(SameBits(ra, rb));
+        ASSERT_TRUE(SameMeters(plain.GetMeterState(), fused.GetMeterState()));
     }
 }
 
