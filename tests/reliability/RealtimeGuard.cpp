@@ -113,14 +113,15 @@ Report Take() {
 
 unsigned long Report::Total() const {
     unsigned long t = 0;
-    for (unsigned long c : count) {
-        t += c;
+    for (int k = 0; k < kKindCount; ++k) {
+        t += k == kTryLock ? 0 : count[k];
     }
     return t;
 }
 
 std::string Report::Describe() const {
-    static const char* const kNames[] = {"allocations", "releases", "locks", "waits", "sleeps"};
+    static const char* const kNames[] = {"allocations", "releases", "locks",
+                                         "waits",       "sleeps",   "try-locks"};
     std::string s;
     for (int k = 0; k < kKindCount; ++k) {
         s += std::string(kNames[k]) + " " + std::to_string(count[k]);
@@ -180,7 +181,7 @@ int pthread_mutex_lock(pthread_mutex_t* m) {
     return zkrel::rt::R().lock(m);
 }
 int pthread_mutex_trylock(pthread_mutex_t* m) {
-    Note(zkrel::rt::kLock, ZK_CALLER);
+    Note(zkrel::rt::kTryLock, ZK_CALLER);
     return zkrel::rt::R().trylock(m);
 }
 int sem_wait(sem_t* s) {

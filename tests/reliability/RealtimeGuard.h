@@ -12,13 +12,15 @@
 
 namespace zkrel::rt {
 
-enum Kind { kAllocate, kRelease, kLock, kWait, kSleep, kKindCount };
+// Try-locks are counted but not failed: they return at once whether or not the
+// lock was free (the plug-in framework's CLAP glue polls its UI event queue so).
+enum Kind { kAllocate, kRelease, kLock, kWait, kSleep, kTryLock, kKindCount };
 
 struct Report {
     unsigned long count[kKindCount] = {};
     // Where the first counted call of each kind came from ("" when none).
     std::string firstCaller[kKindCount];
-    unsigned long Total() const;
+    unsigned long Total() const; // every kind that can allocate, block or sleep
     std::string Describe() const;
 };
 

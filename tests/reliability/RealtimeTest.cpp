@@ -11,6 +11,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
+
 #include <algorithm>
 #include <chrono>
 #include <limits>
@@ -114,6 +116,8 @@ TEST_P(Realtime, ClapProcessNeverAllocatesLocksOrWaits) {
     const rt::Report report = rt::Take();
     EXPECT_EQ(report.Total(), 0u) << report.Describe();
     RecordProperty("counted_calls", std::to_string(report.Total()));
+    RecordProperty("try_locks", std::to_string(report.count[rt::kTryLock]));
+    std::printf("%s\n", report.Describe().c_str());
 }
 
 TEST_P(Realtime, PluginCoreProcessAndParametersNeverAllocateLockOrWait) {
