@@ -278,11 +278,12 @@ static inline void StereoBody(const StereoStage* stages, int stageCount, double*
 
 #endif
 
-// The passes compiled twice: for the baseline and, dispatched at run time, with
-// the AVX encoding of the very same 128-bit operations. Its three-operand
+// The mono pass compiled twice: for the baseline and, dispatched at run time,
+// with the AVX encoding of the very same 128-bit operations. Its three-operand
 // instructions spare the register copies that two-operand SSE2 needs; the
-// arithmetic (and so every result bit) is the same: no wider vectors, no fused
-// multiply-add (contraction is off, and the target does not include FMA).
+// arithmetic (and so every result bit) is the same: no fused multiply-add
+// (contraction is off, and the target does not include FMA). The two-channel
+// pass has its own AVX form with 256-bit registers (CascadeKernelsAvx.cpp).
 namespace kernels {
 
 __attribute__((flatten)) void FilterCascadeBaseline(CBiquad* const* sections, int sectionCount,
@@ -314,11 +315,7 @@ FilterCascadeAvx(CBiquad* const* sections, int sectionCount, double* buffer, lon
     MonoBody(sections, sectionCount, buffer, count);
 }
 
-__attribute__((target("avx"), flatten)) void FilterCascadeStereoAvx(const StereoStage* stages,
-                                                                    int stageCount, double* left,
-                                                                    double* right, long count) {
-    StereoBody(stages, stageCount, left, right, count);
-}
+// FilterCascadeStereoAvx: CascadeKernelsAvx.cpp (256-bit registers).
 
 #else
 

@@ -30,8 +30,10 @@ void FilterCascadeStereo(const StereoStage* stages, int stageCount, double* left
                          long count);
 
 // The implementations the two entries above choose between, callable one by one
-// so that tests check each: the SSE2 baseline and the AVX encoding of the same
-// operations (the same as the baseline where the processor lacks AVX).
+// so that tests check each: the SSE2 baseline and the AVX ones (mono: the AVX
+// encoding of the same operations; two channels: 256-bit registers holding two
+// staggered sections of both channels). Where the processor lacks AVX they are
+// the baseline.
 namespace kernels {
 bool HaveAvx();
 void FilterCascadeBaseline(CBiquad* const* sections, int sectionCount, double* buffer, long count);

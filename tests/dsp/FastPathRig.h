@@ -24,9 +24,10 @@ inline int Pick(Rng& rng, int n) {
 }
 
 // Block lengths that stress the edges: single samples, the first two samples a
-// pass treats apart, odd lengths, lengths around the stereo pass's 128-frame chunk.
+// pass treats apart, odd lengths, lengths around the stereo passes' 128- and
+// 512-frame chunks.
 inline long RandomBlock(Rng& rng) {
-    constexpr long kSizes[] = {1, 2, 3, 5, 7, 31, 127, 128, 129, 255, 256, 300, 511};
+    constexpr long kSizes[] = {1, 2, 3, 5, 7, 11, 31, 127, 128, 129, 255, 256, 300, 511, 513, 1100};
     return kSizes[Pick(rng, static_cast<int>(std::size(kSizes)))];
 }
 

@@ -166,7 +166,7 @@ TEST(Zkmorva20FastPath, TwoChannelPassEqualsPlainLoops) {
         const long listenId = Pick(rng, 3) == 0 ? 18 + Pick(rng, 82) : -1;
         for (CZkmorva20SignalProcessing* p : {&fused, &plain}) {
             p->UpdateSampleRate(rate);
-            p->AllocateWorkBuffers(512);
+            p->AllocateWorkBuffers(1100);
             p->InitBuffers();
             RandomSettings(*p, seed);
             if (listenId >= 0) {
