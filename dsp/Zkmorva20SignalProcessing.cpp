@@ -1,6 +1,7 @@
 #include "Zkmorva20SignalProcessing.h"
 
 #include "CascadeKernels.h"
+#include "MidSideStage.h"
 #include "Zkmorva20Controls.h"
 
 #include <algorithm>
@@ -313,7 +314,11 @@ void CZkmorva20SignalProcessing::ProcessSampleBuffer(long count) {
 
     const bool monoMakerActive = monoMakerOn && monoMakerFrequency > 20.0;
     const bool widthActive = stereoWidthOn && stereoWidth != 1.0;
-    if (monoMakerActive || widthActive) {
+    if ((monoMakerActive || widthActive) && blockWise && !HasOwnMsConversion()) {
+        zk::RunMidSideStage(b1, b2, count, monoMakerActive ? monoMaker.GetBiquad(true) : nullptr,
+                            monoMakerActive ? monoMaker.GetBiquad(false) : nullptr, stereoWidthOn,
+                            stereoWidth);
+    } else if (monoMakerActive || widthActive) {
         ConvertBetweenMsAndLr(count);
         if (monoMakerActive) {
             if (plainFilterLoops) {
@@ -481,6 +486,24 @@ void CZkmorva20SignalProcessing::RunInputStage(long count) {
     }
 }
 
+// GCC resolves a virtual member function for an object to its address, so an
+// override shows as a different address. Elsewhere overriding is assumed.
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wpmf-conversions"
+bool CZkmorva20SignalProcessing::HasOwnMsConversion() {
+    using Conversion = void (*)(CZkmorva20SignalProcessing*, long);
+    return reinterpret_cast<Conversion>(
+               this->*(&CZkmorva20SignalProcessing::ConvertBetweenMsAndLr)) !=
+           reinterpret_cast<Conversion>(&CZkmorva20SignalProcessing::ConvertBetweenMsAndLr);
+}
+#pragma GCC diagnostic pop
+#else
+bool CZkmorva20SignalProcessing::HasOwnMsConversion() {
+    return true;
+}
+#endif
+
 void CZkmorva20SignalProcessing::ConvertBetweenMsAndLr(long count) {
     if (count < 1 || !HasWorkBuffers(count)) {
         return;
@@ -490,8 +513,8 @@ void CZkmorva20SignalProcessing::ConvertBetweenMsAndLr(long count) {
     for (long i = 0; i < count; ++i) {
         const double a = b1[i];
         const double b = b2[i];
-        b1[i] = (a + b) / 1.4142135623730951;
-        b2[i] = (a - b) / 1.4142135623730951;
+        b1[i] = (a + b) / zk::kMidSideDivisor;
+        b2[i] = (a - b) / zk::kMidSideDivisor;
     }
 }
 

@@ -126,6 +126,9 @@ private:
     // Input gains, input meter magnitudes, noise and the zero-stuffing
     // compensation, a block at a time (the magnitudes go to inputMagnitudes).
     void RunInputStage(long count);
+    // True when the dynamic type has its own ConvertBetweenMsAndLr: the mid/side
+    // stage then calls it rather than running as one pass.
+    bool HasOwnMsConversion();
     // Where solo or auto-listen sends the channels this block.
     zk20::Route CurrentRoute();
     // One pass of auto-listen start or end for control id.

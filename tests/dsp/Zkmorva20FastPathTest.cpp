@@ -265,31 +265,39 @@ TEST(Zkmorva20FastPath, BlockNoiseEqualsPerSampleCalls) {
     }
 }
 
-// A unit with a noise of its own gets it called once per sample, channel 1
-// first, with the block-wise paths as with the plain ones.
-class CCountingNoise : public CZkmorva20SignalProcessing {
+// A unit with a noise or a mid/side matrix of its own gets it called as the
+// plain loops call it (the noise once per sample, channel 1 first; the matrix
+// twice per block with the mid/side stage on), with the block-wise paths too.
+class COwnNoiseAndMatrix : public CZkmorva20SignalProcessing {
 public:
     void add_white_noise(double* sample) override {
-        ++calls;
-        *sample += 1e-3 * static_cast<double>(calls % 7);
+        ++noiseCalls;
+        *sample += 1e-3 * static_cast<double>(noiseCalls % 7);
     }
-    long calls = 0;
+    void ConvertBetweenMsAndLr(long count) override {
+        ++matrixCalls;
+        CZkmorva20SignalProcessing::ConvertBetweenMsAndLr(count);
+    }
+    long noiseCalls = 0;
+    long matrixCalls = 0;
 };
 
-TEST(Zkmorva20FastPath, OwnNoiseIsCalledPerSample) {
+TEST(Zkmorva20FastPath, OwnNoiseAndMatrixAreCalled) {
     CZkmorva20SignalProcessing base;
-    CCountingNoise fused, plain;
+    COwnNoiseAndMatrix fused, plain;
     EXPECT_TRUE(fused.HasOwnNoise());
 #if defined(__GNUC__) && !defined(__clang__)
     EXPECT_FALSE(base.HasOwnNoise()) << "the block-wise noise serves the processor itself";
 #endif
     plain.SetPlainFilterLoops(true);
     Rng rng(9);
-    for (CCountingNoise* p : {&fused, &plain}) {
+    for (COwnNoiseAndMatrix* p : {&fused, &plain}) {
         p->UpdateSampleRate(44100.0);
         p->AllocateWorkBuffers(64);
         p->InitBuffers();
         RandomSettings(*p, 1234);
+        p->stereoWidthOn = true;
+        p->stereoWidth = 1.25;
     }
     for (long n : {1L, 5L, 64L}) {
         std::vector<double> l = RandomSignal(rng, n), r = RandomSignal(rng, n);
@@ -298,10 +306,11 @@ TEST(Zkmorva20FastPath, OwnNoiseIsCalledPerSample) {
         double* in[2] = {l.data(), r.data()};
         double* outa[2] = {la.data(), ra.data()};
         double* outb[2] = {lb.data(), rb.data()};
-        const long before = fused.calls;
+        const long noiseBefore = fused.noiseCalls, matrixBefore = fused.matrixCalls;
         plain.ProcessDoubles(in, outa, n);
         fused.ProcessDoubles(in, outb, n);
-        EXPECT_EQ(fused.calls - before, 4 * n) << "two channels, two internal samples a frame";
+        EXPECT_EQ(fused.noiseCalls - noiseBefore, 4 * n) << "two channels, two samples a frame";
+        EXPECT_EQ(fused.matrixCalls - matrixBefore, 2) << "into mid/side and back";
         ASSERT_TRUE(SameBits(la, lb));
         ASSERT_TRUE(SameBits(ra, rb));
         ASSERT_TRUE(SameMeters(plain.GetMeterState(), fused.GetMeterState()));
