@@ -88,9 +88,11 @@ struct Four {
 // float, scaling and clamping in double.
 inline __m128 Balance4(__m128 x, __m128 y) {
     const __m128 one = _mm_set1_ps(1.0f);
-    const __m128 rising = _mm_sub_ps(one, _mm_div_ps(x, y)); // y > x
-    const __m128 falling = _mm_sub_ps(_mm_div_ps(y, x), one);
-    const __m128 t = Select(_mm_cmpgt_ps(y, x), rising, falling);
+    // 1 - x/y where y > x, else y/x - 1: one division with the operands chosen
+    // per lane gives each lane the quotient the rule forms.
+    const __m128 rising = _mm_cmpgt_ps(y, x);
+    const __m128 q = _mm_div_ps(Select(rising, x, y), Select(rising, y, x));
+    const __m128 t = Select(rising, _mm_sub_ps(one, q), _mm_sub_ps(q, one));
     const __m128 floor = _mm_set1_ps(kBalanceFloor);
     const __m128 moving =
         _mm_and_ps(_mm_or_ps(_mm_cmpgt_ps(x, floor), _mm_cmpgt_ps(y, floor)), _mm_cmpneq_ps(x, y));
