@@ -211,33 +211,43 @@ ZK_AVX void FilterCascadeStereoAvx(const StereoStage* stages, int stageCount, do
             chunk[i] = _mm_set_pd(right[start + i], left[start + i]);
         }
         for (int next = 0; next < stageCount;) {
-            // Up to six stages that run on at least one channel; lanes pass
-            // through by mask where a stage runs on one channel only, and in the
-            // section added to an odd count.
-            const StereoStage* pass[2 * kMaxPairs];
-            int sections = 0;
-            bool masked = false;
-            for (; next < stageCount && sections < 2 * kMaxPairs; ++next) {
+            // The next stages that run on at least one channel (a stage on one
+            // channel only passes the other lane through by mask).
+            constexpr int kList = 48;
+            const StereoStage* run[kList];
+            bool oneChannel[kList];
+            int listed = 0;
+            for (; next < stageCount && listed < kList; ++next) {
                 const bool on1 = Runs(stages[next].channel[0]);
                 const bool on2 = Runs(stages[next].channel[1]);
                 if (on1 || on2) {
-                    pass[sections++] = &stages[next];
-                    masked = masked || on1 != on2;
+                    oneChannel[listed] = on1 != on2;
+                    run[listed++] = &stages[next];
                 }
             }
-            masked = masked || sections % 2 != 0;
-            switch ((sections + 1) / 2) {
-            case 0:
-                break;
-            case 1:
-                RunPass<1>(chunk, n, pass, sections, masked);
-                break;
-            case 2:
-                RunPass<2>(chunk, n, pass, sections, masked);
-                break;
-            default:
-                RunPass<3>(chunk, n, pass, sections, masked);
-                break;
+            // Registers spread evenly over the fewest passes, so that no pass is
+            // left with a lone register (its feedback would set the pace).
+            const int pairs = (listed + 1) / 2;
+            const int passes = (pairs + kMaxPairs - 1) / kMaxPairs;
+            for (int p = 0, first = 0; p < passes; ++p) {
+                const int g = pairs / passes + (p < pairs % passes ? 1 : 0);
+                const int sections = 2 * g < listed - first ? 2 * g : listed - first;
+                bool masked = sections % 2 != 0; // the odd one gets a pass-through partner
+                for (int k = first; k < first + sections; ++k) {
+                    masked = masked || oneChannel[k];
+                }
+                switch (g) {
+                case 1:
+                    RunPass<1>(chunk, n, run + first, sections, masked);
+                    break;
+                case 2:
+                    RunPass<2>(chunk, n, run + first, sections, masked);
+                    break;
+                default:
+                    RunPass<3>(chunk, n, run + first, sections, masked);
+                    break;
+                }
+                first += sections;
             }
         }
         for (long i = 0; i < n; ++i) {
