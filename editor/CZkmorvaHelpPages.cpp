@@ -146,8 +146,8 @@ bool CZkmorvaHelpPages::handle(CFrame* frame, CControl* control) {
             case kManual:
             case kWeb:
                 if (pressed) {
-                    zkeditor::OpenUrl(t == kManual ? zkeditor::kManualUrl
-                                                   : zkeditor::kProductPageUrl);
+                    zkeditor::OpenUrl(t == kManual ? zkeditor::ManualUrl()
+                                                   : std::string(zkeditor::kProductPageUrl));
                 }
                 break;
             default:

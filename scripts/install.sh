@@ -1,8 +1,10 @@
 #!/usr/bin/env bash
 # Builds (through bootstrap.sh, which also installs the packages) and installs, for
-# the current user, the plug-ins in ~/.lv2, ~/.vst3 and ~/.clap, and the JACK apps
-# and the zkmorva renderer in ~/.local/bin. Set ZK_BUILD_DIR to use another build
-# folder, PREFIX_HOME to install somewhere other than $HOME.
+# the current user, the plug-ins in ~/.lv2, ~/.vst3 and ~/.clap, the JACK apps and
+# the zkmorva renderer in ~/.local/bin, and the manual in
+# ~/.local/share/doc/zkmorva-eq/manual, where the editors' help pages find it. Set
+# ZK_BUILD_DIR to use another build folder, PREFIX_HOME to install somewhere other
+# than $HOME.
 set -euo pipefail
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 top=$(dirname "$here")
@@ -24,7 +26,11 @@ for p in "${plugins[@]}"; do
     install -m 755 "$bin/$p.clap" "$dest/.clap/$p.clap"
     install -m 755 "$bin/$p" "$dest/.local/bin/$p"
 done
-installed="LV2, VST3, CLAP and JACK apps of ${plugins[*]}"
+manual=$dest/.local/share/doc/zkmorva-eq/manual
+rm -rf "$manual"
+mkdir -p "$manual"
+cp -R "$top/resources/manual/." "$manual/"
+installed="LV2, VST3, CLAP and JACK apps of ${plugins[*]}, the manual"
 renderer=$(find "$build_dir" -maxdepth 3 -type f -name zkmorva -perm -u+x 2>/dev/null | head -1)
 if [ -n "$renderer" ]; then
     install -m 755 "$renderer" "$dest/.local/bin/zkmorva"

@@ -251,7 +251,7 @@ TEST_F(Zkmorva10EditorTest, HelpPagesTabsKnobModeAndAddresses) {
     rig->Click(tabPoint(CZkmorvaHelpPages::kManual));
     rig->Click(tabPoint(CZkmorvaHelpPages::kWeb));
     EXPECT_THAT(captured.urls,
-                ::testing::ElementsAre(zkeditor::kManualUrl, zkeditor::kProductPageUrl));
+                ::testing::ElementsAre(zkeditor::ManualUrl(), zkeditor::kProductPageUrl));
     // While a page is shown, nothing under it reacts.
     const float gain = rig->Param(11);
     rig->frame->dispatchWheel(Rig10::Centre(Knob(11).rect), 3.f, 0);
