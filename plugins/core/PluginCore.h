@@ -52,6 +52,15 @@ public:
     void SetBypass(bool on);
     bool IsBypassed() const;
 
+    // Editor events from the plug-in UI (EditorLink.h). A gesture is posted to the
+    // unit's listener as begin/end events, as the editor does in process, so the
+    // unit starts and ends auto-listen; "textbox" sets property 65536. Malformed
+    // messages and ids that are not input parameters are ignored (false). Any
+    // thread; never allocates, locks or logs.
+    bool HandleEditorEvent(std::string_view message);
+    // The unit's auto-listen display (property 65537), encoded for an output parameter.
+    float AutoListenDisplayValue() const;
+
     // Initialises the unit for this rate and block size (its reset pushes every
     // stored value). Returns false, after logging, when the unit refuses.
     bool Activate(double sampleRate, UInt32 hostBlockFrames);

@@ -3,8 +3,10 @@
 // generated per plug-in.
 
 #include "DistrhoPlugin.hpp"
+#include "plugins/core/EditorLink.h"
 #include "plugins/core/PluginCore.h"
 
+#include <cstring>
 #include <memory>
 #include <string>
 
@@ -18,8 +20,8 @@ constexpr const char* kStateKey = "ClassInfo";
 class UnitPlugin : public Plugin {
 public:
     explicit UnitPlugin(const zkplug::UnitDescriptor& d)
-        : Plugin(static_cast<uint32_t>(d.parameters.size()) + 1, 0, 1), core(d),
-          bypassIndex(static_cast<uint32_t>(d.parameters.size())) {}
+        : Plugin(zkplug::HostParameterCount(d), 0, 1), core(d), bypassIndex(zkplug::BypassIndex(d)),
+          autoListenIndex(zkplug::AutoListenIndex(d)) {}
 
 protected:
     const char* getLabel() const override { return ZK_PLUGIN_LABEL; }
@@ -39,6 +41,14 @@ protected:
     void initParameter(uint32_t index, Parameter& parameter) override {
         if (index == bypassIndex) {
             parameter.initDesignation(kParameterDesignationBypass);
+            return;
+        }
+        if (index == autoListenIndex) {
+            // The editor's auto-listen display, published for a UI that may run elsewhere.
+            parameter.name = "Auto-listen display";
+            parameter.symbol = "auto_listen_display";
+            parameter.ranges = ParameterRanges(0.0f, 0.0f, zkplug::kMaxAutoListenValue);
+            parameter.hints = kParameterIsOutput | kParameterIsInteger;
             return;
         }
         const auto& all = core.Parameters();
@@ -90,6 +100,9 @@ protected:
         if (index == bypassIndex) {
             return core.IsBypassed() ? 1.0f : 0.0f;
         }
+        if (index == autoListenIndex) {
+            return core.AutoListenDisplayValue();
+        }
         return core.GetParameter(index);
     }
 
@@ -109,7 +122,15 @@ protected:
     }
 
     void setState(const char* key, const char* value) override {
-        if (key == nullptr || value == nullptr || std::string(key) != kStateKey) {
+        if (key == nullptr || value == nullptr) {
+            return;
+        }
+        // The UI's gestures and text-box flag, never saved (not a declared state).
+        if (std::strcmp(key, zkplug::kEditorEventKey) == 0) {
+            core.HandleEditorEvent(value);
+            return;
+        }
+        if (std::strcmp(key, kStateKey) != 0) {
             return;
         }
         core.RestoreState(value);
@@ -129,6 +150,7 @@ protected:
 private:
     zkplug::PluginCore core;
     const uint32_t bypassIndex;
+    const uint32_t autoListenIndex;
 };
 
 } // namespace

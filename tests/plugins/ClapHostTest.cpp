@@ -3,6 +3,7 @@
 // (bit for bit), latency, bypass, host changes while running, and state.
 
 #include "tests/plugins/ClapHost.h"
+#include "plugins/core/EditorLink.h"
 #include "plugins/core/UnitDescriptor.h"
 #include "tests/plugins/DirectDrive.h"
 
@@ -151,7 +152,8 @@ TEST_P(ClapPlugin, DescriptorIsOursAndUnknownIdsAreRefused) {
 TEST_P(ClapPlugin, ParametersFollowTheTable) {
     auto p = Create();
     const auto& table = Unit().parameters;
-    ASSERT_EQ(p->params->count(p->plugin), table.size() + 1);
+    // The table, the bypass, and the auto-listen display for the UI.
+    ASSERT_EQ(p->params->count(p->plugin), zkplug::HostParameterCount(Unit()));
     for (std::size_t i = 0; i < table.size(); ++i) {
         SCOPED_TRACE(table[i].symbol);
         clap_param_info_t info{};
@@ -176,6 +178,14 @@ TEST_P(ClapPlugin, ParametersFollowTheTable) {
     clap_param_info_t bypass{};
     ASSERT_TRUE(p->params->get_info(p->plugin, BypassId(), &bypass));
     EXPECT_TRUE(bypass.flags & CLAP_PARAM_IS_BYPASS);
+    clap_param_info_t autoListen{};
+    const clap_id autoListenId = zkplug::AutoListenIndex(Unit());
+    ASSERT_TRUE(p->params->get_info(p->plugin, autoListenId, &autoListen));
+    EXPECT_EQ(autoListen.id, autoListenId);
+    EXPECT_TRUE(autoListen.flags & CLAP_PARAM_IS_READONLY);
+    EXPECT_FALSE(autoListen.flags & CLAP_PARAM_IS_AUTOMATABLE);
+    EXPECT_EQ(autoListen.max_value, zkplug::kMaxAutoListenValue);
+    EXPECT_EQ(p->Value(autoListenId), 0.0); // off
 
     // Texts the unit gives to special values reach the host.
     const clap_id mode = IdBySymbol("AutoListenMode");

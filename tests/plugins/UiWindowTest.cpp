@@ -1,0 +1,388 @@
+// A plug-in UI in a real window: Xvfb, jackd's dummy driver, and jalv showing the
+// LV2 UI (its own module, talking to the DSP module only through jalv). xdotool
+// drags knobs and clicks the panel toggle; the test checks what the DSP did:
+//   - a band gain drag changes the sound (a sine at the band's frequency through
+//     jalv, measured by a JACK client of ours),
+//   - holding a band Q knob turns the DSP's auto-listen display on, releasing it
+//     turns it off (jalv prints the output parameter),
+//   - the window follows the panel fold.
+// Screenshots of the window go to SHOT_DIR. Everything started here is ended
+// here (child processes are killed when they go out of scope).
+//
+// zk_ui_window_test URI LV2_DIR UNIT(10|20) CHANNELS SHOT_DIR [SCALE]
+
+#include "editor/Zkmorva10Layout.h"
+#include "editor/Zkmorva20Layout.h"
+#include "plugins/core/EditorLink.h"
+#include "plugins/core/UnitDescriptor.h"
+#include "tests/plugins/ChildProcess.h"
+
+#include <jack/jack.h>
+
+#include <array>
+#include <atomic>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <optional>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using namespace std::chrono_literals;
+using zktest::ChildProcess;
+
+int failures = 0;
+int passes = 0;
+void Check(bool ok, const std::string& what) {
+    std::printf("%s: %s\n", ok ? "ok" : "FAILED", what.c_str());
+    std::fflush(stdout);
+    ++(ok ? passes : failures);
+}
+
+std::string Run(const std::string& command) {
+    std::string out;
+    if (FILE* p = popen(command.c_str(), "r")) {
+        char buffer[256];
+        while (std::fgets(buffer, sizeof buffer, p) != nullptr) {
+            out += buffer;
+        }
+        pclose(p);
+    }
+    return out;
+}
+
+bool Xdo(const std::string& args) {
+    return std::system(("xdotool " + args + " >/dev/null 2>&1").c_str()) == 0;
+}
+
+// Plays a sine into the plug-in and keeps the output energy of recent blocks.
+struct Probe {
+    static constexpr std::size_t kBlocks = 32;
+    jack_client_t* client = nullptr;
+    std::vector<jack_port_t*> outs, ins;
+    double frequency = 100.0;
+    double phase = 0.0;
+    std::array<std::atomic<float>, kBlocks> energy{};
+    std::atomic<std::size_t> written{0};
+
+    static int Process(jack_nframes_t n, void* arg) {
+        auto* self = static_cast<Probe*>(arg);
+        const double step = 2.0 * M_PI * self->frequency / 48000.0;
+        double sum = 0.0;
+        for (std::size_t c = 0; c < self->outs.size(); ++c) {
+            auto* out = static_cast<float*>(jack_port_get_buffer(self->outs[c], n));
+            const auto* in = static_cast<const float*>(jack_port_get_buffer(self->ins[c], n));
+            double p = self->phase;
+            for (jack_nframes_t i = 0; i < n; ++i) {
+                out[i] = static_cast<float>(0.1 * std::sin(p));
+                p += step;
+                sum += double(in[i]) * in[i];
+            }
+        }
+        self->phase = std::fmod(self->phase + step * n, 2.0 * M_PI);
+        const std::size_t k = self->written.load(std::memory_order_relaxed);
+        self->energy[k % kBlocks].store(static_cast<float>(sum / n), std::memory_order_relaxed);
+        self->written.store(k + 1, std::memory_order_release);
+        return 0;
+    }
+    // Output level over the last kBlocks blocks, after letting `settle` pass.
+    double LevelDb(std::chrono::milliseconds settle = 400ms) {
+        std::this_thread::sleep_for(settle);
+        double sum = 0.0;
+        for (const auto& e : energy) {
+            sum += e.load(std::memory_order_relaxed);
+        }
+        return 10.0 * std::log10(sum / kBlocks / outs.size() + 1e-20);
+    }
+};
+
+struct Window {
+    std::string id;
+    int width = 0;
+    int height = 0;
+};
+
+std::optional<Window> FindWindow() {
+    std::istringstream ids(Run("xdotool search --onlyvisible --name Zkmorva 2>/dev/null"));
+    std::string id;
+    if (!(ids >> id)) {
+        return std::nullopt;
+    }
+    Window w{id};
+    std::istringstream geometry(Run("xdotool getwindowgeometry --shell " + id));
+    std::string line;
+    while (std::getline(geometry, line)) {
+        if (line.rfind("WIDTH=", 0) == 0) {
+            w.width = std::atoi(line.c_str() + 6);
+        } else if (line.rfind("HEIGHT=", 0) == 0) {
+            w.height = std::atoi(line.c_str() + 7);
+        }
+    }
+    return w;
+}
+
+// Polls until the window has the size wanted (the host applies it asynchronously).
+std::optional<Window> WaitForSize(int width, int height) {
+    std::optional<Window> w;
+    for (int i = 0; i < 60; ++i) {
+        w = FindWindow();
+        if (w && w->width == width && w->height == height) {
+            break;
+        }
+        std::this_thread::sleep_for(50ms);
+    }
+    return w;
+}
+
+// Waits until jalv, from `from` on in its log, prints the auto-listen display with
+// one of the values wanted.
+bool WaitForAutoListen(const std::string& log, std::size_t from, const std::vector<int>& values) {
+    for (int i = 0; i < 60; ++i) {
+        std::ifstream in(log);
+        in.seekg(static_cast<std::streamoff>(from));
+        std::string line;
+        while (std::getline(in, line)) {
+            if (line.rfind("auto_listen_display = ", 0) == 0) {
+                const int v = static_cast<int>(std::lround(std::atof(line.c_str() + 22)));
+                for (int want : values) {
+                    if (v == want) {
+                        return true;
+                    }
+                }
+            }
+        }
+        std::this_thread::sleep_for(50ms);
+    }
+    return false;
+}
+
+std::size_t FileSize(const std::string& path) {
+    std::error_code error;
+    const auto n = std::filesystem::file_size(path, error);
+    return error ? 0 : static_cast<std::size_t>(n);
+}
+
+template <std::size_t N> CRect KnobRect(const std::array<zkeditor::KnobDef, N>& knobs, long tag) {
+    for (const auto& k : knobs) {
+        if (k.tag == tag) {
+            return k.rect;
+        }
+    }
+    std::fprintf(stderr, "no knob %ld\n", tag);
+    std::exit(2);
+}
+
+// A free X display number: no lock file, and Xvfb comes up on it.
+std::unique_ptr<ChildProcess> StartXvfb(int& display, const std::string& dir, double scale) {
+    const std::string screen = scale > 1.0 ? "2400x1400x24" : "1280x1024x24";
+    for (int n = 90 + getpid() % 300, tries = 0; tries < 20; ++n, ++tries) {
+        if (std::filesystem::exists("/tmp/.X" + std::to_string(n) + "-lock")) {
+            continue;
+        }
+        auto x = std::make_unique<ChildProcess>(
+            std::vector<std::string>{"Xvfb", ":" + std::to_string(n), "-screen", "0", screen,
+                                     "-nolisten", "tcp"},
+            false, dir + "/xvfb.log");
+        for (int i = 0; i < 100 && x->Running(); ++i) {
+            if (std::filesystem::exists("/tmp/.X11-unix/X" + std::to_string(n))) {
+                display = n;
+                return x;
+            }
+            std::this_thread::sleep_for(20ms);
+        }
+    }
+    return nullptr;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    if (argc < 6) {
+        std::fprintf(stderr, "usage: %s URI LV2_DIR UNIT CHANNELS SHOT_DIR [SCALE]\n", argv[0]);
+        return 2;
+    }
+    for (const char* tool : {"Xvfb", "xdotool", "import", "jalv", "jackd"}) {
+        if (std::system(("command -v " + std::string(tool) + " >/dev/null").c_str()) != 0) {
+            std::printf("SKIPPED: %s not installed (scripts/packages.txt)\n", tool);
+            return 0;
+        }
+    }
+    const std::string uri = argv[1];
+    const std::string lv2Dir = std::filesystem::absolute(argv[2]).string();
+    const bool z20 = std::string(argv[3]) == "20";
+    const auto channels = static_cast<std::size_t>(std::atoi(argv[4]));
+    const std::string shotDir = argv[5];
+    const double scale = argc > 6 ? std::atof(argv[6]) : 1.0;
+    const zkplug::UnitDescriptor& unit = z20             ? zkplug::Zkmorva20()
+                                         : channels == 1 ? zkplug::Zkmorva10Mono()
+                                                         : zkplug::Zkmorva10Stereo();
+    const std::string plugin = uri.substr(uri.rfind(':') + 1);
+    const std::string shotBase =
+        shotDir + "/" + plugin + (scale > 1.0 ? "-x" + std::to_string(int(scale)) : "");
+    std::filesystem::create_directories(shotDir);
+
+    // Controls: channel 1's LF band (Zkmorva 20 moves channel 2 along, linked).
+    const long gainTag = z20 ? zk20layout::kChannelFirst[0] + 6 : 11;
+    const long freqId = z20 ? zk20layout::kChannelFirst[0] + 5 : 10;
+    const long qTag = z20 ? zk20layout::kChannelFirst[0] + 14 : 17; // the MF band's Q
+    const CRect gainRect =
+        z20 ? KnobRect(zk20layout::kBandKnobs, gainTag) : KnobRect(zk10layout::kBandKnobs, gainTag);
+    const CRect qRect =
+        z20 ? KnobRect(zk20layout::kBandKnobs, qTag) : KnobRect(zk10layout::kBandKnobs, qTag);
+    const CRect toggle = z20 ? zk20layout::kPanelToggleRect : zk10layout::PanelToggleRect(1024);
+    const int fullW = 1024, fullH = z20 ? 530 : 283;
+    const int foldedW = z20 ? 1024 : 585, foldedH = 283;
+    const auto device = [&](CCoord v) { return static_cast<int>(std::lround(v * scale)); };
+    const auto centre = [&](const CRect& r) {
+        return std::to_string(device((r.left + r.right) / 2)) + " " +
+               std::to_string(device((r.top + r.bottom) / 2));
+    };
+
+    char tmpl[] = "/tmp/zk-ui-XXXXXX";
+    const std::string dir = mkdtemp(tmpl);
+    int display = -1;
+    std::unique_ptr<ChildProcess> xvfb = StartXvfb(display, dir, scale);
+    if (!xvfb) {
+        std::printf("FAILED: Xvfb did not start (%s)\n0 passed, 1 failed\n", dir.c_str());
+        return 1;
+    }
+    const std::string server = "zk-ui-" + std::to_string(getpid());
+    setenv("DISPLAY", (":" + std::to_string(display)).c_str(), 1);
+    setenv("JACK_DEFAULT_SERVER", server.c_str(), 1);
+    setenv("JACK_NO_AUDIO_RESERVATION", "1", 1);
+    setenv("LV2_PATH", lv2Dir.c_str(), 1);
+    if (scale > 1.0) {
+        setenv("DPF_SCALE_FACTOR", std::to_string(scale).c_str(), 1);
+    }
+
+    ChildProcess jackd(
+        {"jackd", "--no-realtime", "-n", server, "-d", "dummy", "-r", "48000", "-p", "256"}, false,
+        dir + "/jackd.log");
+    jack_set_error_function([](const char*) {});
+    jack_client_t* client = nullptr;
+    for (int i = 0; i < 100 && client == nullptr; ++i) {
+        std::this_thread::sleep_for(50ms);
+        client = jack_client_open("zk-probe", JackNoStartServer, nullptr);
+    }
+    if (client == nullptr) {
+        std::printf("FAILED: jackd did not start (%s)\n0 passed, 1 failed\n", dir.c_str());
+        return 1;
+    }
+
+    const std::string name = "zkui";
+    const std::string jalvLog = dir + "/jalv.log";
+    ChildProcess jalv({"stdbuf", "-oL", "jalv", "-s", "-p", "-x", "-n", name, uri}, true, jalvLog);
+
+    std::optional<Window> window;
+    for (int i = 0; i < 200 && !window; ++i) {
+        std::this_thread::sleep_for(50ms);
+        window = FindWindow();
+    }
+    Check(window.has_value(), "jalv shows the UI of " + uri);
+    if (!window) {
+        jack_client_close(client);
+        std::printf("logs in %s\n%d passed, %d failed\n", dir.c_str(), passes, failures);
+        return 1;
+    }
+    window = WaitForSize(device(fullW), device(fullH));
+    Check(window && window->width == device(fullW) && window->height == device(fullH),
+          "window is " + std::to_string(device(fullW)) + "x" + std::to_string(device(fullH)) +
+              " at scale " + std::to_string(scale) + " (got " +
+              (window ? std::to_string(window->width) + "x" + std::to_string(window->height)
+                      : std::string("none")) +
+              ")");
+    const std::string win = window->id;
+    // Without a window manager the window may hang over the screen's edge.
+    Xdo("windowmove " + win + " 0 0");
+
+    Probe probe;
+    probe.client = client;
+    probe.frequency = zk::FindParameter(unit.parameters, freqId)->defaultValue;
+    for (std::size_t c = 1; c <= channels; ++c) {
+        const std::string n = std::to_string(c);
+        probe.outs.push_back(jack_port_register(client, ("out" + n).c_str(),
+                                                JACK_DEFAULT_AUDIO_TYPE, JackPortIsOutput, 0));
+        probe.ins.push_back(jack_port_register(client, ("in" + n).c_str(), JACK_DEFAULT_AUDIO_TYPE,
+                                               JackPortIsInput, 0));
+    }
+    jack_set_process_callback(client, &Probe::Process, &probe);
+    jack_activate(client);
+    bool connected = true;
+    for (std::size_t c = 0; c < channels; ++c) {
+        const std::string n = std::to_string(c + 1);
+        connected = jack_connect(client, jack_port_name(probe.outs[c]),
+                                 (name + ":lv2_audio_in_" + n).c_str()) == 0 &&
+                    jack_connect(client, (name + ":lv2_audio_out_" + n).c_str(),
+                                 jack_port_name(probe.ins[c])) == 0 &&
+                    connected;
+    }
+    Check(connected, "our client plays through jalv");
+    const double before = probe.LevelDb(600ms);
+
+    // Auto-listen: held on a band Q knob, the DSP reports it; released, it ends.
+    // Zkmorva 20 reports the linked partner's band last, so either may show.
+    const int qId = static_cast<int>(qTag);
+    std::vector<int> listenOn{qId * 2 + 1}, listenOff{qId * 2};
+    if (z20) {
+        listenOn.push_back((qId + 41) * 2 + 1);
+        listenOff.push_back((qId + 41) * 2);
+    }
+    std::size_t mark = FileSize(jalvLog);
+    Xdo("mousemove --window " + win + " " + centre(qRect) + " mousedown 1");
+    for (int i = 0; i < 3; ++i) {
+        Xdo("mousemove_relative -- 0 " + std::to_string(-device(4)));
+        std::this_thread::sleep_for(40ms);
+    }
+    Check(WaitForAutoListen(jalvLog, mark, listenOn),
+          "holding the Q knob turns the DSP's auto-listen on (output parameter)");
+    mark = FileSize(jalvLog);
+    Xdo("mouseup 1");
+    Check(WaitForAutoListen(jalvLog, mark, listenOff), "releasing it turns auto-listen off");
+
+    // A band gain drag upwards: the DSP raises the band.
+    Xdo("mousemove --window " + win + " " + centre(gainRect) + " mousedown 1");
+    for (int i = 0; i < 12; ++i) {
+        Xdo("mousemove_relative -- 0 " + std::to_string(-device(5)));
+        std::this_thread::sleep_for(30ms);
+    }
+    Xdo("mouseup 1");
+    const double after = probe.LevelDb(600ms);
+    char levels[128];
+    std::snprintf(levels, sizeof levels, "%.1f dB -> %.1f dB at %.0f Hz", before, after,
+                  probe.frequency);
+    Check(after > before + 3.0 && before > -60.0,
+          std::string("dragging the band gain up raises the DSP's output: ") + levels);
+    Check(std::system(("import -window " + win + " '" + shotBase + ".png'").c_str()) == 0,
+          "screenshot " + shotBase + ".png");
+
+    // The panel toggle folds the panel; the host window follows.
+    Xdo("mousemove --window " + win + " " + centre(toggle) + " click 1");
+    window = WaitForSize(device(foldedW), device(foldedH));
+    Check(window && window->width == device(foldedW) && window->height == device(foldedH),
+          "folded window is " + std::to_string(device(foldedW)) + "x" +
+              std::to_string(device(foldedH)) + " (got " +
+              (window ? std::to_string(window->width) + "x" + std::to_string(window->height)
+                      : std::string("none")) +
+              ")");
+    Check(std::system(("import -window " + win + " '" + shotBase + "-folded.png'").c_str()) == 0,
+          "screenshot " + shotBase + "-folded.png");
+
+    jack_deactivate(client);
+    jack_client_close(client);
+    jalv.Stop();
+    jackd.Stop();
+    xvfb->Stop();
+    if (failures == 0) {
+        std::filesystem::remove_all(dir);
+    } else {
+        std::printf("logs in %s\n", dir.c_str());
+    }
+    std::printf("%d passed, %d failed\n", passes, failures);
+    return failures == 0 ? 0 : 1;
+}
