@@ -96,17 +96,17 @@ inline __m128 Balance4(__m128 x, __m128 y) {
     const __m128 floor = _mm_set1_ps(kBalanceFloor);
     const __m128 moving =
         _mm_and_ps(_mm_or_ps(_mm_cmpgt_ps(x, floor), _mm_cmpgt_ps(y, floor)), _mm_cmpneq_ps(x, y));
-    auto half = [](__m128 tf, __m128 movingF) {
+    // A lane that does not move gets t = 0, whose raw value is exactly 1. The
+    // clamp as min and max with t second lets a NaN through as the comparisons
+    // of the rule do: 2 above 1, 0 below -1, else t + 1.
+    const __m128 tMoving = _mm_and_ps(moving, t);
+    auto half = [](__m128 tf) {
         const __m128d t =
             _mm_div_pd(_mm_mul_pd(_mm_cvtps_pd(tf), _mm_set1_pd(4.0)), _mm_set1_pd(3.0));
-        __m128d raw = Select(_mm_cmplt_pd(t, _mm_set1_pd(-1.0)), _mm_setzero_pd(),
-                             _mm_add_pd(t, _mm_set1_pd(1.0)));
-        raw = Select(_mm_cmpgt_pd(t, _mm_set1_pd(1.0)), _mm_set1_pd(2.0), raw);
-        raw = Select(_mm_castps_pd(movingF), raw, _mm_set1_pd(1.0));
-        return _mm_mul_pd(raw, _mm_set1_pd(0.5));
+        const __m128d clamped = _mm_max_pd(_mm_set1_pd(-1.0), _mm_min_pd(_mm_set1_pd(1.0), t));
+        return _mm_mul_pd(_mm_add_pd(clamped, _mm_set1_pd(1.0)), _mm_set1_pd(0.5));
     };
-    return Narrow(half(t, _mm_unpacklo_ps(moving, moving)),
-                  half(_mm_movehl_ps(t, t), _mm_unpackhi_ps(moving, moving)));
+    return Narrow(half(tMoving), half(_mm_movehl_ps(tMoving, tMoving)));
 }
 
 // Sample-only work of four samples at i (gained and routed into b1/b2).
