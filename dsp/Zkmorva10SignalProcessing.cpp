@@ -208,12 +208,27 @@ void CZkmorva10SignalProcessing::ProcessSampleBuffer(long count) {
     float meter = inputMeter.load(std::memory_order_relaxed);
     const double gainIn = inputGain;
     const double polarity = phase;
-    for (long i = 0; i < count; ++i) {
-        double v = x[i] * gainIn * polarity;
-        peak = std::fabs(static_cast<float>(v));
-        meter = FollowMeter(peak, meter, attack, release);
-        add_white_noise(&v);
-        x[i] = v;
+    // The noise a round at a time, unless the unit has a noise of its own (then
+    // it is called once per sample, as the plain loops do).
+    const bool blockNoise = !plainFilterLoops && !HasOwnNoise();
+    constexpr long kNoiseRound = 256;
+    double noise[kNoiseRound];
+    for (long start = 0; start < count; start += kNoiseRound) {
+        const long n = std::min(kNoiseRound, count - start);
+        if (blockNoise) {
+            NextNoise(noise, n);
+        }
+        for (long i = 0; i < n; ++i) {
+            double v = x[start + i] * gainIn * polarity;
+            peak = std::fabs(static_cast<float>(v));
+            meter = FollowMeter(peak, meter, attack, release);
+            if (blockNoise) {
+                v += noise[i];
+            } else {
+                add_white_noise(&v);
+            }
+            x[start + i] = v;
+        }
     }
     inputPeak.store(std::isfinite(peak) ? peak : 0.0f, std::memory_order_relaxed);
     inputMeter.store(std::isfinite(meter) ? meter : 0.0f, std::memory_order_relaxed);
