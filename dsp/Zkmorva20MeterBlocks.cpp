@@ -219,28 +219,38 @@ inline void Step(Chains& c, const Four& r, int k, const float* magnitudes, const
     }
 }
 
-// Per group of four samples: the sample-only work, then four steps of the
-// chains. The chains are latency-bound, so the next group's sample-only work
-// runs in their shadow.
+// Groups of four samples, software-pipelined: the sample-only work of the next
+// group is issued before the four chain steps of this one, so that the
+// throughput-bound preparation runs in the shadow of the latency-bound chains
+// (and its divisions have finished when the chains need them).
 template <bool Inputs>
-void RunBlock(Chains& c, double* b1, double* b2, long count, double gain1, double gain2,
-              Route route, const float* magnitudes, float release, const Coefficients& m) {
+inline void RunBlock(Chains& c, double* b1, double* b2, long count, double gain1, double gain2,
+                     Route route, const float* magnitudes, float release, const Coefficients& m) {
     const __m128d g1 = _mm_set1_pd(gain1), g2 = _mm_set1_pd(gain2);
     const __m128 releaseV = _mm_set1_ps(release);
-    Four r;
+    Four r[2];
+    int current = 0;
     long i = 0;
-    for (; i + 4 <= count; i += 4) {
-        PrepareFour(r, b1, b2, i, g1, g2, route, releaseV);
-        for (int k = 0; k < 4; ++k) {
-            Step<Inputs>(c, r, k, magnitudes + 2 * i, m);
+    if (count >= 4) {
+        PrepareFour(r[0], b1, b2, 0, g1, g2, route, releaseV);
+        for (; i + 8 <= count; i += 4) {
+            PrepareFour(r[current ^ 1], b1, b2, i + 4, g1, g2, route, releaseV);
+            for (int k = 0; k < 4; ++k) {
+                Step<Inputs>(c, r[current], k, magnitudes + 2 * i, m);
+            }
+            current ^= 1;
         }
+        for (int k = 0; k < 4; ++k) {
+            Step<Inputs>(c, r[current], k, magnitudes + 2 * i, m);
+        }
+        i += 4;
     }
     const int rest = static_cast<int>(count - i);
     for (int k = 0; k < rest; ++k) {
-        PrepareOne(r, k, b1, b2, i + k, gain1, gain2, route, release);
+        PrepareOne(r[0], k, b1, b2, i + k, gain1, gain2, route, release);
     }
     for (int k = 0; k < rest; ++k) {
-        Step<Inputs>(c, r, k, magnitudes + 2 * i, m);
+        Step<Inputs>(c, r[0], k, magnitudes + 2 * i, m);
     }
 }
 
