@@ -130,7 +130,7 @@ std::optional<Window> FindWindow() {
 // Polls until the window has the size wanted (the host applies it asynchronously).
 std::optional<Window> WaitForSize(int width, int height) {
     std::optional<Window> w;
-    for (int i = 0; i < 60; ++i) {
+    for (int i = 0; i < 100; ++i) {
         w = FindWindow();
         if (w && w->width == width && w->height == height) {
             break;
@@ -143,7 +143,7 @@ std::optional<Window> WaitForSize(int width, int height) {
 // Waits until jalv, from `from` on in its log, prints the auto-listen display with
 // one of the values wanted.
 bool WaitForAutoListen(const std::string& log, std::size_t from, const std::vector<int>& values) {
-    for (int i = 0; i < 60; ++i) {
+    for (int i = 0; i < 100; ++i) {
         std::ifstream in(log);
         in.seekg(static_cast<std::streamoff>(from));
         std::string line;
@@ -375,9 +375,19 @@ int main(int argc, char** argv) {
 
     jack_deactivate(client);
     jack_client_close(client);
-    jalv.Stop();
+    // jackd first: jalv showing a UI does not end on SIGTERM, and a jackd that
+    // outlives a killed client is killed in turn and leaves its registration.
     jackd.Stop();
+    jalv.Stop();
     xvfb->Stop();
+    // What the killed jalv left of our server (its name is ours alone).
+    std::error_code error;
+    for (const auto& entry : std::filesystem::directory_iterator("/dev/shm", error)) {
+        const std::string file = entry.path().filename().string();
+        if (file.find("_" + server + "_") != std::string::npos) {
+            std::filesystem::remove(entry.path(), error);
+        }
+    }
     if (failures == 0) {
         std::filesystem::remove_all(dir);
     } else {
