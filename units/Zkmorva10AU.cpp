@@ -141,54 +141,11 @@ OSStatus CZkmorva10AU::GetParameter(AudioUnitParameterID id, AudioUnitScope scop
     return AUEffectBase::GetParameter(id, scope, element, outValue);
 }
 
-OSStatus CZkmorva10AU::GetProperty(AudioUnitPropertyID id, AudioUnitScope scope,
-                                   AudioUnitElement element, void* outData) {
-    if (scope == kAudioUnitScope_Global && outData != nullptr) {
-        switch (id) {
-        case kTextBoxCurrentControlProperty:
-            *static_cast<UInt8*>(outData) = IsTextBoxActive() ? 1 : 0;
-            return noErr;
-        case kAutoListenDisplayProperty: {
-            const AutoListenDisplay d = GetAutoListenDisplay();
-            std::memcpy(outData, &d, sizeof d);
-            return noErr;
-        }
-        case kAudioUnitProperty_ParameterStringFromValue: {
-            auto* request = static_cast<AudioUnitParameterStringFromValue*>(outData);
-            request->outString = nullptr;
-            const AudioUnitParameterID pid = request->inParamID;
-            if (!HasValueTexts(kZkmorva10ValueTexts, pid)) {
-                return kAudioUnitErr_InvalidParameter;
-            }
-            // Without a value the current value of parameter 33 is used, whatever
-            // was asked for; kept as it is.
-            AudioUnitParameterValue value = 0.0f;
-            if (request->inValue != nullptr) {
-                value = *request->inValue;
-            } else {
-                PeekParameter(kAudioUnitScope_Global, 0, kZ10BassShiftGain, value);
-            }
-            request->outString = FindValueText(kZkmorva10ValueTexts, pid, value);
-            return noErr;
-        }
-        default:
-            break;
-        }
-    }
-    return AUEffectBase::GetProperty(id, scope, element, outData);
-}
-
-OSStatus CZkmorva10AU::SetProperty(AudioUnitPropertyID id, AudioUnitScope scope,
-                                   AudioUnitElement element, const void* inData,
-                                   UInt32 inDataSize) {
-    if (id == kTextBoxCurrentControlProperty && scope == kAudioUnitScope_Global) {
-        // Any call with data sets the flag; the byte itself is not read (intended).
-        if (inData != nullptr) {
-            SetTextBoxAsCurrentControl();
-        }
-        return noErr;
-    }
-    return AUEffectBase::SetProperty(id, scope, element, inData, inDataSize);
+// Without a value the current value of parameter 33 is used, whatever was asked
+// for; kept as it is.
+OSStatus CZkmorva10AU::GetValueForText(AudioUnitParameterID /*id*/, AudioUnitParameterValue& out) {
+    PeekParameter(kAudioUnitScope_Global, 0, kZ10BassShiftGain, out);
+    return noErr;
 }
 
 void CZkmorva10AU::DrawAutoListen(bool on, long parameterId) {

@@ -23,10 +23,6 @@ public:
     OSStatus Initialize() override;
     OSStatus Reset(AudioUnitScope scope, AudioUnitElement element) override;
     Float64 GetLatency() override;
-    OSStatus GetProperty(AudioUnitPropertyID id, AudioUnitScope scope, AudioUnitElement element,
-                         void* outData) override;
-    OSStatus SetProperty(AudioUnitPropertyID id, AudioUnitScope scope, AudioUnitElement element,
-                         const void* inData, UInt32 inDataSize) override;
     OSStatus GetParameter(AudioUnitParameterID id, AudioUnitScope scope, AudioUnitElement element,
                           AudioUnitParameterValue& outValue) override;
     OSStatus GetParameterInfo(AudioUnitScope scope, AudioUnitParameterID id,
@@ -45,6 +41,12 @@ public:
     void DrawAutoListen(bool on, long parameterId) override;
 
 protected:
+    bool GetTextBoxFlag() const override { return IsTextBoxActive(); }
+    void RaiseTextBoxFlag() override { SetTextBoxAsCurrentControl(); }
+    std::span<const zk::ValueTextRule> GetValueTexts() const override {
+        return zk::kZkmorva10ValueTexts;
+    }
+    OSStatus GetValueForText(AudioUnitParameterID id, AudioUnitParameterValue& out) override;
     void HandleParameterEvent(AudioUnitEventType type, AudioUnitParameterID id) override;
     void UpdateAllParameters() override;
 

@@ -121,58 +121,16 @@ OSStatus CZkmorva20AU::GetPropertyInfo(AudioUnitPropertyID id, AudioUnitScope sc
 
 OSStatus CZkmorva20AU::GetProperty(AudioUnitPropertyID id, AudioUnitScope scope,
                                    AudioUnitElement element, void* outData) {
-    if (scope == kAudioUnitScope_Global && outData != nullptr) {
-        switch (id) {
-        case kTextBoxCurrentControlProperty:
-            *static_cast<UInt8*>(outData) = IsTextBoxActive() ? 1 : 0;
-            return noErr;
-        case kAutoListenDisplayProperty: {
-            const AutoListenDisplay d = GetAutoListenDisplay();
-            std::memcpy(outData, &d, sizeof d);
-            return noErr;
-        }
-        case kAudioUnitProperty_ParameterStringFromValue: {
-            auto* request = static_cast<AudioUnitParameterStringFromValue*>(outData);
-            request->outString = nullptr;
-            const AudioUnitParameterID pid = request->inParamID;
-            if (!HasValueTexts(kZkmorva20ValueTexts, pid)) {
-                return kAudioUnitErr_InvalidParameter;
-            }
-            AudioUnitParameterValue value = 0.0f;
-            if (request->inValue != nullptr) {
-                value = *request->inValue;
-            } else if (OSStatus r = GetParameter(pid, kAudioUnitScope_Global, 0, value)) {
-                return r;
-            }
-            request->outString = FindValueText(kZkmorva20ValueTexts, pid, value);
-            return noErr;
-        }
-        case kAudioUnitProperty_DependentParameters: {
-            const z20links::DependentList& list = z20links::Dependents(element);
-            auto* out = static_cast<AUDependentParameter*>(outData);
-            for (std::size_t i = 0; i < list.count; ++i) {
-                out[i] = {kAudioUnitScope_Global, list.ids[i]};
-            }
-            return noErr;
-        }
-        default:
-            break;
-        }
-    }
-    return AUEffectBase::GetProperty(id, scope, element, outData);
-}
-
-OSStatus CZkmorva20AU::SetProperty(AudioUnitPropertyID id, AudioUnitScope scope,
-                                   AudioUnitElement element, const void* inData,
-                                   UInt32 inDataSize) {
-    if (id == kTextBoxCurrentControlProperty && scope == kAudioUnitScope_Global) {
-        // Any call with data sets the flag; the byte itself is not read (intended).
-        if (inData != nullptr) {
-            SetTextBoxAsCurrentControl();
+    if (id == kAudioUnitProperty_DependentParameters && scope == kAudioUnitScope_Global &&
+        outData != nullptr) {
+        const z20links::DependentList& list = z20links::Dependents(element);
+        auto* out = static_cast<AUDependentParameter*>(outData);
+        for (std::size_t i = 0; i < list.count; ++i) {
+            out[i] = {kAudioUnitScope_Global, list.ids[i]};
         }
         return noErr;
     }
-    return AUEffectBase::SetProperty(id, scope, element, inData, inDataSize);
+    return CZkmorvaAU::GetProperty(id, scope, element, outData);
 }
 
 // ---------------------------------------------------------------- events and render

@@ -32,8 +32,6 @@ public:
                              UInt32& outDataSize, Boolean& outWritable) override;
     OSStatus GetProperty(AudioUnitPropertyID id, AudioUnitScope scope, AudioUnitElement element,
                          void* outData) override;
-    OSStatus SetProperty(AudioUnitPropertyID id, AudioUnitScope scope, AudioUnitElement element,
-                         const void* inData, UInt32 inDataSize) override;
     OSStatus GetParameter(AudioUnitParameterID id, AudioUnitScope scope, AudioUnitElement element,
                           AudioUnitParameterValue& outValue) override;
     OSStatus GetParameterInfo(AudioUnitScope scope, AudioUnitParameterID id,
@@ -61,6 +59,15 @@ public:
     }
 
 protected:
+    bool GetTextBoxFlag() const override { return IsTextBoxActive(); }
+    void RaiseTextBoxFlag() override { SetTextBoxAsCurrentControl(); }
+    std::span<const zk::ValueTextRule> GetValueTexts() const override {
+        return zk::kZkmorva20ValueTexts;
+    }
+    // Without a value the asked parameter's own current value is used (meters too).
+    OSStatus GetValueForText(AudioUnitParameterID id, AudioUnitParameterValue& out) override {
+        return GetParameter(id, kAudioUnitScope_Global, 0, out);
+    }
     void HandleParameterEvent(AudioUnitEventType type, AudioUnitParameterID id) override;
     void UpdateAllParameters() override;
 

@@ -2,6 +2,8 @@
 
 #include "units/Decibels.h"
 
+#include <cstring>
+
 CZkmorvaAU::CZkmorvaAU(AudioComponentInstance instance) : AUEffectBase(instance, true) {}
 
 CZkmorvaAU::~CZkmorvaAU() {
@@ -42,6 +44,53 @@ OSStatus CZkmorvaAU::GetPropertyInfo(AudioUnitPropertyID id, AudioUnitScope scop
         }
     }
     return AUEffectBase::GetPropertyInfo(id, scope, element, outDataSize, outWritable);
+}
+
+OSStatus CZkmorvaAU::GetProperty(AudioUnitPropertyID id, AudioUnitScope scope,
+                                 AudioUnitElement element, void* outData) {
+    if (scope == kAudioUnitScope_Global && outData != nullptr) {
+        switch (id) {
+        case kTextBoxCurrentControlProperty:
+            *static_cast<UInt8*>(outData) = GetTextBoxFlag() ? 1 : 0;
+            return noErr;
+        case kAutoListenDisplayProperty: {
+            const AutoListenDisplay d = GetAutoListenDisplay();
+            std::memcpy(outData, &d, sizeof d);
+            return noErr;
+        }
+        case kAudioUnitProperty_ParameterStringFromValue: {
+            auto* request = static_cast<AudioUnitParameterStringFromValue*>(outData);
+            request->outString = nullptr;
+            const AudioUnitParameterID pid = request->inParamID;
+            if (!zk::HasValueTexts(GetValueTexts(), pid)) {
+                return kAudioUnitErr_InvalidParameter;
+            }
+            AudioUnitParameterValue value = 0.0f;
+            if (request->inValue != nullptr) {
+                value = *request->inValue;
+            } else if (const OSStatus r = GetValueForText(pid, value); r != noErr) {
+                return r;
+            }
+            request->outString = zk::FindValueText(GetValueTexts(), pid, value);
+            return noErr;
+        }
+        default:
+            break;
+        }
+    }
+    return AUEffectBase::GetProperty(id, scope, element, outData);
+}
+
+OSStatus CZkmorvaAU::SetProperty(AudioUnitPropertyID id, AudioUnitScope scope,
+                                 AudioUnitElement element, const void* inData, UInt32 inDataSize) {
+    if (id == kTextBoxCurrentControlProperty && scope == kAudioUnitScope_Global) {
+        // Any call with data sets the flag; the byte itself is not read (intended).
+        if (inData != nullptr) {
+            RaiseTextBoxFlag();
+        }
+        return noErr;
+    }
+    return AUEffectBase::SetProperty(id, scope, element, inData, inDataSize);
 }
 
 CZkmorvaAU::AutoListenDisplay CZkmorvaAU::GetAutoListenDisplay() const {

@@ -3,9 +3,11 @@
 #include "framework/AUBase.h"
 #include "framework/AUEvents.h"
 #include "framework/LockFreeQueue.h"
+#include "units/ValueTexts.h"
 
 #include <atomic>
 #include <cstdint>
+#include <span>
 
 namespace zk {
 // A parameter event handed from the listener to the render thread.
@@ -39,6 +41,12 @@ public:
     int GetNumCustomUIComponents() override { return 1; }
     OSStatus GetPropertyInfo(AudioUnitPropertyID id, AudioUnitScope scope, AudioUnitElement element,
                              UInt32& outDataSize, Boolean& outWritable) override;
+    // Answers the text-box flag, the auto-listen display and the host strings of
+    // special values; everything else goes to the effect base.
+    OSStatus GetProperty(AudioUnitPropertyID id, AudioUnitScope scope, AudioUnitElement element,
+                         void* outData) override;
+    OSStatus SetProperty(AudioUnitPropertyID id, AudioUnitScope scope, AudioUnitElement element,
+                         const void* inData, UInt32 inDataSize) override;
 
     // Pushes the stored value of one parameter into the processor.
     virtual void UpdateParameters(AudioUnitParameterID /*id*/) {}
@@ -66,6 +74,13 @@ protected:
     void RemoveParameterListener();
     // Render thread: applies the queued commands in order.
     void ApplyPendingCommands();
+    // The processor's text-box flag (the processor is the unit's other base).
+    virtual bool GetTextBoxFlag() const = 0;
+    virtual void RaiseTextBoxFlag() = 0;
+    // The unit's host strings for special values.
+    virtual std::span<const zk::ValueTextRule> GetValueTexts() const = 0;
+    // The value a string request without a value is answered for.
+    virtual OSStatus GetValueForText(AudioUnitParameterID id, AudioUnitParameterValue& out) = 0;
     // One command, on the render thread (or while rendering cannot run).
     virtual void HandleParameterEvent(AudioUnitEventType type, AudioUnitParameterID id) = 0;
     // Re-pushes every parameter after commands were lost to a full queue.
