@@ -173,6 +173,7 @@ void COptionMenu::closePopup() {
     }
     COptionMenuPopup* closing = popup;
     popup = nullptr;
+    closing->menuGone(); // its deletion is deferred; it must not call back into us
     if (CFrame* frame = closing->getFrame()) {
         frame->removeViewDeferred(closing);
         if (frame->getModalView() == nullptr && previousModal &&

@@ -36,6 +36,12 @@ public:
     // Opening and closing the pop-up; open needs the menu to be in a frame.
     bool openPopup();
     void closePopup();
+    // Called by the list when it is deleted while still open.
+    void popupGone(COptionMenuPopup* gone) {
+        if (popup == gone) {
+            popup = nullptr;
+        }
+    }
     bool isPopupOpen() const { return popup != nullptr; }
     COptionMenuPopup* getPopup() const { return popup; }
     // Called by the pop-up when the user picks an entry.

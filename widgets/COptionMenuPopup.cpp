@@ -133,3 +133,9 @@ long COptionMenuPopup::onKeyDown(VstKeyCode& key) {
     setDirty();
     return 1;
 }
+
+COptionMenuPopup::~COptionMenuPopup() {
+    if (menu) {
+        menu->popupGone(this);
+    }
+}

@@ -23,6 +23,9 @@ public:
     CRect entryRect(long index) const;
     long getHighlighted() const { return highlighted; }
     void menuGone() { menu = nullptr; }
+    // The frame may delete the open list before its menu; the menu must not keep
+    // a dangling pointer to it then.
+    ~COptionMenuPopup() override;
 
 private:
     long entryAt(const CPoint& where) const;
