@@ -63,24 +63,24 @@ Arguments ParseArguments(std::span<const std::string> args, std::span<const Opti
         } else {
             name = a.substr(1);
         }
-        const OptionSpec* spec = nullptr;
+        const OptionSpec* option = nullptr;
         for (const OptionSpec& s : specs) {
             if (name == s.name || (name.size() == 1 && name[0] == s.shortName && a[1] != '-')) {
-                spec = &s;
+                option = &s;
             }
         }
-        if (spec == nullptr) {
+        if (option == nullptr) {
             throw CliError("unknown option " + a);
         }
-        if (spec->takesValue && !hasValue) {
+        if (option->takesValue && !hasValue) {
             if (i + 1 >= args.size()) {
-                throw CliError("option --" + std::string(spec->name) + " needs a value");
+                throw CliError("option --" + std::string(option->name) + " needs a value");
             }
             value = args[++i];
-        } else if (!spec->takesValue && hasValue) {
-            throw CliError("option --" + std::string(spec->name) + " takes no value");
+        } else if (!option->takesValue && hasValue) {
+            throw CliError("option --" + std::string(option->name) + " takes no value");
         }
-        out.options.emplace_back(spec->name, value);
+        out.options.emplace_back(option->name, value);
     }
     return out;
 }
