@@ -110,27 +110,6 @@ void CZkmorva10AU::GetUIComponentDescs(AudioComponentDescription* outDescs) {
     }
 }
 
-OSStatus CZkmorva10AU::GetParameterInfo(AudioUnitScope scope, AudioUnitParameterID id,
-                                        AudioUnitParameterInfo& outInfo) {
-    const ParameterDef* p = FindParameter(kZkmorva10Parameters, id);
-    if (scope != kAudioUnitScope_Global || p == nullptr) {
-        return kAudioUnitErr_InvalidParameter;
-    }
-    FillParameterInfo(*p, outInfo);
-    return noErr;
-}
-
-OSStatus CZkmorva10AU::GetParameterValueStrings(AudioUnitScope scope, AudioUnitParameterID id,
-                                                std::vector<std::string>* outStrings) {
-    if (scope != kAudioUnitScope_Global || id != kZ10AutoListenMode) {
-        return kAudioUnitErr_InvalidParameter;
-    }
-    if (outStrings != nullptr) {
-        outStrings->assign(std::begin(kAutoListenModeNames), std::end(kAutoListenModeNames));
-    }
-    return noErr;
-}
-
 OSStatus CZkmorva10AU::GetParameter(AudioUnitParameterID id, AudioUnitScope scope,
                                     AudioUnitElement element, AudioUnitParameterValue& outValue) {
     if (id == kZ10InputMeter || id == kZ10OutputMeter) {

@@ -25,10 +25,6 @@ public:
     Float64 GetLatency() override;
     OSStatus GetParameter(AudioUnitParameterID id, AudioUnitScope scope, AudioUnitElement element,
                           AudioUnitParameterValue& outValue) override;
-    OSStatus GetParameterInfo(AudioUnitScope scope, AudioUnitParameterID id,
-                              AudioUnitParameterInfo& outInfo) override;
-    OSStatus GetParameterValueStrings(AudioUnitScope scope, AudioUnitParameterID id,
-                                      std::vector<std::string>* outStrings) override;
     void GetUIComponentDescs(AudioComponentDescription* outDescs) override;
     OSStatus ProcessBufferLists(AudioUnitRenderActionFlags& ioActionFlags,
                                 const AudioBufferList& inBuffers, AudioBufferList& outBuffers,
@@ -43,6 +39,12 @@ public:
 protected:
     bool GetTextBoxFlag() const override { return IsTextBoxActive(); }
     void RaiseTextBoxFlag() override { SetTextBoxAsCurrentControl(); }
+    std::span<const zk::ParameterDef> GetParameterTable() const override {
+        return zk::kZkmorva10Parameters;
+    }
+    AudioUnitParameterID GetAutoListenModeParameter() const override {
+        return zk::kZ10AutoListenMode;
+    }
     std::span<const zk::ValueTextRule> GetValueTexts() const override {
         return zk::kZkmorva10ValueTexts;
     }

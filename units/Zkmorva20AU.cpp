@@ -74,26 +74,6 @@ void CZkmorva20AU::GetUIComponentDescs(AudioComponentDescription* outDescs) {
 
 // ---------------------------------------------------------------- parameters
 
-OSStatus CZkmorva20AU::GetParameterInfo(AudioUnitScope scope, AudioUnitParameterID id,
-                                        AudioUnitParameterInfo& outInfo) {
-    if (scope != kAudioUnitScope_Global || id >= kZ20ParameterCount) {
-        return kAudioUnitErr_InvalidParameter;
-    }
-    FillParameterInfo(kZkmorva20Parameters[id], outInfo);
-    return noErr;
-}
-
-OSStatus CZkmorva20AU::GetParameterValueStrings(AudioUnitScope scope, AudioUnitParameterID id,
-                                                std::vector<std::string>* outStrings) {
-    if (scope != kAudioUnitScope_Global || id != kZ20AutoListenMode) {
-        return kAudioUnitErr_InvalidParameter;
-    }
-    if (outStrings != nullptr) {
-        outStrings->assign(std::begin(kAutoListenModeNames), std::end(kAutoListenModeNames));
-    }
-    return noErr;
-}
-
 // Any read first lets the correlation meter form a result when half a second of
 // audio has been gathered.
 OSStatus CZkmorva20AU::GetParameter(AudioUnitParameterID id, AudioUnitScope scope,

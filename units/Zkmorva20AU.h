@@ -34,10 +34,6 @@ public:
                          void* outData) override;
     OSStatus GetParameter(AudioUnitParameterID id, AudioUnitScope scope, AudioUnitElement element,
                           AudioUnitParameterValue& outValue) override;
-    OSStatus GetParameterInfo(AudioUnitScope scope, AudioUnitParameterID id,
-                              AudioUnitParameterInfo& outInfo) override;
-    OSStatus GetParameterValueStrings(AudioUnitScope scope, AudioUnitParameterID id,
-                                      std::vector<std::string>* outStrings) override;
     void GetUIComponentDescs(AudioComponentDescription* outDescs) override;
     Float64 GetLatency() override;
     UInt32 SupportedNumChannels(const AUChannelInfo** outInfo) override;
@@ -61,6 +57,12 @@ public:
 protected:
     bool GetTextBoxFlag() const override { return IsTextBoxActive(); }
     void RaiseTextBoxFlag() override { SetTextBoxAsCurrentControl(); }
+    std::span<const zk::ParameterDef> GetParameterTable() const override {
+        return zk::kZkmorva20Parameters;
+    }
+    AudioUnitParameterID GetAutoListenModeParameter() const override {
+        return zk::kZ20AutoListenMode;
+    }
     std::span<const zk::ValueTextRule> GetValueTexts() const override {
         return zk::kZkmorva20ValueTexts;
     }

@@ -81,6 +81,28 @@ OSStatus CZkmorvaAU::GetProperty(AudioUnitPropertyID id, AudioUnitScope scope,
     return AUEffectBase::GetProperty(id, scope, element, outData);
 }
 
+OSStatus CZkmorvaAU::GetParameterInfo(AudioUnitScope scope, AudioUnitParameterID id,
+                                      AudioUnitParameterInfo& outInfo) {
+    const zk::ParameterDef* p = zk::FindParameter(GetParameterTable(), id);
+    if (scope != kAudioUnitScope_Global || p == nullptr) {
+        return kAudioUnitErr_InvalidParameter;
+    }
+    zk::FillParameterInfo(*p, outInfo);
+    return noErr;
+}
+
+OSStatus CZkmorvaAU::GetParameterValueStrings(AudioUnitScope scope, AudioUnitParameterID id,
+                                              std::vector<std::string>* outStrings) {
+    if (scope != kAudioUnitScope_Global || id != GetAutoListenModeParameter()) {
+        return kAudioUnitErr_InvalidParameter;
+    }
+    if (outStrings != nullptr) {
+        outStrings->assign(std::begin(zk::kAutoListenModeNames),
+                           std::end(zk::kAutoListenModeNames));
+    }
+    return noErr;
+}
+
 OSStatus CZkmorvaAU::SetProperty(AudioUnitPropertyID id, AudioUnitScope scope,
                                  AudioUnitElement element, const void* inData, UInt32 inDataSize) {
     if (id == kTextBoxCurrentControlProperty && scope == kAudioUnitScope_Global) {

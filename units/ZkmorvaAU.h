@@ -3,6 +3,7 @@
 #include "framework/AUBase.h"
 #include "framework/AUEvents.h"
 #include "framework/LockFreeQueue.h"
+#include "units/ParameterTable.h"
 #include "units/ValueTexts.h"
 
 #include <atomic>
@@ -47,6 +48,11 @@ public:
                          void* outData) override;
     OSStatus SetProperty(AudioUnitPropertyID id, AudioUnitScope scope, AudioUnitElement element,
                          const void* inData, UInt32 inDataSize) override;
+    // From the unit's parameter table; only the auto-listen mode has value strings.
+    OSStatus GetParameterInfo(AudioUnitScope scope, AudioUnitParameterID id,
+                              AudioUnitParameterInfo& outInfo) override;
+    OSStatus GetParameterValueStrings(AudioUnitScope scope, AudioUnitParameterID id,
+                                      std::vector<std::string>* outStrings) override;
 
     // Pushes the stored value of one parameter into the processor.
     virtual void UpdateParameters(AudioUnitParameterID /*id*/) {}
@@ -77,6 +83,9 @@ protected:
     // The processor's text-box flag (the processor is the unit's other base).
     virtual bool GetTextBoxFlag() const = 0;
     virtual void RaiseTextBoxFlag() = 0;
+    // The unit's parameter table and the id of its auto-listen mode parameter.
+    virtual std::span<const zk::ParameterDef> GetParameterTable() const = 0;
+    virtual AudioUnitParameterID GetAutoListenModeParameter() const = 0;
     // The unit's host strings for special values.
     virtual std::span<const zk::ValueTextRule> GetValueTexts() const = 0;
     // The value a string request without a value is answered for.
