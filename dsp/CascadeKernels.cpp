@@ -298,16 +298,12 @@ __attribute__((flatten)) void FilterCascadeStereoBaseline(const StereoStage* sta
 
 #if defined(__x86_64__) && defined(__GNUC__)
 
-namespace {
-bool DetectAvx() {
+// Read each time rather than cached in a static: callers may ask while other
+// libraries are still being initialised. The first call fills the processor
+// model once; afterwards it is a flag test, no lock and no system call.
+bool HaveAvx() {
     __builtin_cpu_init();
     return __builtin_cpu_supports("avx");
-}
-const bool haveAvx = DetectAvx(); // at load time, never on the render thread
-} // namespace
-
-bool HaveAvx() {
-    return haveAvx;
 }
 
 __attribute__((target("avx"), flatten)) void
@@ -346,7 +342,9 @@ void FilterCascade(CBiquad* const* sections, int sectionCount, double* buffer, l
 
 void FilterCascadeStereo(const StereoStage* stages, int stageCount, double* left, double* right,
                          long count) {
-    if (kernels::HaveAvx()) {
+    if (kernels::HaveAvx512()) {
+        kernels::FilterCascadeStereoAvx512(stages, stageCount, left, right, count);
+    } else if (kernels::HaveAvx()) {
         kernels::FilterCascadeStereoAvx(stages, stageCount, left, right, count);
     } else {
         kernels::FilterCascadeStereoBaseline(stages, stageCount, left, right, count);

@@ -30,18 +30,22 @@ void FilterCascadeStereo(const StereoStage* stages, int stageCount, double* left
                          long count);
 
 // The implementations the two entries above choose between, callable one by one
-// so that tests check each: the SSE2 baseline and the AVX ones (mono: the AVX
+// so that tests check each: the SSE2 baseline, the AVX ones (mono: the AVX
 // encoding of the same operations; two channels: 256-bit registers holding two
-// staggered sections of both channels). Where the processor lacks AVX they are
-// the baseline.
+// staggered sections of both channels) and the AVX-512 one (two channels, four
+// staggered sections per register). Where the processor lacks the instructions
+// they are the baseline.
 namespace kernels {
 bool HaveAvx();
+bool HaveAvx512();
 void FilterCascadeBaseline(CBiquad* const* sections, int sectionCount, double* buffer, long count);
 void FilterCascadeAvx(CBiquad* const* sections, int sectionCount, double* buffer, long count);
 void FilterCascadeStereoBaseline(const StereoStage* stages, int stageCount, double* left,
                                  double* right, long count);
 void FilterCascadeStereoAvx(const StereoStage* stages, int stageCount, double* left, double* right,
                             long count);
+void FilterCascadeStereoAvx512(const StereoStage* stages, int stageCount, double* left,
+                               double* right, long count);
 } // namespace kernels
 
 } // namespace zk

@@ -8,6 +8,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
+
 namespace {
 
 using namespace zktest;
@@ -106,6 +108,11 @@ TEST(CascadeKernels, StereoPassEqualsEachChannelAlone) {
     ExpectStereoPassEqualsEachChannelAlone(zk::kernels::FilterCascadeStereoBaseline, "baseline");
     if (zk::kernels::HaveAvx()) {
         ExpectStereoPassEqualsEachChannelAlone(zk::kernels::FilterCascadeStereoAvx, "AVX");
+    }
+    if (zk::kernels::HaveAvx512()) {
+        ExpectStereoPassEqualsEachChannelAlone(zk::kernels::FilterCascadeStereoAvx512, "AVX-512");
+    } else {
+        std::printf("no AVX-512 here: its two-channel pass not checked\n");
     }
 }
 

@@ -1,0 +1,94 @@
+// The two-channel fused pass with 512-bit AVX-512 registers, chosen at run time:
+// four sections of both channels per register (CascadeStaggered.h).
+#include "CascadeKernels.h"
+
+#if defined(__x86_64__) && defined(__GNUC__)
+
+#define ZK_KERNEL_TARGET __attribute__((target("avx512f,avx512dq,avx512vl")))
+#include "CascadeStaggered.h"
+
+namespace zk {
+namespace kernels {
+namespace {
+
+struct Avx512Lanes {
+    using Reg = __m512d;
+    using Mask = __mmask8;
+    static constexpr int kSections = 4;
+    // Thirty-two registers: coefficients and histories of three (twenty-seven)
+    // stay in registers.
+    static constexpr int kMaxRegisters = 3;
+
+    ZK_KERNEL_TARGET static Reg Load(const double* p) { return _mm512_loadu_pd(p); }
+    ZK_KERNEL_TARGET static void Lanes(double* p, Reg r) { _mm512_storeu_pd(p, r); }
+    ZK_KERNEL_TARGET static Reg Mul(Reg a, Reg b) { return _mm512_mul_pd(a, b); }
+    ZK_KERNEL_TARGET static Reg Add(Reg a, Reg b) { return _mm512_add_pd(a, b); }
+    ZK_KERNEL_TARGET static Reg Sub(Reg a, Reg b) { return _mm512_sub_pd(a, b); }
+    ZK_KERNEL_TARGET static Mask MaskOf(const bool* on) {
+        unsigned bits = 0;
+        for (int l = 0; l < 8; ++l) {
+            bits |= on[l] ? 1u << l : 0u;
+        }
+        return static_cast<Mask>(bits);
+    }
+    ZK_KERNEL_TARGET static Reg Blend(Reg keep, Reg take, Mask m) {
+        return _mm512_mask_blend_pd(m, keep, take);
+    }
+    // [in, the first three sections' latest-but-one outputs]
+    ZK_KERNEL_TARGET static Reg Feed(__m128d in, Reg y2) {
+        return _mm512_insertf64x2(Rotate(y2, y2), in, 0);
+    }
+    // [previous register's last section, this register's first three]
+    ZK_KERNEL_TARGET static Reg Feed(Reg previous, Reg y2) { return Rotate(y2, previous); }
+    // A slot's two lanes moved to the bottom by one permutation.
+    // (Here and below the zero-masking forms with every lane selected: the same
+    // work, but GCC 12's unmasked forms warn of an uninitialised operand.)
+    using Pick = __m512i;
+    ZK_KERNEL_TARGET static Pick PickOf(int slot) {
+        return _mm512_set_epi64(0, 0, 0, 0, 0, 0, 2 * slot + 1, 2 * slot);
+    }
+    ZK_KERNEL_TARGET static __m128d Take(Reg r, Pick lanes) {
+        return _mm512_maskz_extractf64x2_pd(0x3, _mm512_maskz_permutexvar_pd(0xFF, lanes, r), 0);
+    }
+    // Lanes 6, 7 of low, then lanes 0..5 of high.
+    ZK_KERNEL_TARGET static Reg Rotate(Reg high, Reg low) {
+        return _mm512_castsi512_pd(_mm512_maskz_alignr_epi64(0xFF, _mm512_castpd_si512(high),
+                                                             _mm512_castpd_si512(low), 6));
+    }
+};
+
+} // namespace
+
+// Read each time, as HaveAvx is (CascadeKernels.cpp).
+bool HaveAvx512() {
+    __builtin_cpu_init();
+    return __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512dq") &&
+           __builtin_cpu_supports("avx512vl");
+}
+
+ZK_KERNEL_TARGET void FilterCascadeStereoAvx512(const StereoStage* stages, int stageCount,
+                                                double* left, double* right, long count) {
+    FilterCascadeStereoStaggered<Avx512Lanes>(stages, stageCount, left, right, count);
+}
+
+} // namespace kernels
+} // namespace zk
+
+#else
+
+namespace zk {
+namespace kernels {
+
+bool HaveAvx512() {
+    return false;
+}
+
+void FilterCascadeStereoAvx512(const StereoStage* stages, int stageCount, double* left,
+                               double* right, long count) {
+    FilterCascadeStereoBaseline(stages, stageCount, left, right, count);
+}
+
+} // namespace kernels
+} // namespace zk
+
+#endif

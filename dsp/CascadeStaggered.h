@@ -1,0 +1,302 @@
+// The two-channel fused pass on wide registers, written once for every register
+// width. Included by one source file per instruction set, each of which first
+// defines ZK_KERNEL_TARGET (the function attribute that enables its instructions)
+// and then a lane type V that wraps them; everything here has internal linkage,
+// so no function built for one instruction set is ever shared with another.
+//
+// A register holds V::kSections consecutive sections of the chain for both
+// channels: lanes [section k ch 1, section k ch 2, section k+1 ch 1, ...]. The
+// sections are staggered in time: at step n section s works on sample
+// n - kStagger s, so a section's input is what the section before it produced
+// kStagger steps earlier (already in a register) and no lane waits on another
+// lane of the same step. Two steps rather than one keep the hand-over off the
+// critical path: a section's own feedback (one multiply and two subtractions per
+// sample) is then the longest wait.
+//
+// Each lane does exactly the arithmetic of CBiquad::FilterBuffer in the same
+// order (no FMA, no reassociation), so samples and histories are those of the
+// per-section loops bit for bit. While the pipeline fills, lanes whose section
+// has not started keep their history; while it drains, a section's history is
+// taken at its last sample.
+//
+// A pass whose last register is not full leaves its spare slots at the end of
+// the chain with zero coefficients: they compute what nobody reads (the pass's
+// output is taken from its last section's lanes), which costs less than masking
+// a pass-through into every lane of every step.
+//
+// The lane type V provides: Reg, Mask, Pick, kSections, kMaxRegisters, Load, Mul,
+// Add, Sub, MaskOf (one flag per lane), Blend (mask ? take : keep), Feed (the
+// inputs of the first register from the pass's input and of the others from the
+// register before), PickOf and Take (one slot's two lanes) and Lanes (store).
+#pragma once
+
+#include "CascadeKernels.h"
+
+#include <immintrin.h>
+
+#ifndef ZK_KERNEL_TARGET
+#error "define ZK_KERNEL_TARGET before including CascadeStaggered.h"
+#endif
+
+namespace zk {
+namespace kernels {
+namespace {
+
+constexpr int kStagger = 2;  // steps between a section and the next
+constexpr long kChunk = 512; // frames interleaved per round, on the stack (8 KB)
+
+ZK_KERNEL_TARGET inline bool Runs(const CBiquad* b) {
+    return b != nullptr && !b->IsIdentity();
+}
+
+// Coefficients of one register's sections; run marks the lanes whose section
+// runs (the others pass their input through).
+template <class V> struct Group {
+    typename V::Reg b0, b1, b2, a1, a2;
+    typename V::Mask run;
+};
+
+template <class V, int G> struct Pipe { typename V::Reg x1[G], x2[G], y1[G], y2[G]; };
+
+// The histories of one section when it took its last sample: [field][channel].
+struct Taken {
+    double h[4][2];
+};
+
+// Lanes of one register from V::kSections stages (null: a stage that passes
+// everything through).
+template <class V>
+ZK_KERNEL_TARGET void LoadGroup(const StereoStage* const* stages, Group<V>& p, typename V::Reg& x1,
+                                typename V::Reg& x2, typename V::Reg& y1, typename V::Reg& y2) {
+    constexpr int kLanes = 2 * V::kSections;
+    double c[5][kLanes] = {}, h[4][kLanes] = {};
+    bool on[kLanes];
+    for (int l = 0; l < kLanes; ++l) {
+        const StereoStage* stage = stages[l / 2];
+        CBiquad* b = stage != nullptr ? stage->channel[l % 2] : nullptr;
+        on[l] = Runs(b);
+        if (on[l]) {
+            const BiquadCoeffs& k = b->Coeffs();
+            const BiquadState& s = b->State();
+            c[0][l] = k.b0;
+            c[1][l] = k.b1;
+            c[2][l] = k.b2;
+            c[3][l] = k.a1;
+            c[4][l] = k.a2;
+            h[0][l] = s.x1;
+            h[1][l] = s.x2;
+            h[2][l] = s.y1;
+            h[3][l] = s.y2;
+        }
+    }
+    p = {V::Load(c[0]), V::Load(c[1]), V::Load(c[2]), V::Load(c[3]), V::Load(c[4]), V::MaskOf(on)};
+    x1 = V::Load(h[0]);
+    x2 = V::Load(h[1]);
+    y1 = V::Load(h[2]);
+    y2 = V::Load(h[3]);
+}
+
+// The difference equation in CBiquad's order: (((b0 x + b1 x1) + b2 x2) - a1 y1) - a2 y2.
+template <class V, bool Masked>
+ZK_KERNEL_TARGET inline typename V::Reg Output(const Group<V>& p, typename V::Reg x,
+                                               typename V::Reg x1, typename V::Reg x2,
+                                               typename V::Reg y1, typename V::Reg y2) {
+    const typename V::Reg y =
+        V::Sub(V::Sub(V::Add(V::Add(V::Mul(p.b0, x), V::Mul(p.b1, x1)), V::Mul(p.b2, x2)),
+                      V::Mul(p.a1, y1)),
+               V::Mul(p.a2, y2));
+    if constexpr (Masked) {
+        return V::Blend(x, y, p.run);
+    }
+    return y;
+}
+
+// Which lanes of register j have started by step n (while the pipeline fills).
+template <class V> ZK_KERNEL_TARGET inline typename V::Mask Started(int j, long n) {
+    bool go[2 * V::kSections];
+    for (int l = 0; l < 2 * V::kSections; ++l) {
+        go[l] = n >= kStagger * (V::kSections * j + l / 2);
+    }
+    return V::MaskOf(go);
+}
+
+// One step: section s of the pass works on sample n - kStagger s; in is the
+// pass's input sample n. Returns the output of the section in slot out of the
+// last register. Filling: lanes of sections not started keep their state.
+template <class V, int G, bool Masked, bool Filling>
+ZK_KERNEL_TARGET inline __m128d Step(Pipe<V, G>& q, const Group<V>* p, __m128d in, long n,
+                                     typename V::Pick out) {
+    __m128d last = _mm_setzero_pd();
+    // From the last register down, so that each reads its predecessor's
+    // outputs of kStagger steps ago before they move on.
+#pragma GCC unroll 4
+    for (int j = G - 1; j >= 0; --j) {
+        const typename V::Reg x =
+            j == 0 ? V::Feed(in, q.y2[0]) : V::Feed(q.y2[j > 0 ? j - 1 : 0], q.y2[j]);
+        const typename V::Reg y = Output<V, Masked>(p[j], x, q.x1[j], q.x2[j], q.y1[j], q.y2[j]);
+        if constexpr (Filling) {
+            const typename V::Mask go = Started<V>(j, n);
+            q.x2[j] = V::Blend(q.x2[j], q.x1[j], go);
+            q.x1[j] = V::Blend(q.x1[j], x, go);
+            q.y2[j] = V::Blend(q.y2[j], q.y1[j], go);
+            q.y1[j] = V::Blend(q.y1[j], y, go);
+        } else {
+            q.x2[j] = q.x1[j];
+            q.x1[j] = x;
+            q.y2[j] = q.y1[j];
+            q.y1[j] = y;
+        }
+        if (j == G - 1) {
+            last = V::Take(y, out);
+        }
+    }
+    return last;
+}
+
+template <class V, int G> ZK_KERNEL_TARGET void Take(const Pipe<V, G>& q, int section, Taken& t) {
+    const int j = section / V::kSections, slot = section % V::kSections;
+    const typename V::Reg* field[4] = {&q.x1[j], &q.x2[j], &q.y1[j], &q.y2[j]};
+    for (int f = 0; f < 4; ++f) {
+        double lanes[2 * V::kSections];
+        V::Lanes(lanes, *field[f]);
+        t.h[f][0] = lanes[2 * slot];
+        t.h[f][1] = lanes[2 * slot + 1];
+    }
+}
+
+// Runs the stages pass[0..sections) over buf[0..count); the last of them is in
+// the last register: kSections (G - 1) < sections <= kSections G.
+template <class V, int G, bool Masked>
+ZK_KERNEL_TARGET void RunPass(__m128d* buf, long count, const StereoStage* const* pass,
+                              int sections) {
+    constexpr int kSlots = V::kSections * G;
+    const long kLatency = kStagger * (sections - 1); // steps from input to output
+    const typename V::Pick out = V::PickOf((sections - 1) % V::kSections);
+    const StereoStage* slot[kSlots];
+    for (int s = 0; s < kSlots; ++s) {
+        slot[s] = s < sections ? pass[s] : nullptr;
+    }
+    Group<V> p[G];
+    Pipe<V, G> q;
+    for (int j = 0; j < G; ++j) {
+        LoadGroup<V>(slot + V::kSections * j, p[j], q.x1[j], q.x2[j], q.y1[j], q.y2[j]);
+    }
+    Taken taken[kSlots];
+    const long total = count + kLatency;
+    for (long n = 0; n < total;) {
+        if (n >= kLatency && n < count - 1) {
+            // Every section inside the block: the steady state.
+            for (; n < count - 1; ++n) {
+                buf[n - kLatency] = Step<V, G, Masked, false>(q, p, buf[n], n, out);
+            }
+            continue;
+        }
+        const __m128d in = n < count ? buf[n] : _mm_setzero_pd();
+        const __m128d y = n < kLatency ? Step<V, G, Masked, true>(q, p, in, n, out)
+                                       : Step<V, G, Masked, false>(q, p, in, n, out);
+        if (n >= kLatency) {
+            buf[n - kLatency] = y;
+        }
+        // Section s takes its last sample at step count - 1 + kStagger s.
+        const long since = n - (count - 1);
+        if (since >= 0 && since % kStagger == 0 && since / kStagger < sections) {
+            Take<V, G>(q, static_cast<int>(since / kStagger), taken[since / kStagger]);
+        }
+        ++n;
+    }
+    for (int s = 0; s < sections; ++s) {
+        for (int ch = 0; ch < 2; ++ch) {
+            CBiquad* b = pass[s]->channel[ch];
+            if (Runs(b)) {
+                const Taken& t = taken[s];
+                b->State() = {t.h[0][ch], t.h[1][ch], t.h[2][ch], t.h[3][ch]};
+            }
+        }
+    }
+}
+
+template <class V, int G>
+ZK_KERNEL_TARGET void RunPass(__m128d* buf, long count, const StereoStage* const* pass,
+                              int sections, bool masked) {
+    if (masked) {
+        RunPass<V, G, true>(buf, count, pass, sections);
+    } else {
+        RunPass<V, G, false>(buf, count, pass, sections);
+    }
+}
+
+template <class V>
+ZK_KERNEL_TARGET void RunPasses(__m128d* buf, long count, const StereoStage* const* pass,
+                                int sections, int registers, bool masked) {
+    static_assert(V::kMaxRegisters >= 1 && V::kMaxRegisters <= 4);
+    switch (registers) {
+    case 1:
+        RunPass<V, 1>(buf, count, pass, sections, masked);
+        break;
+    case 2:
+        RunPass<V, V::kMaxRegisters >= 2 ? 2 : 1>(buf, count, pass, sections, masked);
+        break;
+    case 3:
+        RunPass<V, V::kMaxRegisters >= 3 ? 3 : 1>(buf, count, pass, sections, masked);
+        break;
+    default:
+        RunPass<V, V::kMaxRegisters>(buf, count, pass, sections, masked);
+        break;
+    }
+}
+
+// The whole chain: stages that run on at least one channel, grouped into
+// registers and passes, over left/right in chunks.
+template <class V>
+ZK_KERNEL_TARGET void FilterCascadeStereoStaggered(const StereoStage* stages, int stageCount,
+                                                   double* left, double* right, long count) {
+    if (count < 1) {
+        return;
+    }
+    alignas(64) __m128d chunk[kChunk];
+    for (long start = 0; start < count; start += kChunk) {
+        const long n = count - start < kChunk ? count - start : kChunk;
+        for (long i = 0; i < n; ++i) {
+            chunk[i] = _mm_set_pd(right[start + i], left[start + i]);
+        }
+        for (int next = 0; next < stageCount;) {
+            // The next stages that run on at least one channel (a stage on one
+            // channel only passes the other lane through by mask).
+            constexpr int kList = 48;
+            const StereoStage* run[kList];
+            bool oneChannel[kList];
+            int listed = 0;
+            for (; next < stageCount && listed < kList; ++next) {
+                const bool on1 = Runs(stages[next].channel[0]);
+                const bool on2 = Runs(stages[next].channel[1]);
+                if (on1 || on2) {
+                    oneChannel[listed] = on1 != on2;
+                    run[listed++] = &stages[next];
+                }
+            }
+            // Registers spread evenly over the fewest passes, so that no pass is
+            // left with a lone register (its feedback would set the pace).
+            const int registers = (listed + V::kSections - 1) / V::kSections;
+            const int passes = (registers + V::kMaxRegisters - 1) / V::kMaxRegisters;
+            for (int p = 0, first = 0; p < passes; ++p) {
+                const int g = registers / passes + (p < registers % passes ? 1 : 0);
+                const int sections =
+                    V::kSections * g < listed - first ? V::kSections * g : listed - first;
+                bool masked = false;
+                for (int k = first; k < first + sections; ++k) {
+                    masked = masked || oneChannel[k];
+                }
+                RunPasses<V>(chunk, n, run + first, sections, g, masked);
+                first += sections;
+            }
+        }
+        for (long i = 0; i < n; ++i) {
+            _mm_storel_pd(left + start + i, chunk[i]);
+            _mm_storeh_pd(right + start + i, chunk[i]);
+        }
+    }
+}
+
+} // namespace
+} // namespace kernels
+} // namespace zk
