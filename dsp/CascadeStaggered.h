@@ -215,33 +215,20 @@ ZK_KERNEL_TARGET void RunPass(__m128d* buf, long count, const StereoStage* const
     }
 }
 
+// RunPass for a register count known only at run time (1..G).
 template <class V, int G>
-ZK_KERNEL_TARGET void RunPass(__m128d* buf, long count, const StereoStage* const* pass,
-                              int sections, bool masked) {
+ZK_KERNEL_TARGET void RunPassOf(int registers, __m128d* buf, long count,
+                                const StereoStage* const* pass, int sections, bool masked) {
+    if constexpr (G > 1) {
+        if (registers < G) {
+            RunPassOf<V, G - 1>(registers, buf, count, pass, sections, masked);
+            return;
+        }
+    }
     if (masked) {
         RunPass<V, G, true>(buf, count, pass, sections);
     } else {
         RunPass<V, G, false>(buf, count, pass, sections);
-    }
-}
-
-template <class V>
-ZK_KERNEL_TARGET void RunPasses(__m128d* buf, long count, const StereoStage* const* pass,
-                                int sections, int registers, bool masked) {
-    static_assert(V::kMaxRegisters >= 1 && V::kMaxRegisters <= 4);
-    switch (registers) {
-    case 1:
-        RunPass<V, 1>(buf, count, pass, sections, masked);
-        break;
-    case 2:
-        RunPass<V, V::kMaxRegisters >= 2 ? 2 : 1>(buf, count, pass, sections, masked);
-        break;
-    case 3:
-        RunPass<V, V::kMaxRegisters >= 3 ? 3 : 1>(buf, count, pass, sections, masked);
-        break;
-    default:
-        RunPass<V, V::kMaxRegisters>(buf, count, pass, sections, masked);
-        break;
     }
 }
 
@@ -286,7 +273,7 @@ ZK_KERNEL_TARGET void FilterCascadeStereoStaggered(const StereoStage* stages, in
                 for (int k = first; k < first + sections; ++k) {
                     masked = masked || oneChannel[k];
                 }
-                RunPasses<V>(chunk, n, run + first, sections, g, masked);
+                RunPassOf<V, V::kMaxRegisters>(g, chunk, n, run + first, sections, masked);
                 first += sections;
             }
         }
