@@ -68,7 +68,7 @@ inline __m128d SumAndDifference(__m128d v) {
     return _mm_move_sd(_mm_sub_pd(a, b), _mm_add_pd(a, b));
 }
 
-template <bool Filter, bool Width>
+template <bool Filter, bool Masked, bool Width>
 void Run(double* b1, double* b2, long count, Sections& s, double widthFactor) {
     const __m128d divisor = _mm_set1_pd(kMidSideDivisor);
     const __m128d width = _mm_set1_pd(widthFactor);
@@ -82,7 +82,10 @@ void Run(double* b1, double* b2, long count, Sections& s, double widthFactor) {
                                       _mm_mul_pd(s.b2, s.x2)),
                            _mm_mul_pd(s.a1, s.y1)),
                 _mm_mul_pd(s.a2, s.y2));
-            y = _mm_or_pd(_mm_and_pd(s.run, y), _mm_andnot_pd(s.run, v));
+            if constexpr (Masked) {
+                // One lane's section does not run: its input passes unchanged.
+                y = _mm_or_pd(_mm_and_pd(s.run, y), _mm_andnot_pd(s.run, v));
+            }
             s.x2 = s.x1;
             s.x1 = v;
             s.y2 = s.y1;
@@ -107,14 +110,17 @@ void RunMidSideStage(double* b1, double* b2, long count, CBiquad* mid, CBiquad* 
     }
     Sections s = Load(mid, side);
     const bool filter = Runs(mid) || Runs(side);
-    if (filter && width) {
-        Run<true, true>(b1, b2, count, s, widthFactor);
+    const bool masked = Runs(mid) != Runs(side);
+    if (filter && masked) {
+        width ? Run<true, true, true>(b1, b2, count, s, widthFactor)
+              : Run<true, true, false>(b1, b2, count, s, widthFactor);
     } else if (filter) {
-        Run<true, false>(b1, b2, count, s, widthFactor);
+        width ? Run<true, false, true>(b1, b2, count, s, widthFactor)
+              : Run<true, false, false>(b1, b2, count, s, widthFactor);
     } else if (width) {
-        Run<false, true>(b1, b2, count, s, widthFactor);
+        Run<false, false, true>(b1, b2, count, s, widthFactor);
     } else {
-        Run<false, false>(b1, b2, count, s, widthFactor);
+        Run<false, false, false>(b1, b2, count, s, widthFactor);
     }
     if (filter) {
         Store(s, mid, side);
