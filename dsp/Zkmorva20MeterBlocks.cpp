@@ -1,5 +1,7 @@
 #include "Zkmorva20MeterBlocks.h"
 
+#include "NoiseLanes.h"
+
 #include <bit>
 #include <cmath>
 #include <cstdint>
@@ -43,24 +45,8 @@ void FollowOutputPlain(CZkmorva20MeterState& s, double* b1, double* b2, long cou
 
 namespace {
 
-// Float thresholds equivalent to the double comparisons of the rules: for every
-// float x, x > kBalanceFloor exactly when double(x) > 1e-10, and
-// x >= kGate exactly when double(x) >= 0.0002.
-constexpr float BelowOrAt(double limit) {
-    const float f = static_cast<float>(limit);
-    return static_cast<double>(f) > limit
-               ? std::bit_cast<float>(std::bit_cast<std::uint32_t>(f) - 1u)
-               : f;
-}
-constexpr float AtOrAbove(double limit) {
-    const float f = static_cast<float>(limit);
-    return static_cast<double>(f) < limit
-               ? std::bit_cast<float>(std::bit_cast<std::uint32_t>(f) + 1u)
-               : f;
-}
-constexpr float kBalanceFloor = BelowOrAt(1e-10);
-constexpr float kGate = AtOrAbove(0.0002);
-static_assert(static_cast<double>(kBalanceFloor) <= 1e-10 && static_cast<double>(kGate) >= 0.0002);
+using meterkernels::kBalanceFloor;
+using meterkernels::kGate;
 
 inline __m128 Select(__m128 mask, __m128 y, __m128 x) {
     return _mm_or_ps(_mm_and_ps(mask, y), _mm_andnot_ps(mask, x));
@@ -254,11 +240,9 @@ inline void RunBlock(Chains& c, double* b1, double* b2, long count, double gain1
     }
 }
 
-} // namespace
-
-void FollowOutputBlock(CZkmorva20MeterState& s, double* b1, double* b2, long count, double gain1,
-                       double gain2, Route route, const float* inputMagnitudes, float attack,
-                       float release) {
+void FollowOutputSse2(CZkmorva20MeterState& s, double* b1, double* b2, long count, double gain1,
+                      double gain2, Route route, const float* inputMagnitudes, float attack,
+                      float release) {
     Chains c;
     c.outputLevels =
         _mm_setr_ps(s.outputLevelMid, s.outputLevelSide, s.outputLevel1, s.outputLevel2);
@@ -298,14 +282,228 @@ void FollowOutputBlock(CZkmorva20MeterState& s, double* b1, double* b2, long cou
     s.sampleCount = c.sampleCount;
 }
 
-#else
+} // namespace
+
+#endif
+
+namespace {
+
+// One sample of both channels: gain, magnitudes, the next two noise values
+// (channel 1 first), the zero-stuffing compensation.
+inline void InputSample(double& x1, double& x2, double gain1, double gain2, bool doubled,
+                        float* magnitudes, std::uint32_t& seed) {
+    double a = x1 * gain1;
+    double b = x2 * gain2;
+    magnitudes[0] = static_cast<float>(std::abs(a));
+    magnitudes[1] = static_cast<float>(std::abs(b));
+    seed = zk::NextNoiseSeed(seed);
+    a += static_cast<double>(zk::NoiseFloat(seed));
+    seed = zk::NextNoiseSeed(seed);
+    b += static_cast<double>(zk::NoiseFloat(seed));
+    if (doubled) {
+        a *= 2.0;
+        b *= 2.0;
+    }
+    x1 = a;
+    x2 = b;
+}
+
+#ifdef ZK_METER_BLOCKS_SSE2
+
+// Two samples per round: registers hold one sample of both channels, and one
+// step of the noise lanes gives the four values they take.
+template <bool Doubled>
+void RunInputSse2(double* b1, double* b2, long count, double gain1, double gain2, float* magnitudes,
+                  std::uint32_t& seed) {
+    long i = 0;
+    if (count >= 2) {
+        zk::CNoiseLanes lanes(seed);
+        const __m128d gains = _mm_setr_pd(gain1, gain2);
+        const __m128d sign = _mm_set1_pd(-0.0);
+        for (; i + 2 <= count; i += 2) {
+            const __m128d c1 = _mm_loadu_pd(b1 + i), c2 = _mm_loadu_pd(b2 + i);
+            __m128d first = _mm_mul_pd(_mm_unpacklo_pd(c1, c2), gains);
+            __m128d second = _mm_mul_pd(_mm_unpackhi_pd(c1, c2), gains);
+            _mm_storeu_ps(magnitudes + 2 * i,
+                          _mm_movelh_ps(_mm_cvtpd_ps(_mm_andnot_pd(sign, first)),
+                                        _mm_cvtpd_ps(_mm_andnot_pd(sign, second))));
+            const __m128 noise = lanes.Next();
+            first = _mm_add_pd(first, _mm_cvtps_pd(noise));
+            second = _mm_add_pd(second, _mm_cvtps_pd(_mm_movehl_ps(noise, noise)));
+            if constexpr (Doubled) {
+                first = _mm_mul_pd(first, _mm_set1_pd(2.0));
+                second = _mm_mul_pd(second, _mm_set1_pd(2.0));
+            }
+            _mm_storeu_pd(b1 + i, _mm_unpacklo_pd(first, second));
+            _mm_storeu_pd(b2 + i, _mm_unpackhi_pd(first, second));
+        }
+        seed = lanes.Seed();
+    }
+    for (; i < count; ++i) {
+        InputSample(b1[i], b2[i], gain1, gain2, Doubled, magnitudes + 2 * i, seed);
+    }
+}
+
+#endif
+
+struct Detected {
+    bool avx2 = false, avx512 = false;
+    meterkernels::Isa best = meterkernels::Isa::Plain;
+};
+
+// On first use, which the initialisation below makes load time (never the
+// render thread); a function-local so that other files' initialisers (the
+// benchmark registration) see it done.
+const Detected& Detect() {
+    static const Detected d = [] {
+        Detected r;
+#if defined(__x86_64__) && defined(__GNUC__)
+        __builtin_cpu_init();
+        r.avx2 = meterkernels::HaveX86Kernels() && __builtin_cpu_supports("avx2");
+        // The 512-bit kernels use the VL, DQ and BW forms on 256-bit registers too.
+        r.avx512 = r.avx2 && __builtin_cpu_supports("avx512f") &&
+                   __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512dq") &&
+                   __builtin_cpu_supports("avx512bw");
+#endif
+#ifdef ZK_METER_BLOCKS_SSE2
+        r.best = meterkernels::Isa::Sse2;
+#endif
+        if (r.avx2) {
+            r.best = meterkernels::Isa::Avx2;
+        }
+        if (r.avx512) {
+            r.best = meterkernels::Isa::Avx512;
+        }
+        return r;
+    }();
+    return d;
+}
+const Detected& detectedAtLoad = Detect();
+
+} // namespace
+
+void RunInputPlain(double* b1, double* b2, long count, double gain1, double gain2, bool doubled,
+                   float* magnitudes, std::uint32_t& seed) {
+    for (long i = 0; i < count; ++i) {
+        InputSample(b1[i], b2[i], gain1, gain2, doubled, magnitudes + 2 * i, seed);
+    }
+}
 
 void FollowOutputBlock(CZkmorva20MeterState& s, double* b1, double* b2, long count, double gain1,
                        double gain2, Route route, const float* inputMagnitudes, float attack,
                        float release) {
-    FollowOutputPlain(s, b1, b2, count, gain1, gain2, route, inputMagnitudes, attack, release);
+    meterkernels::FollowOutput(meterkernels::Best(), s, b1, b2, count, gain1, gain2, route,
+                               inputMagnitudes, attack, release);
 }
 
+void RunInputBlock(double* b1, double* b2, long count, double gain1, double gain2, bool doubled,
+                   float* magnitudes, std::uint32_t& seed) {
+    meterkernels::RunInput(meterkernels::Best(), b1, b2, count, gain1, gain2, doubled, magnitudes,
+                           seed);
+}
+
+namespace meterkernels {
+
+const char* Name(Isa isa) {
+    switch (isa) {
+    case Isa::Plain:
+        return "plain";
+    case Isa::Sse2:
+        return "SSE2";
+    case Isa::Avx2:
+        return "AVX2";
+    case Isa::Avx512:
+        return "AVX-512";
+    }
+    return "?";
+}
+
+bool Supported(Isa isa) {
+    switch (isa) {
+    case Isa::Plain:
+        return true;
+    case Isa::Sse2:
+#ifdef ZK_METER_BLOCKS_SSE2
+        return true;
+#else
+        return false;
 #endif
+    case Isa::Avx2:
+        return Detect().avx2;
+    case Isa::Avx512:
+        return Detect().avx512;
+    }
+    return false;
+}
+
+Isa Best() {
+    return Detect().best;
+}
+
+void FollowOutput(Isa isa, CZkmorva20MeterState& s, double* b1, double* b2, long count,
+                  double gain1, double gain2, Route route, const float* inputMagnitudes,
+                  float attack, float release) {
+    switch (isa) {
+#if defined(__x86_64__) && defined(__GNUC__)
+    case Isa::Avx512:
+        FollowOutputAvx512(s, b1, b2, count, gain1, gain2, route, inputMagnitudes, attack, release);
+        return;
+    case Isa::Avx2:
+        FollowOutputAvx2(s, b1, b2, count, gain1, gain2, route, inputMagnitudes, attack, release);
+        return;
+#endif
+#ifdef ZK_METER_BLOCKS_SSE2
+    case Isa::Sse2:
+        FollowOutputSse2(s, b1, b2, count, gain1, gain2, route, inputMagnitudes, attack, release);
+        return;
+#endif
+    default:
+        FollowOutputPlain(s, b1, b2, count, gain1, gain2, route, inputMagnitudes, attack, release);
+        return;
+    }
+}
+
+void RunInput(Isa isa, double* b1, double* b2, long count, double gain1, double gain2, bool doubled,
+              float* magnitudes, std::uint32_t& seed) {
+    switch (isa) {
+#if defined(__x86_64__) && defined(__GNUC__)
+    case Isa::Avx512:
+        RunInputAvx512(b1, b2, count, gain1, gain2, doubled, magnitudes, seed);
+        return;
+    case Isa::Avx2:
+        RunInputAvx2(b1, b2, count, gain1, gain2, doubled, magnitudes, seed);
+        return;
+#endif
+#ifdef ZK_METER_BLOCKS_SSE2
+    case Isa::Sse2:
+        if (doubled) {
+            RunInputSse2<true>(b1, b2, count, gain1, gain2, magnitudes, seed);
+        } else {
+            RunInputSse2<false>(b1, b2, count, gain1, gain2, magnitudes, seed);
+        }
+        return;
+#endif
+    default:
+        RunInputPlain(b1, b2, count, gain1, gain2, doubled, magnitudes, seed);
+        return;
+    }
+}
+
+float AdvanceSampleCount(float count, long n) {
+    constexpr float kExact = 16777216.0f; // 2^24: every integer up to it is a float
+    if (n <= 0) {
+        return count; // -0 stays -0
+    }
+    if (n <= static_cast<long>(kExact) && count >= 0.0f &&
+        count <= kExact - static_cast<float>(n) && std::trunc(count) == count) {
+        return count + static_cast<float>(n);
+    }
+    for (long i = 0; i < n; ++i) {
+        count += 1.0f;
+    }
+    return count;
+}
+
+} // namespace meterkernels
 
 } // namespace zk20

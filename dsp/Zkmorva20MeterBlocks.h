@@ -2,6 +2,9 @@
 
 #include "Zkmorva20Metering.h"
 
+#include <bit>
+#include <cstdint>
+
 // The two-channel processor's per-sample meter rules run a block at a time.
 //
 // Per sample the meters are a few float recurrences (levels, smoothed balance and
@@ -20,15 +23,86 @@ enum class Route { None, FirstOnBoth, SecondOnBoth };
 // Output gains, balance and correlation sums (on the gained samples), routing,
 // output levels (on the routed samples) and, when inputMagnitudes is given, the
 // input levels from its count pairs [|channel 1|, |channel 2|] in sample order.
-// b1/b2 end up gained and routed.
+// b1/b2 end up gained and routed. The widest kernel the machine runs.
 void FollowOutputBlock(CZkmorva20MeterState& s, double* b1, double* b2, long count, double gain1,
                        double gain2, Route route, const float* inputMagnitudes, float attack,
                        float release);
 
 // The same with the per-sample functions, one sample after another: the
-// reference the block form equals (and the path where SSE2 is missing).
+// reference the block form equals.
 void FollowOutputPlain(CZkmorva20MeterState& s, double* b1, double* b2, long count, double gain1,
                        double gain2, Route route, const float* inputMagnitudes, float attack,
                        float release);
+
+// The input stage of both channels: per sample x1 *= gain1, x2 *= gain2, the
+// magnitudes pair [|x1|, |x2|] (as float) to magnitudes, then the next two
+// denormal-guard noise values from seed (channel 1 first) added, and with
+// doubled both samples times 2 (the zero-stuffing compensation). The widest
+// kernel the machine runs.
+void RunInputBlock(double* b1, double* b2, long count, double gain1, double gain2, bool doubled,
+                   float* magnitudes, std::uint32_t& seed);
+
+// The same one sample after another: the reference.
+void RunInputPlain(double* b1, double* b2, long count, double gain1, double gain2, bool doubled,
+                   float* magnitudes, std::uint32_t& seed);
+
+// Each kernel on its own, so that every one the machine can run is checked
+// against the plain rules and timed.
+namespace meterkernels {
+
+enum class Isa { Plain, Sse2, Avx2, Avx512 };
+inline constexpr Isa kAllIsas[] = {Isa::Plain, Isa::Sse2, Isa::Avx2, Isa::Avx512};
+
+const char* Name(Isa isa);
+// Built into this binary and run by this processor.
+bool Supported(Isa isa);
+// The one the block functions use: the widest supported.
+Isa Best();
+
+// Preconditions: Supported(isa).
+void FollowOutput(Isa isa, CZkmorva20MeterState& s, double* b1, double* b2, long count,
+                  double gain1, double gain2, Route route, const float* inputMagnitudes,
+                  float attack, float release);
+void RunInput(Isa isa, double* b1, double* b2, long count, double gain1, double gain2, bool doubled,
+              float* magnitudes, std::uint32_t& seed);
+
+// The x86 kernels with 256- and 512-bit registers (Zkmorva20MeterKernelsX86.cpp),
+// present when HaveX86Kernels().
+bool HaveX86Kernels();
+void FollowOutputAvx2(CZkmorva20MeterState& s, double* b1, double* b2, long count, double gain1,
+                      double gain2, Route route, const float* inputMagnitudes, float attack,
+                      float release);
+void FollowOutputAvx512(CZkmorva20MeterState& s, double* b1, double* b2, long count, double gain1,
+                        double gain2, Route route, const float* inputMagnitudes, float attack,
+                        float release);
+void RunInputAvx2(double* b1, double* b2, long count, double gain1, double gain2, bool doubled,
+                  float* magnitudes, std::uint32_t& seed);
+void RunInputAvx512(double* b1, double* b2, long count, double gain1, double gain2, bool doubled,
+                    float* magnitudes, std::uint32_t& seed);
+
+// Float thresholds equivalent to the double comparisons of the rules: for every
+// float x, x > kBalanceFloor exactly when double(x) > 1e-10, and
+// x >= kGate exactly when double(x) >= 0.0002.
+constexpr float BelowOrAt(double limit) {
+    const float f = static_cast<float>(limit);
+    return static_cast<double>(f) > limit
+               ? std::bit_cast<float>(std::bit_cast<std::uint32_t>(f) - 1u)
+               : f;
+}
+constexpr float AtOrAbove(double limit) {
+    const float f = static_cast<float>(limit);
+    return static_cast<double>(f) < limit
+               ? std::bit_cast<float>(std::bit_cast<std::uint32_t>(f) + 1u)
+               : f;
+}
+constexpr float kBalanceFloor = BelowOrAt(1e-10);
+constexpr float kGate = AtOrAbove(0.0002);
+static_assert(static_cast<double>(kBalanceFloor) <= 1e-10 && static_cast<double>(kGate) >= 0.0002);
+
+// A sample count advanced by n sample-by-sample increments of 1.0f, as
+// AccumulateBalanceAndCorrelation leaves it (exact integers: one addition).
+float AdvanceSampleCount(float count, long n);
+
+} // namespace meterkernels
 
 } // namespace zk20

@@ -2,7 +2,6 @@
 
 #include "CascadeKernels.h"
 #include "MidSideStage.h"
-#include "NoiseLanes.h"
 #include "Zkmorva20Controls.h"
 
 #include <algorithm>
@@ -442,76 +441,9 @@ zk20::Route CZkmorva20SignalProcessing::CurrentRoute() {
     return zk20::Route::None;
 }
 
-namespace {
-
-// One sample of both channels: gain, magnitude for the input meter, the next two
-// noise values (channel 1 first), the zero-stuffing compensation.
-template <bool Oversampling>
-void InputSample(double& x1, double& x2, double gain1, double gain2, float* magnitudes,
-                 std::uint32_t& seed) {
-    double a = x1 * gain1;
-    double b = x2 * gain2;
-    magnitudes[0] = static_cast<float>(std::abs(a));
-    magnitudes[1] = static_cast<float>(std::abs(b));
-    seed = zk::NextNoiseSeed(seed);
-    a += static_cast<double>(zk::NoiseFloat(seed));
-    seed = zk::NextNoiseSeed(seed);
-    b += static_cast<double>(zk::NoiseFloat(seed));
-    if constexpr (Oversampling) {
-        // Zero-stuffing halved the level; the band limit removes the image.
-        a *= 2.0;
-        b *= 2.0;
-    }
-    x1 = a;
-    x2 = b;
-}
-
-template <bool Oversampling>
-void RunInput(double* b1, double* b2, long count, double gain1, double gain2, float* magnitudes,
-              std::uint32_t& seed) {
-    long i = 0;
-#if defined(__SSE2__)
-    // Two samples per round: registers hold one sample of both channels, and one
-    // step of the noise lanes gives the four values they take.
-    if (count >= 2) {
-        zk::CNoiseLanes lanes(seed);
-        const __m128d gains = _mm_setr_pd(gain1, gain2);
-        const __m128d sign = _mm_set1_pd(-0.0);
-        for (; i + 2 <= count; i += 2) {
-            const __m128d c1 = _mm_loadu_pd(b1 + i), c2 = _mm_loadu_pd(b2 + i);
-            __m128d first = _mm_mul_pd(_mm_unpacklo_pd(c1, c2), gains);
-            __m128d second = _mm_mul_pd(_mm_unpackhi_pd(c1, c2), gains);
-            _mm_storeu_ps(magnitudes + 2 * i,
-                          _mm_movelh_ps(_mm_cvtpd_ps(_mm_andnot_pd(sign, first)),
-                                        _mm_cvtpd_ps(_mm_andnot_pd(sign, second))));
-            const __m128 noise = lanes.Next();
-            first = _mm_add_pd(first, _mm_cvtps_pd(noise));
-            second = _mm_add_pd(second, _mm_cvtps_pd(_mm_movehl_ps(noise, noise)));
-            if constexpr (Oversampling) {
-                first = _mm_mul_pd(first, _mm_set1_pd(2.0));
-                second = _mm_mul_pd(second, _mm_set1_pd(2.0));
-            }
-            _mm_storeu_pd(b1 + i, _mm_unpacklo_pd(first, second));
-            _mm_storeu_pd(b2 + i, _mm_unpackhi_pd(first, second));
-        }
-        seed = lanes.Seed();
-    }
-#endif
-    for (; i < count; ++i) {
-        InputSample<Oversampling>(b1[i], b2[i], gain1, gain2, magnitudes + 2 * i, seed);
-    }
-}
-
-} // namespace
-
 void CZkmorva20SignalProcessing::RunInputStage(long count) {
-    if (oversampling) {
-        RunInput<true>(workBuffer1.data(), workBuffer2.data(), count, inputGain1, inputGain2,
-                       inputMagnitudes.data(), noiseSeed);
-    } else {
-        RunInput<false>(workBuffer1.data(), workBuffer2.data(), count, inputGain1, inputGain2,
-                        inputMagnitudes.data(), noiseSeed);
-    }
+    zk20::RunInputBlock(workBuffer1.data(), workBuffer2.data(), count, inputGain1, inputGain2,
+                        oversampling, inputMagnitudes.data(), noiseSeed);
 }
 
 // GCC resolves a virtual member function for an object to its address, so an
