@@ -499,7 +499,11 @@ float AdvanceSampleCount(float count, long n) {
         return count + static_cast<float>(n);
     }
     for (long i = 0; i < n; ++i) {
-        count += 1.0f;
+        const float next = count + 1.0f;
+        if (std::bit_cast<std::uint32_t>(next) == std::bit_cast<std::uint32_t>(count)) {
+            break; // a fixed point (2^24 and above, infinities, NaN) stays one
+        }
+        count = next;
     }
     return count;
 }
