@@ -193,6 +193,51 @@ TEST(Zkmorva20FastPath, TwoChannelPassEqualsPlainLoops) {
     }
 }
 
+// Float host buffers, in place as hosts may pass them, every rate (with and
+// without zero-stuffing) and odd and even block lengths: the fast path's
+// conversions into and out of the work buffers equal the plain per-frame loops.
+TEST(Zkmorva20FastPath, FloatBlocksEqualPlainLoops) {
+    Rng rng(57);
+    constexpr double kRates[] = {44100.0, 48000.0, 88200.0, 96000.0};
+    for (int trial = 0; trial < 16; ++trial) {
+        CZkmorva20SignalProcessing fused, plain;
+        plain.SetPlainFilterLoops(true);
+        const double rate = kRates[trial % 4];
+        const std::uint32_t seed = static_cast<std::uint32_t>(rng());
+        for (CZkmorva20SignalProcessing* p : {&fused, &plain}) {
+            p->UpdateSampleRate(rate);
+            p->AllocateWorkBuffers(1100);
+            p->InitBuffers();
+            RandomSettings(*p, seed);
+        }
+        for (int block = 0; block < 4; ++block) {
+            const long n = RandomBlock(rng);
+            std::vector<double> l = RandomSignal(rng, n), r = RandomSignal(rng, n);
+            FillSignal(rng, l, r);
+            std::vector<float> la(l.begin(), l.end()), ra(r.begin(), r.end());
+            std::vector<float> lb = la, rb = ra;
+            float* a[2] = {la.data(), ra.data()};
+            float* b[2] = {lb.data(), rb.data()};
+            plain.ProcessFloats(a, a, n);
+            fused.ProcessFloats(b, b, n);
+            const std::string where = "trial " + std::to_string(trial) + " at " +
+                                      std::to_string(rate) + " Hz, block of " + std::to_string(n);
+            for (long i = 0; i < n; ++i) {
+                ASSERT_EQ(std::bit_cast<std::uint32_t>(la[static_cast<std::size_t>(i)]),
+                          std::bit_cast<std::uint32_t>(lb[static_cast<std::size_t>(i)]))
+                    << "channel 1 frame " << i << ", " << where;
+                ASSERT_EQ(std::bit_cast<std::uint32_t>(ra[static_cast<std::size_t>(i)]),
+                          std::bit_cast<std::uint32_t>(rb[static_cast<std::size_t>(i)]))
+                    << "channel 2 frame " << i << ", " << where;
+            }
+            ASSERT_TRUE(SameBits(plain.GetWorkBuffer(0), fused.GetWorkBuffer(0),
+                                 fused.IsOversampling() ? 2 * n : n))
+                << "work buffer 1, " << where;
+            ASSERT_TRUE(SameMeters(plain.GetMeterState(), fused.GetMeterState())) << where;
+        }
+    }
+}
+
 // Long enough for correlation results: half a second of internal samples between
 // reads, results taken by a reading thread's CalcCorrelation and applied at the
 // next block, as the unit does.
