@@ -382,6 +382,129 @@ const Detected& detectedAtLoad = Detect();
 
 } // namespace
 
+namespace {
+
+// Host samples into a work buffer and back, two frames per round (the per-frame
+// loops of the plain path, which the compiler leaves scalar, cost as much as the
+// whole input stage). Conversions are exact one way and the same rounding the
+// other; with stuffed, every second work sample is a zero and the output takes
+// the even ones.
+#if defined(__SSE2__)
+inline __m128d TwoFrames(const float* in) {
+    return _mm_cvtps_pd(_mm_castsi128_ps(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(in))));
+}
+inline __m128d TwoFrames(const double* in) {
+    return _mm_loadu_pd(in);
+}
+inline void StoreTwo(float* out, __m128d x) {
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(out), _mm_castps_si128(_mm_cvtpd_ps(x)));
+}
+inline void StoreTwo(double* out, __m128d x) {
+    _mm_storeu_pd(out, x);
+}
+#endif
+
+template <typename Sample>
+void FillWorkSse2(const Sample* in, double* b, long frames, bool stuffed) {
+    long i = 0;
+#if defined(__SSE2__)
+    const __m128d zero = _mm_setzero_pd();
+    for (; i + 2 <= frames; i += 2) {
+        const __m128d x = TwoFrames(in + i);
+        if (stuffed) {
+            _mm_storeu_pd(b + 2 * i, _mm_unpacklo_pd(x, zero));
+            _mm_storeu_pd(b + 2 * i + 2, _mm_unpackhi_pd(x, zero));
+        } else {
+            _mm_storeu_pd(b + i, x);
+        }
+    }
+#endif
+    for (; i < frames; ++i) {
+        if (stuffed) {
+            b[2 * i] = static_cast<double>(in[i]);
+            b[2 * i + 1] = 0.0;
+        } else {
+            b[i] = static_cast<double>(in[i]);
+        }
+    }
+}
+
+template <typename Sample>
+void TakeWorkSse2(const double* b, Sample* out, long frames, bool stuffed) {
+    long i = 0;
+#if defined(__SSE2__)
+    for (; i + 2 <= frames; i += 2) {
+        StoreTwo(out + i,
+                 stuffed ? _mm_unpacklo_pd(_mm_loadu_pd(b + 2 * i), _mm_loadu_pd(b + 2 * i + 2))
+                         : _mm_loadu_pd(b + i));
+    }
+#endif
+    for (; i < frames; ++i) {
+        out[i] = static_cast<Sample>(b[stuffed ? 2 * i : i]);
+    }
+}
+
+// The per-frame loops of the plain path.
+template <typename Sample>
+void FillWorkPlain(const Sample* in, double* b, long frames, bool stuffed) {
+    if (stuffed) {
+        for (long i = 0; i < frames; ++i) {
+            b[2 * i] = static_cast<double>(in[i]);
+            b[2 * i + 1] = 0.0;
+        }
+    } else {
+        for (long i = 0; i < frames; ++i) {
+            b[i] = static_cast<double>(in[i]);
+        }
+    }
+}
+
+template <typename Sample>
+void TakeWorkPlain(const double* b, Sample* out, long frames, bool stuffed) {
+    const long step = stuffed ? 2 : 1;
+    for (long i = 0; i < frames; ++i) {
+        out[i] = static_cast<Sample>(b[i * step]);
+    }
+}
+
+template <typename Sample>
+void FillWorkAny(meterkernels::Isa isa, const Sample* in, double* b, long frames, bool stuffed) {
+    switch (isa) {
+#if defined(__x86_64__) && defined(__GNUC__)
+    case meterkernels::Isa::Avx512:
+        meterkernels::FillWorkAvx512(in, b, frames, stuffed);
+        return;
+#endif
+    case meterkernels::Isa::Avx2:
+    case meterkernels::Isa::Sse2:
+        FillWorkSse2(in, b, frames, stuffed);
+        return;
+    default:
+        FillWorkPlain(in, b, frames, stuffed);
+        return;
+    }
+}
+
+template <typename Sample>
+void TakeWorkAny(meterkernels::Isa isa, const double* b, Sample* out, long frames, bool stuffed) {
+    switch (isa) {
+#if defined(__x86_64__) && defined(__GNUC__)
+    case meterkernels::Isa::Avx512:
+        meterkernels::TakeWorkAvx512(b, out, frames, stuffed);
+        return;
+#endif
+    case meterkernels::Isa::Avx2:
+    case meterkernels::Isa::Sse2:
+        TakeWorkSse2(b, out, frames, stuffed);
+        return;
+    default:
+        TakeWorkPlain(b, out, frames, stuffed);
+        return;
+    }
+}
+
+} // namespace
+
 void RunInputPlain(double* b1, double* b2, long count, double gain1, double gain2, bool doubled,
                    float* magnitudes, std::uint32_t& seed) {
     for (long i = 0; i < count; ++i) {
@@ -400,6 +523,19 @@ void RunInputBlock(double* b1, double* b2, long count, double gain1, double gain
                    float* magnitudes, std::uint32_t& seed) {
     meterkernels::RunInput(meterkernels::Best(), b1, b2, count, gain1, gain2, doubled, magnitudes,
                            seed);
+}
+
+void FillWorkBlock(const float* in, double* b, long frames, bool stuffed) {
+    FillWorkAny(meterkernels::Best(), in, b, frames, stuffed);
+}
+void FillWorkBlock(const double* in, double* b, long frames, bool stuffed) {
+    FillWorkAny(meterkernels::Best(), in, b, frames, stuffed);
+}
+void TakeWorkBlock(const double* b, float* out, long frames, bool stuffed) {
+    TakeWorkAny(meterkernels::Best(), b, out, frames, stuffed);
+}
+void TakeWorkBlock(const double* b, double* out, long frames, bool stuffed) {
+    TakeWorkAny(meterkernels::Best(), b, out, frames, stuffed);
 }
 
 namespace meterkernels {
@@ -487,6 +623,19 @@ void RunInput(Isa isa, double* b1, double* b2, long count, double gain1, double 
         RunInputPlain(b1, b2, count, gain1, gain2, doubled, magnitudes, seed);
         return;
     }
+}
+
+void FillWork(Isa isa, const float* in, double* b, long frames, bool stuffed) {
+    FillWorkAny(isa, in, b, frames, stuffed);
+}
+void FillWork(Isa isa, const double* in, double* b, long frames, bool stuffed) {
+    FillWorkAny(isa, in, b, frames, stuffed);
+}
+void TakeWork(Isa isa, const double* b, float* out, long frames, bool stuffed) {
+    TakeWorkAny(isa, b, out, frames, stuffed);
+}
+void TakeWork(Isa isa, const double* b, double* out, long frames, bool stuffed) {
+    TakeWorkAny(isa, b, out, frames, stuffed);
 }
 
 float AdvanceSampleCount(float count, long n) {

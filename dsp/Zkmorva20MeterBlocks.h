@@ -46,6 +46,14 @@ void RunInputBlock(double* b1, double* b2, long count, double gain1, double gain
 void RunInputPlain(double* b1, double* b2, long count, double gain1, double gain2, bool doubled,
                    float* magnitudes, std::uint32_t& seed);
 
+// Host samples into a work buffer (with stuffed, each followed by a zero: the
+// zero-stuffing) and the work buffer's samples (with stuffed, the even ones)
+// out to the host, as the per-frame loops do. The widest kernel the machine runs.
+void FillWorkBlock(const float* in, double* b, long frames, bool stuffed);
+void FillWorkBlock(const double* in, double* b, long frames, bool stuffed);
+void TakeWorkBlock(const double* b, float* out, long frames, bool stuffed);
+void TakeWorkBlock(const double* b, double* out, long frames, bool stuffed);
+
 // Each kernel on its own, so that every one the machine can run is checked
 // against the plain rules and timed.
 namespace meterkernels {
@@ -65,6 +73,11 @@ void FollowOutput(Isa isa, CZkmorva20MeterState& s, double* b1, double* b2, long
                   float attack, float release);
 void RunInput(Isa isa, double* b1, double* b2, long count, double gain1, double gain2, bool doubled,
               float* magnitudes, std::uint32_t& seed);
+// Plain: the per-frame loops. AVX2 uses the SSE2 form.
+void FillWork(Isa isa, const float* in, double* b, long frames, bool stuffed);
+void FillWork(Isa isa, const double* in, double* b, long frames, bool stuffed);
+void TakeWork(Isa isa, const double* b, float* out, long frames, bool stuffed);
+void TakeWork(Isa isa, const double* b, double* out, long frames, bool stuffed);
 
 // The x86 kernels with 256- and 512-bit registers (Zkmorva20MeterKernelsX86.cpp),
 // present when HaveX86Kernels().
@@ -79,6 +92,10 @@ void RunInputAvx2(double* b1, double* b2, long count, double gain1, double gain2
                   float* magnitudes, std::uint32_t& seed);
 void RunInputAvx512(double* b1, double* b2, long count, double gain1, double gain2, bool doubled,
                     float* magnitudes, std::uint32_t& seed);
+void FillWorkAvx512(const float* in, double* b, long frames, bool stuffed);
+void FillWorkAvx512(const double* in, double* b, long frames, bool stuffed);
+void TakeWorkAvx512(const double* b, float* out, long frames, bool stuffed);
+void TakeWorkAvx512(const double* b, double* out, long frames, bool stuffed);
 
 // Float thresholds equivalent to the double comparisons of the rules: for every
 // float x, x > kBalanceFloor exactly when double(x) > 1e-10, and

@@ -581,7 +581,76 @@ ZK_AVX512 void InputAvx512(double* b1, double* b2, long count, double gain1, dou
     RunInputPlain(b1 + i, b2 + i, count - i, gain1, gain2, Doubled, magnitudes + 2 * i, seed);
 }
 
+// ------------------------------------------------------------------ work buffers
+
+// Eight frames per round: one conversion, and for the zero-stuffing two
+// permutes that place the samples at the even positions between zeros.
+ZK_AVX512 inline __m512d EightFrames(const float* in) {
+    return _mm512_cvtps_pd(_mm256_loadu_ps(in));
+}
+ZK_AVX512 inline __m512d EightFrames(const double* in) {
+    return _mm512_loadu_pd(in);
+}
+ZK_AVX512 inline void StoreEight(float* out, __m512d x) {
+    _mm256_storeu_ps(out, _mm512_cvtpd_ps(x));
+}
+ZK_AVX512 inline void StoreEight(double* out, __m512d x) {
+    _mm512_storeu_pd(out, x);
+}
+
+template <typename Sample>
+ZK_AVX512 void FillWork512(const Sample* in, double* b, long frames, bool stuffed) {
+    long i = 0;
+    const __m512d zero = _mm512_setzero_pd();
+    const __m512i first = _mm512_setr_epi64(0, 8, 1, 8, 2, 8, 3, 8);
+    const __m512i second = _mm512_setr_epi64(4, 8, 5, 8, 6, 8, 7, 8);
+    for (; i + 8 <= frames; i += 8) {
+        const __m512d x = EightFrames(in + i);
+        if (stuffed) {
+            _mm512_storeu_pd(b + 2 * i, _mm512_permutex2var_pd(x, first, zero));
+            _mm512_storeu_pd(b + 2 * i + 8, _mm512_permutex2var_pd(x, second, zero));
+        } else {
+            _mm512_storeu_pd(b + i, x);
+        }
+    }
+    for (; i < frames; ++i) {
+        if (stuffed) {
+            b[2 * i] = static_cast<double>(in[i]);
+            b[2 * i + 1] = 0.0;
+        } else {
+            b[i] = static_cast<double>(in[i]);
+        }
+    }
+}
+
+template <typename Sample>
+ZK_AVX512 void TakeWork512(const double* b, Sample* out, long frames, bool stuffed) {
+    long i = 0;
+    const __m512i even = _mm512_setr_epi64(0, 2, 4, 6, 8, 10, 12, 14);
+    for (; i + 8 <= frames; i += 8) {
+        StoreEight(out + i, stuffed ? _mm512_permutex2var_pd(_mm512_loadu_pd(b + 2 * i), even,
+                                                             _mm512_loadu_pd(b + 2 * i + 8))
+                                    : _mm512_loadu_pd(b + i));
+    }
+    for (; i < frames; ++i) {
+        out[i] = static_cast<Sample>(b[stuffed ? 2 * i : i]);
+    }
+}
+
 } // namespace
+
+void FillWorkAvx512(const float* in, double* b, long frames, bool stuffed) {
+    FillWork512(in, b, frames, stuffed);
+}
+void FillWorkAvx512(const double* in, double* b, long frames, bool stuffed) {
+    FillWork512(in, b, frames, stuffed);
+}
+void TakeWorkAvx512(const double* b, float* out, long frames, bool stuffed) {
+    TakeWork512(b, out, frames, stuffed);
+}
+void TakeWorkAvx512(const double* b, double* out, long frames, bool stuffed) {
+    TakeWork512(b, out, frames, stuffed);
+}
 
 void FollowOutputAvx2(CZkmorva20MeterState& s, double* b1, double* b2, long count, double gain1,
                       double gain2, Route route, const float* inputMagnitudes, float attack,

@@ -7,10 +7,6 @@
 #include <algorithm>
 #include <cmath>
 
-#if defined(__SSE2__)
-#include <emmintrin.h>
-#endif
-
 namespace {
 
 // The sections of both channels at each point of the chain, in chain order.
@@ -174,68 +170,6 @@ long CZkmorva20SignalProcessing::GetLinkedControl(long /*id*/) {
 
 // ---------------------------------------------------------------- block entry
 
-namespace {
-
-// Host samples into a work buffer and back, two frames per round (the per-frame
-// loops of the plain path, which the compiler leaves scalar, cost as much as the
-// whole input stage). Conversions are exact one way and the same rounding the
-// other; with stuffed, every second work sample is a zero and the output takes
-// the even ones.
-#if defined(__SSE2__)
-inline __m128d TwoFrames(const float* in) {
-    return _mm_cvtps_pd(_mm_castsi128_ps(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(in))));
-}
-inline __m128d TwoFrames(const double* in) {
-    return _mm_loadu_pd(in);
-}
-inline void StoreTwo(float* out, __m128d x) {
-    _mm_storel_epi64(reinterpret_cast<__m128i*>(out), _mm_castps_si128(_mm_cvtpd_ps(x)));
-}
-inline void StoreTwo(double* out, __m128d x) {
-    _mm_storeu_pd(out, x);
-}
-#endif
-
-template <typename Sample> void FillWork(const Sample* in, double* b, long frames, bool stuffed) {
-    long i = 0;
-#if defined(__SSE2__)
-    const __m128d zero = _mm_setzero_pd();
-    for (; i + 2 <= frames; i += 2) {
-        const __m128d x = TwoFrames(in + i);
-        if (stuffed) {
-            _mm_storeu_pd(b + 2 * i, _mm_unpacklo_pd(x, zero));
-            _mm_storeu_pd(b + 2 * i + 2, _mm_unpackhi_pd(x, zero));
-        } else {
-            _mm_storeu_pd(b + i, x);
-        }
-    }
-#endif
-    for (; i < frames; ++i) {
-        if (stuffed) {
-            b[2 * i] = static_cast<double>(in[i]);
-            b[2 * i + 1] = 0.0;
-        } else {
-            b[i] = static_cast<double>(in[i]);
-        }
-    }
-}
-
-template <typename Sample> void TakeWork(const double* b, Sample* out, long frames, bool stuffed) {
-    long i = 0;
-#if defined(__SSE2__)
-    for (; i + 2 <= frames; i += 2) {
-        StoreTwo(out + i,
-                 stuffed ? _mm_unpacklo_pd(_mm_loadu_pd(b + 2 * i), _mm_loadu_pd(b + 2 * i + 2))
-                         : _mm_loadu_pd(b + i));
-    }
-#endif
-    for (; i < frames; ++i) {
-        out[i] = static_cast<Sample>(b[stuffed ? 2 * i : i]);
-    }
-}
-
-} // namespace
-
 void CZkmorva20SignalProcessing::ProcessFloats(float** in, float** out, long frames) {
     ProcessBlock(in, out, frames);
 }
@@ -271,8 +205,8 @@ void CZkmorva20SignalProcessing::ProcessBlock(Sample** in, Sample** out, long fr
             }
         }
     } else {
-        FillWork(in[0], b1, frames, oversampling);
-        FillWork(in[1], b2, frames, oversampling);
+        zk20::FillWorkBlock(in[0], b1, frames, oversampling);
+        zk20::FillWorkBlock(in[1], b2, frames, oversampling);
     }
     CDenormalGuard guard;
     ProcessSampleBuffer(count);
@@ -284,8 +218,8 @@ void CZkmorva20SignalProcessing::ProcessBlock(Sample** in, Sample** out, long fr
             out[1][i] = static_cast<Sample>(b2[i * step]);
         }
     } else {
-        TakeWork(b1, out[0], frames, oversampling);
-        TakeWork(b2, out[1], frames, oversampling);
+        zk20::TakeWorkBlock(b1, out[0], frames, oversampling);
+        zk20::TakeWorkBlock(b2, out[1], frames, oversampling);
     }
 }
 

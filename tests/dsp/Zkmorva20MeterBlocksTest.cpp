@@ -290,6 +290,72 @@ TEST_P(MeterKernel, InputStageEqualsPerSampleRule) {
     }
 }
 
+// Host samples with the awkward values: signed zeros, float and double
+// denormals, values beyond float's range, infinities, NaN.
+template <typename Sample> std::vector<Sample> HostSamples(Rng& rng, long n) {
+    constexpr double kOdd[] = {0.0,
+                               -0.0,
+                               1e-40,
+                               -1e-45,
+                               4.9e-320,
+                               1e300,
+                               -1e300,
+                               3e38,
+                               std::numeric_limits<double>::infinity(),
+                               std::numeric_limits<double>::quiet_NaN()};
+    std::vector<Sample> v(static_cast<std::size_t>(n));
+    for (Sample& x : v) {
+        x = static_cast<Sample>(Pick(rng, 6) == 0 ? kOdd[Pick(rng, 10)] : Uniform(rng, -2.0, 2.0));
+    }
+    return v;
+}
+
+template <typename Sample> void CheckWorkConversions(mk::Isa isa, Rng& rng, int trial) {
+    const long n = RandomCount(rng);
+    const bool stuffed = Pick(rng, 2) == 0;
+    const std::vector<Sample> in = HostSamples<Sample>(rng, n);
+    const std::size_t work = static_cast<std::size_t>(stuffed ? 2 * n : n);
+    // Patterns no conversion writes, so that a missed sample shows.
+    std::vector<double> plainWork(work, -7.0), kernelWork(work, -7.0);
+    std::vector<double> processed = HostSamples<double>(rng, static_cast<long>(work));
+    std::vector<Sample> plainOut(in.size(), Sample(-5)), kernelOut(in.size(), Sample(-5));
+    std::optional<CDenormalGuard> guard;
+    if (trial % 2 == 1) {
+        guard.emplace();
+    }
+    mk::FillWork(mk::Isa::Plain, in.data(), plainWork.data(), n, stuffed);
+    mk::FillWork(isa, in.data(), kernelWork.data(), n, stuffed);
+    mk::TakeWork(mk::Isa::Plain, processed.data(), plainOut.data(), n, stuffed);
+    mk::TakeWork(isa, processed.data(), kernelOut.data(), n, stuffed);
+    const std::string where = "trial " + std::to_string(trial) + ", " + std::to_string(n) +
+                              " frames" + (stuffed ? ", stuffed" : "") +
+                              (sizeof(Sample) == 4 ? ", float" : ", double");
+    ASSERT_TRUE(SameBits(plainWork, kernelWork)) << "work buffer, " << where;
+    for (std::size_t i = 0; i < in.size(); ++i) {
+        ASSERT_EQ(std::bit_cast<std::uint64_t>(static_cast<double>(plainOut[i])),
+                  std::bit_cast<std::uint64_t>(static_cast<double>(kernelOut[i])))
+            << "output " << i << ", " << where;
+        if constexpr (sizeof(Sample) == 4) {
+            ASSERT_EQ(FloatBits(plainOut[i]), FloatBits(kernelOut[i])) << "output " << i;
+        }
+    }
+}
+
+TEST_P(MeterKernel, WorkBufferConversionsEqualPerFrameLoops) {
+    const mk::Isa isa = GetParam();
+    Rng rng(41 + static_cast<int>(isa));
+    for (int trial = 0; trial < 400; ++trial) {
+        if (trial % 4 < 2) {
+            CheckWorkConversions<float>(isa, rng, trial);
+        } else {
+            CheckWorkConversions<double>(isa, rng, trial);
+        }
+        if (HasFatalFailure()) {
+            return;
+        }
+    }
+}
+
 INSTANTIATE_TEST_SUITE_P(Kernels, MeterKernel, ::testing::ValuesIn(mk::kAllIsas),
                          [](const ::testing::TestParamInfo<mk::Isa>& info) {
                              std::string name = mk::Name(info.param);
