@@ -51,9 +51,6 @@ using meterkernels::kGate;
 inline __m128 Select(__m128 mask, __m128 y, __m128 x) {
     return _mm_or_ps(_mm_and_ps(mask, y), _mm_andnot_ps(mask, x));
 }
-inline __m128d Select(__m128d mask, __m128d y, __m128d x) {
-    return _mm_or_pd(_mm_and_pd(mask, y), _mm_andnot_pd(mask, x));
-}
 inline __m128 Abs(__m128 x) {
     return _mm_andnot_ps(_mm_set1_ps(-0.0f), x);
 }

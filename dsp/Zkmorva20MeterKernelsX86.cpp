@@ -29,6 +29,7 @@
 // GCC 12's 512-bit intrinsics start from a self-initialised "undefined"
 // register, which its own uninitialised-use warnings flag where they inline.
 #if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wuninitialized"
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
 #endif
@@ -684,6 +685,10 @@ void RunInputAvx512(double* b1, double* b2, long count, double gain1, double gai
 
 } // namespace meterkernels
 } // namespace zk20
+
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic pop
+#endif
 
 #else
 
