@@ -56,7 +56,11 @@ template <class V> struct Group {
     typename V::Mask run;
 };
 
-template <class V, int G> struct Pipe { typename V::Reg x1[G], x2[G], y1[G], y2[G]; };
+// The histories of every register, in two banks whose roles alternate: at step
+// n the latest values are in bank n % 2 and the ones before in the other, and a
+// step writes its new values over the older bank. Moving every history down one
+// place each step would cost a register copy per history per step.
+template <class V, int G> struct Pipe { typename V::Reg x[2][G], y[2][G]; };
 
 // The histories of one section when it took its last sample: [field][channel].
 struct Taken {
@@ -120,31 +124,34 @@ template <class V> ZK_KERNEL_TARGET inline typename V::Mask Started(int j, long 
     return V::MaskOf(go);
 }
 
-// One step: section s of the pass works on sample n - kStagger s; in is the
-// pass's input sample n. Returns the output of the section in slot out of the
-// last register. Filling: lanes of sections not started keep their state.
-template <class V, int G, bool Masked, bool Filling>
+// One step: section s of the pass works on sample n - kStagger s (n % 2 == P);
+// in is the pass's input sample n. Returns the output of the section in slot out
+// of the last register. Filling: lanes of sections not started keep their state.
+template <class V, int G, bool Masked, bool Filling, int P>
 ZK_KERNEL_TARGET inline __m128d Step(Pipe<V, G>& q, const Group<V>* p, __m128d in, long n,
                                      typename V::Pick out) {
+    constexpr int kOlder = 1 - P;
     __m128d last = _mm_setzero_pd();
     // From the last register down, so that each reads its predecessor's
-    // outputs of kStagger steps ago before they move on.
+    // outputs of kStagger steps ago before they are overwritten.
 #pragma GCC unroll 4
     for (int j = G - 1; j >= 0; --j) {
-        const typename V::Reg x =
-            j == 0 ? V::Feed(in, q.y2[0]) : V::Feed(q.y2[j > 0 ? j - 1 : 0], q.y2[j]);
-        const typename V::Reg y = Output<V, Masked>(p[j], x, q.x1[j], q.x2[j], q.y1[j], q.y2[j]);
+        const typename V::Reg x = j == 0 ? V::Feed(in, q.y[kOlder][0])
+                                         : V::Feed(q.y[kOlder][j > 0 ? j - 1 : 0], q.y[kOlder][j]);
+        const typename V::Reg y =
+            Output<V, Masked>(p[j], x, q.x[P][j], q.x[kOlder][j], q.y[P][j], q.y[kOlder][j]);
         if constexpr (Filling) {
+            // A lane not started keeps its histories, so they change banks.
             const typename V::Mask go = Started<V>(j, n);
-            q.x2[j] = V::Blend(q.x2[j], q.x1[j], go);
-            q.x1[j] = V::Blend(q.x1[j], x, go);
-            q.y2[j] = V::Blend(q.y2[j], q.y1[j], go);
-            q.y1[j] = V::Blend(q.y1[j], y, go);
+            const typename V::Reg x2 = V::Blend(q.x[kOlder][j], q.x[P][j], go);
+            const typename V::Reg y2 = V::Blend(q.y[kOlder][j], q.y[P][j], go);
+            q.x[kOlder][j] = V::Blend(q.x[P][j], x, go);
+            q.y[kOlder][j] = V::Blend(q.y[P][j], y, go);
+            q.x[P][j] = x2;
+            q.y[P][j] = y2;
         } else {
-            q.x2[j] = q.x1[j];
-            q.x1[j] = x;
-            q.y2[j] = q.y1[j];
-            q.y1[j] = y;
+            q.x[kOlder][j] = x;
+            q.y[kOlder][j] = y;
         }
         if (j == G - 1) {
             last = V::Take(y, out);
@@ -153,9 +160,20 @@ ZK_KERNEL_TARGET inline __m128d Step(Pipe<V, G>& q, const Group<V>* p, __m128d i
     return last;
 }
 
-template <class V, int G> ZK_KERNEL_TARGET void Take(const Pipe<V, G>& q, int section, Taken& t) {
+template <class V, int G, bool Masked, bool Filling>
+ZK_KERNEL_TARGET inline __m128d StepAt(Pipe<V, G>& q, const Group<V>* p, __m128d in, long n,
+                                       typename V::Pick out) {
+    return n % 2 == 0 ? Step<V, G, Masked, Filling, 0>(q, p, in, n, out)
+                      : Step<V, G, Masked, Filling, 1>(q, p, in, n, out);
+}
+
+// The histories of the section in slot section after step n.
+template <class V, int G>
+ZK_KERNEL_TARGET void Take(const Pipe<V, G>& q, int section, long n, Taken& t) {
     const int j = section / V::kSections, slot = section % V::kSections;
-    const typename V::Reg* field[4] = {&q.x1[j], &q.x2[j], &q.y1[j], &q.y2[j]};
+    const int latest = static_cast<int>((n + 1) % 2);
+    const typename V::Reg* field[4] = {&q.x[latest][j], &q.x[1 - latest][j], &q.y[latest][j],
+                                       &q.y[1 - latest][j]};
     for (int f = 0; f < 4; ++f) {
         double lanes[2 * V::kSections];
         V::Lanes(lanes, *field[f]);
@@ -179,28 +197,38 @@ ZK_KERNEL_TARGET void RunPass(__m128d* buf, long count, const StereoStage* const
     Group<V> p[G];
     Pipe<V, G> q;
     for (int j = 0; j < G; ++j) {
-        LoadGroup<V>(slot + V::kSections * j, p[j], q.x1[j], q.x2[j], q.y1[j], q.y2[j]);
+        LoadGroup<V>(slot + V::kSections * j, p[j], q.x[0][j], q.x[1][j], q.y[0][j], q.y[1][j]);
     }
     Taken taken[kSlots];
     const long total = count + kLatency;
     for (long n = 0; n < total;) {
         if (n >= kLatency && n < count - 1) {
-            // Every section inside the block: the steady state.
-            for (; n < count - 1; ++n) {
-                buf[n - kLatency] = Step<V, G, Masked, false>(q, p, buf[n], n, out);
+            // Every section inside the block: the steady state, two steps a
+            // round so that the banks' roles are fixed in the code.
+            if (n % 2 != 0) {
+                buf[n - kLatency] = Step<V, G, Masked, false, 1>(q, p, buf[n], n, out);
+                ++n;
+            }
+            for (; n + 1 < count - 1; n += 2) {
+                buf[n - kLatency] = Step<V, G, Masked, false, 0>(q, p, buf[n], n, out);
+                buf[n + 1 - kLatency] = Step<V, G, Masked, false, 1>(q, p, buf[n + 1], n + 1, out);
+            }
+            if (n < count - 1) {
+                buf[n - kLatency] = Step<V, G, Masked, false, 0>(q, p, buf[n], n, out);
+                ++n;
             }
             continue;
         }
         const __m128d in = n < count ? buf[n] : _mm_setzero_pd();
-        const __m128d y = n < kLatency ? Step<V, G, Masked, true>(q, p, in, n, out)
-                                       : Step<V, G, Masked, false>(q, p, in, n, out);
+        const __m128d y = n < kLatency ? StepAt<V, G, Masked, true>(q, p, in, n, out)
+                                       : StepAt<V, G, Masked, false>(q, p, in, n, out);
         if (n >= kLatency) {
             buf[n - kLatency] = y;
         }
         // Section s takes its last sample at step count - 1 + kStagger s.
         const long since = n - (count - 1);
         if (since >= 0 && since % kStagger == 0 && since / kStagger < sections) {
-            Take<V, G>(q, static_cast<int>(since / kStagger), taken[since / kStagger]);
+            Take<V, G>(q, static_cast<int>(since / kStagger), n, taken[since / kStagger]);
         }
         ++n;
     }
