@@ -46,7 +46,13 @@ echo "bench: units"
 "$build/bench/zk_bench_units" "${common[@]}" >"$out/units.json"
 echo "bench: peers"
 if [ -n "${ZK_LV2_DIR:-}" ]; then
-    export LV2_PATH="${ZK_LV2_DIR}:${LV2_PATH:-$HOME/.lv2:/usr/local/lib/lv2:/usr/lib/lv2}"
+    # Only the bundles: a build's bin/ also holds the JACK apps, which lilv
+    # would try to read as bundles.
+    rm -rf "$out/lv2" && mkdir -p "$out/lv2"
+    for bundle in "$ZK_LV2_DIR"/*.lv2; do
+        [ -d "$bundle" ] && ln -s "$(cd "$bundle" && pwd)" "$out/lv2/"
+    done
+    export LV2_PATH="$out/lv2:${LV2_PATH:-$HOME/.lv2:/usr/local/lib/lv2:/usr/lib/lv2}"
 fi
 : >"$out/peers.txt"
 for scenario in "$top"/bench/peers/scenarios/*.scn; do
