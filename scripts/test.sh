@@ -31,4 +31,4 @@ cmake --build "$top/build-asan-nogui" -j "$jobs"
     UBSAN_OPTIONS=halt_on_error=1:print_stacktrace=1 ctest --output-on-failure -j "$jobs")
 
 echo "== libFuzzer on the saved-state reader and the text parsers =="
-ZK_FUZZ_SECONDS=${ZK_FUZZ_SECONDS:-20} "$here/fuzz.sh"
+ZK_FUZZ_SECONDS=${ZK_FUZZ_SECONDS:-75} "$here/fuzz.sh"
