@@ -401,46 +401,6 @@ inline void StoreTwo(double* out, __m128d x) {
 }
 #endif
 
-template <typename Sample>
-void FillWorkSse2(const Sample* in, double* b, long frames, bool stuffed) {
-    long i = 0;
-#if defined(__SSE2__)
-    const __m128d zero = _mm_setzero_pd();
-    for (; i + 2 <= frames; i += 2) {
-        const __m128d x = TwoFrames(in + i);
-        if (stuffed) {
-            _mm_storeu_pd(b + 2 * i, _mm_unpacklo_pd(x, zero));
-            _mm_storeu_pd(b + 2 * i + 2, _mm_unpackhi_pd(x, zero));
-        } else {
-            _mm_storeu_pd(b + i, x);
-        }
-    }
-#endif
-    for (; i < frames; ++i) {
-        if (stuffed) {
-            b[2 * i] = static_cast<double>(in[i]);
-            b[2 * i + 1] = 0.0;
-        } else {
-            b[i] = static_cast<double>(in[i]);
-        }
-    }
-}
-
-template <typename Sample>
-void TakeWorkSse2(const double* b, Sample* out, long frames, bool stuffed) {
-    long i = 0;
-#if defined(__SSE2__)
-    for (; i + 2 <= frames; i += 2) {
-        StoreTwo(out + i,
-                 stuffed ? _mm_unpacklo_pd(_mm_loadu_pd(b + 2 * i), _mm_loadu_pd(b + 2 * i + 2))
-                         : _mm_loadu_pd(b + i));
-    }
-#endif
-    for (; i < frames; ++i) {
-        out[i] = static_cast<Sample>(b[stuffed ? 2 * i : i]);
-    }
-}
-
 // The per-frame loops of the plain path.
 template <typename Sample>
 void FillWorkPlain(const Sample* in, double* b, long frames, bool stuffed) {
@@ -462,6 +422,37 @@ void TakeWorkPlain(const double* b, Sample* out, long frames, bool stuffed) {
     for (long i = 0; i < frames; ++i) {
         out[i] = static_cast<Sample>(b[i * step]);
     }
+}
+
+template <typename Sample>
+void FillWorkSse2(const Sample* in, double* b, long frames, bool stuffed) {
+    long i = 0;
+#if defined(__SSE2__)
+    const __m128d zero = _mm_setzero_pd();
+    for (; i + 2 <= frames; i += 2) {
+        const __m128d x = TwoFrames(in + i);
+        if (stuffed) {
+            _mm_storeu_pd(b + 2 * i, _mm_unpacklo_pd(x, zero));
+            _mm_storeu_pd(b + 2 * i + 2, _mm_unpackhi_pd(x, zero));
+        } else {
+            _mm_storeu_pd(b + i, x);
+        }
+    }
+#endif
+    FillWorkPlain(in + i, b + (stuffed ? 2 * i : i), frames - i, stuffed);
+}
+
+template <typename Sample>
+void TakeWorkSse2(const double* b, Sample* out, long frames, bool stuffed) {
+    long i = 0;
+#if defined(__SSE2__)
+    for (; i + 2 <= frames; i += 2) {
+        StoreTwo(out + i,
+                 stuffed ? _mm_unpacklo_pd(_mm_loadu_pd(b + 2 * i), _mm_loadu_pd(b + 2 * i + 2))
+                         : _mm_loadu_pd(b + i));
+    }
+#endif
+    TakeWorkPlain(b + (stuffed ? 2 * i : i), out + i, frames - i, stuffed);
 }
 
 template <typename Sample>

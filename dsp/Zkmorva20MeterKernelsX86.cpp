@@ -616,14 +616,7 @@ ZK_AVX512 void FillWork512(const Sample* in, double* b, long frames, bool stuffe
             _mm512_storeu_pd(b + i, x);
         }
     }
-    for (; i < frames; ++i) {
-        if (stuffed) {
-            b[2 * i] = static_cast<double>(in[i]);
-            b[2 * i + 1] = 0.0;
-        } else {
-            b[i] = static_cast<double>(in[i]);
-        }
-    }
+    FillWork(Isa::Plain, in + i, b + (stuffed ? 2 * i : i), frames - i, stuffed);
 }
 
 template <typename Sample>
@@ -635,9 +628,7 @@ ZK_AVX512 void TakeWork512(const double* b, Sample* out, long frames, bool stuff
                                                              _mm512_loadu_pd(b + 2 * i + 8))
                                     : _mm512_loadu_pd(b + i));
     }
-    for (; i < frames; ++i) {
-        out[i] = static_cast<Sample>(b[stuffed ? 2 * i : i]);
-    }
+    TakeWork(Isa::Plain, b + (stuffed ? 2 * i : i), out + i, frames - i, stuffed);
 }
 
 } // namespace
