@@ -15,9 +15,12 @@
 //
 // Each lane does exactly the arithmetic of CBiquad::FilterBuffer in the same
 // order (no FMA, no reassociation), so samples and histories are those of the
-// per-section loops bit for bit. While the pipeline fills, lanes whose section
-// has not started keep their history; while it drains, a section's history is
-// taken at its last sample.
+// per-section loops bit for bit. While the pipeline fills, a register whose
+// sections have not started is left out, and a section gets its histories back
+// when it starts; while it drains, a section's history is taken at its last
+// sample and a register whose sections are all done is left out. (Blending the
+// unstarted lanes' histories back every step made the fill cost a fifth of a
+// 512-sample pass.)
 //
 // A pass whose last register is not full leaves its spare slots at the end of
 // the chain with zero coefficients: they compute what nobody reads (the pass's
@@ -42,7 +45,7 @@ namespace zk {
 namespace kernels {
 namespace {
 
-constexpr int kStagger = 2;  // steps between a section and the next
+constexpr int kStagger = 2;  // steps between a section and the next (EdgeStep relies on 2)
 constexpr long kChunk = 512; // frames interleaved per round, on the stack (8 KB)
 
 ZK_KERNEL_TARGET inline bool Runs(const CBiquad* b) {
@@ -115,20 +118,24 @@ ZK_KERNEL_TARGET inline typename V::Reg Output(const Group<V>& p, typename V::Re
     return y;
 }
 
-// Which lanes of register j have started by step n (while the pipeline fills).
-template <class V> ZK_KERNEL_TARGET inline typename V::Mask Started(int j, long n) {
-    bool go[2 * V::kSections];
-    for (int l = 0; l < 2 * V::kSections; ++l) {
-        go[l] = n >= kStagger * (V::kSections * j + l / 2);
+// The lanes of each slot of a register.
+template <class V> struct SlotMasks { typename V::Mask slot[V::kSections]; };
+
+template <class V> ZK_KERNEL_TARGET SlotMasks<V> MakeSlotMasks() {
+    SlotMasks<V> m;
+    for (int k = 0; k < V::kSections; ++k) {
+        bool on[2 * V::kSections] = {};
+        on[2 * k] = on[2 * k + 1] = true;
+        m.slot[k] = V::MaskOf(on);
     }
-    return V::MaskOf(go);
+    return m;
 }
 
-// One step: section s of the pass works on sample n - kStagger s (n % 2 == P);
-// in is the pass's input sample n. Returns the output of the section in slot out
-// of the last register. Filling: lanes of sections not started keep their state.
-template <class V, int G, bool Masked, bool Filling, int P>
-ZK_KERNEL_TARGET inline __m128d Step(Pipe<V, G>& q, const Group<V>* p, __m128d in, long n,
+// One step of every register: section s of the pass works on sample
+// n - kStagger s (n % 2 == P); in is the pass's input sample n. Returns the
+// output of the section in slot out of the last register.
+template <class V, int G, bool Masked, int P>
+ZK_KERNEL_TARGET inline __m128d Step(Pipe<V, G>& q, const Group<V>* p, __m128d in,
                                      typename V::Pick out) {
     constexpr int kOlder = 1 - P;
     __m128d last = _mm_setzero_pd();
@@ -140,19 +147,8 @@ ZK_KERNEL_TARGET inline __m128d Step(Pipe<V, G>& q, const Group<V>* p, __m128d i
                                          : V::Feed(q.y[kOlder][j > 0 ? j - 1 : 0], q.y[kOlder][j]);
         const typename V::Reg y =
             Output<V, Masked>(p[j], x, q.x[P][j], q.x[kOlder][j], q.y[P][j], q.y[kOlder][j]);
-        if constexpr (Filling) {
-            // A lane not started keeps its histories, so they change banks.
-            const typename V::Mask go = Started<V>(j, n);
-            const typename V::Reg x2 = V::Blend(q.x[kOlder][j], q.x[P][j], go);
-            const typename V::Reg y2 = V::Blend(q.y[kOlder][j], q.y[P][j], go);
-            q.x[kOlder][j] = V::Blend(q.x[P][j], x, go);
-            q.y[kOlder][j] = V::Blend(q.y[P][j], y, go);
-            q.x[P][j] = x2;
-            q.y[P][j] = y2;
-        } else {
-            q.x[kOlder][j] = x;
-            q.y[kOlder][j] = y;
-        }
+        q.x[kOlder][j] = x;
+        q.y[kOlder][j] = y;
         if (j == G - 1) {
             last = V::Take(y, out);
         }
@@ -160,11 +156,45 @@ ZK_KERNEL_TARGET inline __m128d Step(Pipe<V, G>& q, const Group<V>* p, __m128d i
     return last;
 }
 
-template <class V, int G, bool Masked, bool Filling>
-ZK_KERNEL_TARGET inline __m128d StepAt(Pipe<V, G>& q, const Group<V>* p, __m128d in, long n,
-                                       typename V::Pick out) {
-    return n % 2 == 0 ? Step<V, G, Masked, Filling, 0>(q, p, in, n, out)
-                      : Step<V, G, Masked, Filling, 1>(q, p, in, n, out);
+// A step while the pipeline fills or drains. A register none of whose sections
+// has started, or all of whose sections have taken their last sample, is left
+// out. When a section starts (step kStagger s, always with P == 0) its lanes get
+// back the histories it had before the block: until then they computed on
+// whatever the lanes before them held, which no one reads.
+template <class V, int G, bool Masked, int P>
+ZK_KERNEL_TARGET inline __m128d EdgeStep(Pipe<V, G>& q, const Pipe<V, G>& before,
+                                         const SlotMasks<V>& slots, const Group<V>* p, __m128d in,
+                                         long n, long count, int sections, typename V::Pick out) {
+    constexpr int kOlder = 1 - P;
+    __m128d last = _mm_setzero_pd();
+#pragma GCC unroll 4
+    for (int j = G - 1; j >= 0; --j) {
+        const int first = V::kSections * j;
+        const int end = first + V::kSections < sections ? first + V::kSections : sections;
+        if (n < kStagger * first || n > count - 1 + kStagger * (end - 1)) {
+            continue;
+        }
+        if constexpr (P == 0) {
+            const long starting = n / kStagger - first;
+            if (starting >= 0 && starting < end - first) {
+                const typename V::Mask m = slots.slot[starting];
+                q.x[0][j] = V::Blend(q.x[0][j], before.x[0][j], m);
+                q.x[1][j] = V::Blend(q.x[1][j], before.x[1][j], m);
+                q.y[0][j] = V::Blend(q.y[0][j], before.y[0][j], m);
+                q.y[1][j] = V::Blend(q.y[1][j], before.y[1][j], m);
+            }
+        }
+        const typename V::Reg x = j == 0 ? V::Feed(in, q.y[kOlder][0])
+                                         : V::Feed(q.y[kOlder][j > 0 ? j - 1 : 0], q.y[kOlder][j]);
+        const typename V::Reg y =
+            Output<V, Masked>(p[j], x, q.x[P][j], q.x[kOlder][j], q.y[P][j], q.y[kOlder][j]);
+        q.x[kOlder][j] = x;
+        q.y[kOlder][j] = y;
+        if (j == G - 1) {
+            last = V::Take(y, out);
+        }
+    }
+    return last;
 }
 
 // The histories of the section in slot section after step n.
@@ -199,29 +229,34 @@ ZK_KERNEL_TARGET void RunPass(__m128d* buf, long count, const StereoStage* const
     for (int j = 0; j < G; ++j) {
         LoadGroup<V>(slot + V::kSections * j, p[j], q.x[0][j], q.x[1][j], q.y[0][j], q.y[1][j]);
     }
+    const Pipe<V, G> before = q;
+    const SlotMasks<V> slots = MakeSlotMasks<V>();
     Taken taken[kSlots];
     const long total = count + kLatency;
     for (long n = 0; n < total;) {
-        if (n >= kLatency && n < count - 1) {
-            // Every section inside the block: the steady state, two steps a
-            // round so that the banks' roles are fixed in the code.
+        if (n > kLatency && n < count - 1) {
+            // Every section started (the last at step kLatency) and inside the
+            // block: the steady state, two steps a round so that the banks'
+            // roles are fixed in the code.
             if (n % 2 != 0) {
-                buf[n - kLatency] = Step<V, G, Masked, false, 1>(q, p, buf[n], n, out);
+                buf[n - kLatency] = Step<V, G, Masked, 1>(q, p, buf[n], out);
                 ++n;
             }
             for (; n + 1 < count - 1; n += 2) {
-                buf[n - kLatency] = Step<V, G, Masked, false, 0>(q, p, buf[n], n, out);
-                buf[n + 1 - kLatency] = Step<V, G, Masked, false, 1>(q, p, buf[n + 1], n + 1, out);
+                buf[n - kLatency] = Step<V, G, Masked, 0>(q, p, buf[n], out);
+                buf[n + 1 - kLatency] = Step<V, G, Masked, 1>(q, p, buf[n + 1], out);
             }
             if (n < count - 1) {
-                buf[n - kLatency] = Step<V, G, Masked, false, 0>(q, p, buf[n], n, out);
+                buf[n - kLatency] = Step<V, G, Masked, 0>(q, p, buf[n], out);
                 ++n;
             }
             continue;
         }
         const __m128d in = n < count ? buf[n] : _mm_setzero_pd();
-        const __m128d y = n < kLatency ? StepAt<V, G, Masked, true>(q, p, in, n, out)
-                                       : StepAt<V, G, Masked, false>(q, p, in, n, out);
+        const __m128d y =
+            n % 2 == 0
+                ? EdgeStep<V, G, Masked, 0>(q, before, slots, p, in, n, count, sections, out)
+                : EdgeStep<V, G, Masked, 1>(q, before, slots, p, in, n, count, sections, out);
         if (n >= kLatency) {
             buf[n - kLatency] = y;
         }
