@@ -44,6 +44,17 @@ struct AvxLanes {
     ZK_KERNEL_TARGET static __m128d Take(Reg r, Pick slot) {
         return slot == 0 ? _mm256_castpd256_pd128(r) : _mm256_extractf128_pd(r, 1);
     }
+    // Two frames: the two channels' pairs unpacked.
+    static constexpr int kWeave = 2;
+    ZK_KERNEL_TARGET static void Weave(const double* left, const double* right, __m128d* frames) {
+        const __m128d l = _mm_loadu_pd(left), r = _mm_loadu_pd(right);
+        frames[0] = _mm_unpacklo_pd(l, r);
+        frames[1] = _mm_unpackhi_pd(l, r);
+    }
+    ZK_KERNEL_TARGET static void Unweave(const __m128d* frames, double* left, double* right) {
+        _mm_storeu_pd(left, _mm_unpacklo_pd(frames[0], frames[1]));
+        _mm_storeu_pd(right, _mm_unpackhi_pd(frames[0], frames[1]));
+    }
 };
 
 } // namespace

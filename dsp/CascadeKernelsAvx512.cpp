@@ -56,6 +56,20 @@ struct Avx512Lanes {
         return _mm512_castsi512_pd(_mm512_maskz_alignr_epi64(0xFF, _mm512_castpd_si512(high),
                                                              _mm512_castpd_si512(low), 6));
     }
+    // Four frames: a permutation of both channels' four samples each way.
+    static constexpr int kWeave = 4;
+    ZK_KERNEL_TARGET static void Weave(const double* left, const double* right, __m128d* frames) {
+        const __m512i order = _mm512_set_epi64(11, 3, 10, 2, 9, 1, 8, 0);
+        const Reg l = _mm512_maskz_loadu_pd(0x0F, left), r = _mm512_maskz_loadu_pd(0x0F, right);
+        _mm512_storeu_pd(reinterpret_cast<double*>(frames), _mm512_permutex2var_pd(l, order, r));
+    }
+    ZK_KERNEL_TARGET static void Unweave(const __m128d* frames, double* left, double* right) {
+        const __m512i order = _mm512_set_epi64(7, 5, 3, 1, 6, 4, 2, 0);
+        const Reg both = _mm512_maskz_permutexvar_pd(
+            0xFF, order, _mm512_loadu_pd(reinterpret_cast<const double*>(frames)));
+        _mm512_mask_storeu_pd(left, 0x0F, both);
+        _mm256_storeu_pd(right, _mm512_maskz_extractf64x4_pd(0x0F, both, 1));
+    }
 };
 
 } // namespace
