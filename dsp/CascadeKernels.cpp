@@ -332,12 +332,37 @@ void FilterCascadeStereoAvx(const StereoStage* stages, int stageCount, double* l
 
 } // namespace kernels
 
-void FilterCascade(CBiquad* const* sections, int sectionCount, double* buffer, long count) {
-    if (kernels::HaveAvx()) {
-        kernels::FilterCascadeAvx(sections, sectionCount, buffer, count);
-    } else {
-        kernels::FilterCascadeBaseline(sections, sectionCount, buffer, count);
+namespace kernels {
+
+void FilterCascadeOnStereoPass(CBiquad* const* sections, int sectionCount, double* buffer,
+                               long count) {
+    using StereoPass = void (*)(const StereoStage*, int, double*, double*, long);
+    const StereoPass pass = HaveAvx512() ? FilterCascadeStereoAvx512
+                            : HaveAvx()  ? FilterCascadeStereoAvx
+                                         : nullptr;
+    if (pass == nullptr) {
+        FilterCascadeBaseline(sections, sectionCount, buffer, count);
+        return;
     }
+    constexpr int kBatch = 32;           // stages per call
+    constexpr long kSpan = 512;          // samples per call
+    alignas(64) double idle[kSpan] = {}; // the second lane: no section runs on it
+    for (int first = 0; first < sectionCount; first += kBatch) {
+        StereoStage stages[kBatch];
+        const int n = sectionCount - first < kBatch ? sectionCount - first : kBatch;
+        for (int k = 0; k < n; ++k) {
+            stages[k] = {{sections[first + k], nullptr}};
+        }
+        for (long start = 0; start < count; start += kSpan) {
+            pass(stages, n, buffer + start, idle, count - start < kSpan ? count - start : kSpan);
+        }
+    }
+}
+
+} // namespace kernels
+
+void FilterCascade(CBiquad* const* sections, int sectionCount, double* buffer, long count) {
+    kernels::FilterCascadeOnStereoPass(sections, sectionCount, buffer, count);
 }
 
 void FilterCascadeStereo(const StereoStage* stages, int stageCount, double* left, double* right,

@@ -38,6 +38,12 @@ void FilterCascadeStereo(const StereoStage* stages, int stageCount, double* left
 namespace kernels {
 bool HaveAvx();
 bool HaveAvx512();
+// The mono chain on the widest two-channel pass the processor runs, its second
+// lane idle: the staggered sections keep several feedback loops in flight where
+// the mono pass waits on one (measured 2 to 2.5 times faster with AVX-512).
+// Without AVX it is the baseline.
+void FilterCascadeOnStereoPass(CBiquad* const* sections, int sectionCount, double* buffer,
+                               long count);
 void FilterCascadeBaseline(CBiquad* const* sections, int sectionCount, double* buffer, long count);
 void FilterCascadeAvx(CBiquad* const* sections, int sectionCount, double* buffer, long count);
 void FilterCascadeStereoBaseline(const StereoStage* stages, int stageCount, double* left,
