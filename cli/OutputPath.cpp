@@ -22,7 +22,7 @@ mode_t CurrentUmask() {
 }
 } // namespace
 
-TemporaryFile CreateTemporaryBeside(const fs::path& target) {
+void CheckOutputTarget(const fs::path& target) {
     std::error_code ec;
     if (fs::is_directory(target, ec)) {
         throw CliError("output " + target.string() + " is a folder");
@@ -32,6 +32,11 @@ TemporaryFile CreateTemporaryBeside(const fs::path& target) {
         throw CliError("cannot write output " + target.string() + ": folder " + folder.string() +
                        " does not exist");
     }
+}
+
+TemporaryFile CreateTemporaryBeside(const fs::path& target) {
+    CheckOutputTarget(target);
+    const fs::path folder = target.has_parent_path() ? target.parent_path() : fs::path(".");
     std::string pattern =
         (folder / ("." + target.filename().string() + ".zkmorva-XXXXXX")).string();
     std::vector<char> buffer(pattern.begin(), pattern.end());

@@ -13,6 +13,9 @@ struct TemporaryFile {
     std::filesystem::path path;
 };
 
+// Throws CliError naming `target` when it is a folder or its folder does not
+// exist: checked before work whose result could not be written.
+void CheckOutputTarget(const std::filesystem::path& target);
 // Creates ".<name>.zkmorva-XXXXXX" beside `target`; throws CliError naming the target
 // (missing folder, no permission, target is a folder).
 TemporaryFile CreateTemporaryBeside(const std::filesystem::path& target);

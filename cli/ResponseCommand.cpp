@@ -87,6 +87,13 @@ int ResponseCommand(std::span<const std::string> args, Console console) {
         throw CliError("response takes no files (use --png FILE for a plot)");
     }
     const std::optional<Preset> preset = LoadPresetOption(a);
+    if (a.Has("png")) {
+        // Before the measuring and drawing, which would otherwise be lost.
+        CheckOutputTarget(a.Value("png"));
+        if (preset) {
+            CheckNotInput(a.Value("png"), a.Value("preset"));
+        }
+    }
     const UnitKind& kind = ResolveUnit(a, preset ? &*preset : nullptr);
     const unsigned points = a.Has("points") ? ParseCount("points", a.Value("points"), 2, 2000) : 61;
     const unsigned rate =
