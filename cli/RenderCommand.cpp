@@ -121,6 +121,9 @@ int RenderCommand(std::span<const std::string> args, Console console) {
                        " files given)");
     }
     request.preset = LoadPresetOption(a);
+    if (request.preset) {
+        CheckNotInput(request.output, a.Value("preset")); // the preset is an input too
+    }
     request.unit = &ResolveUnit(a, request.preset ? &*request.preset : nullptr);
     request.assignments = a.Values("set");
     request.listen = a.Value("listen");

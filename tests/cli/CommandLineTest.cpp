@@ -125,11 +125,14 @@ TEST_F(CommandLine, UnwritableOutput) {
     ExpectRefused(
         {"response", "--png", (dir / "no-such-folder" / "r.png").string(), "--points", "2"},
         {"no-such-folder"}, {"in.wav", "taken"});
-    // A plot over the preset it was measured from is refused; the preset stays.
+    // A plot or a rendering over the preset it comes from is refused; the preset
+    // stays as it was.
     const fs::path preset = dir / "p.aupreset";
     ASSERT_EQ(RunZkmorva({"preset", "write", preset.string()}, dir.path).status, 0);
     const std::string presetBytes = FileBytes(preset);
     ExpectRefused({"response", "--preset", preset.string(), "--png", preset.string()},
+                  {"p.aupreset", "never overwritten"}, {"in.wav", "p.aupreset", "taken"});
+    ExpectRefused({"render", In(), preset.string(), "--preset", preset.string(), "--format", "wav"},
                   {"p.aupreset", "never overwritten"}, {"in.wav", "p.aupreset", "taken"});
     EXPECT_EQ(FileBytes(preset), presetBytes);
 }
