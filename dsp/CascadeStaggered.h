@@ -131,27 +131,36 @@ template <class V> ZK_KERNEL_TARGET SlotMasks<V> MakeSlotMasks() {
     return m;
 }
 
+// Register j's part of a step (n % 2 == P): its inputs from kStagger steps ago,
+// the difference equation, the histories' banks; the last register's output
+// slot into last.
+template <class V, int G, bool Masked, int P>
+ZK_KERNEL_TARGET inline void StepRegister(Pipe<V, G>& q, const Group<V>* p, int j, __m128d in,
+                                          typename V::Pick out, __m128d& last) {
+    constexpr int kOlder = 1 - P;
+    const typename V::Reg x = j == 0 ? V::Feed(in, q.y[kOlder][0])
+                                     : V::Feed(q.y[kOlder][j > 0 ? j - 1 : 0], q.y[kOlder][j]);
+    const typename V::Reg y =
+        Output<V, Masked>(p[j], x, q.x[P][j], q.x[kOlder][j], q.y[P][j], q.y[kOlder][j]);
+    q.x[kOlder][j] = x;
+    q.y[kOlder][j] = y;
+    if (j == G - 1) {
+        last = V::Take(y, out);
+    }
+}
+
 // One step of every register: section s of the pass works on sample
 // n - kStagger s (n % 2 == P); in is the pass's input sample n. Returns the
 // output of the section in slot out of the last register.
 template <class V, int G, bool Masked, int P>
 ZK_KERNEL_TARGET inline __m128d Step(Pipe<V, G>& q, const Group<V>* p, __m128d in,
                                      typename V::Pick out) {
-    constexpr int kOlder = 1 - P;
     __m128d last = _mm_setzero_pd();
     // From the last register down, so that each reads its predecessor's
     // outputs of kStagger steps ago before they are overwritten.
 #pragma GCC unroll 4
     for (int j = G - 1; j >= 0; --j) {
-        const typename V::Reg x = j == 0 ? V::Feed(in, q.y[kOlder][0])
-                                         : V::Feed(q.y[kOlder][j > 0 ? j - 1 : 0], q.y[kOlder][j]);
-        const typename V::Reg y =
-            Output<V, Masked>(p[j], x, q.x[P][j], q.x[kOlder][j], q.y[P][j], q.y[kOlder][j]);
-        q.x[kOlder][j] = x;
-        q.y[kOlder][j] = y;
-        if (j == G - 1) {
-            last = V::Take(y, out);
-        }
+        StepRegister<V, G, Masked, P>(q, p, j, in, out, last);
     }
     return last;
 }
@@ -165,7 +174,6 @@ template <class V, int G, bool Masked, int P>
 ZK_KERNEL_TARGET inline __m128d EdgeStep(Pipe<V, G>& q, const Pipe<V, G>& before,
                                          const SlotMasks<V>& slots, const Group<V>* p, __m128d in,
                                          long n, long count, int sections, typename V::Pick out) {
-    constexpr int kOlder = 1 - P;
     __m128d last = _mm_setzero_pd();
 #pragma GCC unroll 4
     for (int j = G - 1; j >= 0; --j) {
@@ -184,15 +192,7 @@ ZK_KERNEL_TARGET inline __m128d EdgeStep(Pipe<V, G>& q, const Pipe<V, G>& before
                 q.y[1][j] = V::Blend(q.y[1][j], before.y[1][j], m);
             }
         }
-        const typename V::Reg x = j == 0 ? V::Feed(in, q.y[kOlder][0])
-                                         : V::Feed(q.y[kOlder][j > 0 ? j - 1 : 0], q.y[kOlder][j]);
-        const typename V::Reg y =
-            Output<V, Masked>(p[j], x, q.x[P][j], q.x[kOlder][j], q.y[P][j], q.y[kOlder][j]);
-        q.x[kOlder][j] = x;
-        q.y[kOlder][j] = y;
-        if (j == G - 1) {
-            last = V::Take(y, out);
-        }
+        StepRegister<V, G, Masked, P>(q, p, j, in, out, last);
     }
     return last;
 }
