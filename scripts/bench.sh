@@ -12,8 +12,9 @@ here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 top=$(dirname "$here")
 build=${ZK_BENCH_BUILD_DIR:-$top/build-bench}
 reps=5
+pairs=9
 peer_seconds=2
-if [ "${1:-}" = "--quick" ]; then reps=3; peer_seconds=0.5; fi
+if [ "${1:-}" = "--quick" ]; then reps=3; pairs=3; peer_seconds=0.5; fi
 
 mapfile -t wanted < <(grep -h -v -E '^\s*(#|$)' "$here/packages.txt" "$here/packages-bench.txt")
 missing=()
@@ -44,6 +45,18 @@ echo "bench: processors"
 "$build/bench/zk_bench_dsp" "${common[@]}" --benchmark_filter='Processor' >"$out/processors.json"
 echo "bench: units"
 "$build/bench/zk_bench_units" "${common[@]}" >"$out/units.json"
+# The limit and our unit in alternation, one short run each: this machine's speed
+# drifts over minutes (shared cores), so a ratio of two runs taken minutes apart
+# moves with it; each pair here is seconds apart.
+echo "bench: limit ratio, paired runs"
+runs_line() { python3 -c 'import json,sys; print(json.dumps(json.load(sys.stdin)["benchmarks"]))'; }
+: >"$out/paired.jsonl"
+for _ in $(seq "$pairs"); do
+    "$build/bench/zk_bench_limit" --benchmark_filter='Avx2|Avx512' --benchmark_min_time=0.2 \
+        --benchmark_format=json | runs_line >>"$out/paired.jsonl"
+    "$build/bench/zk_bench_units" --benchmark_filter='Zkmorva20Unit/48000Hz/all' \
+        --benchmark_min_time=0.2 --benchmark_format=json | runs_line >>"$out/paired.jsonl"
+done
 echo "bench: peers"
 if [ -n "${ZK_LV2_DIR:-}" ]; then
     # Only the bundles: a build's bin/ also holds the JACK apps, which lilv

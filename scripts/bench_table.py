@@ -44,6 +44,10 @@ def main(d):
                 line += f" {ops / widths[k] / ns:10.2f}"
         print(line)
 
+    paired = d / "paired.jsonl"
+    if paired.exists():
+        print_paired(paired.read_text().splitlines())
+
     def find(*parts):
         for n, b in ours.items():
             if all(p in n for p in parts) and "plain" not in n:
@@ -70,6 +74,33 @@ def main(d):
         print(f"{name:28} {ns:9.1f} {ns * RATE * 1e-7:7.3f} {ns / ref_all:12.2f} {ns / ref_flat:13.2f}")
     for n in notes:
         print(n)
+
+
+def print_paired(lines):
+    """Limit ratios of the Zkmorva 20 unit, all active at 48 kHz, each from a limit
+    run and a unit run taken one right after the other."""
+    ratios = {"Avx2": [], "Avx512": []}
+    limit = None
+    for line in lines:
+        runs = json.loads(line)
+        names = {b["name"]: b for b in runs if not b.get("error_occurred")}
+        if any(n.startswith("BM_Limit_") for n in names):
+            limit = {k: names[f"BM_Limit_{k}"]["ops/ns"] for k in ratios
+                     if f"BM_Limit_{k}" in names}
+            continue
+        unit = next((b for n, b in names.items() if n.startswith("Zkmorva20Unit")), None)
+        if unit is None or limit is None:
+            continue
+        for k, ops_per_ns in limit.items():
+            ratios[k].append(unit["ops/frame"] / ops_per_ns / unit["ns/frame"])
+        limit = None
+    print("\nLimit ratio of the Zkmorva 20 unit, all active at 48 kHz, from paired runs "
+          "(limit run, then unit run, seconds apart):")
+    for k, r in ratios.items():
+        if r:
+            r = sorted(r)
+            print(f"  of {k:6} median {r[len(r) // 2]:.2f}  (lowest {r[0]:.2f}, highest {r[-1]:.2f},"
+                  f" {len(r)} pairs)")
 
 
 if __name__ == "__main__":
