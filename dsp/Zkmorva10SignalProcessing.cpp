@@ -38,7 +38,8 @@ CZkmorva10SignalProcessing::CZkmorva10SignalProcessing()
       hpFilter(processSampleRate, CZkmorvaHpLpFilter::kHighPass),
       lpFilter(processSampleRate, CZkmorvaHpLpFilter::kLowPass),
       bassShifter(processSampleRate, CZkmorvaShifter::kBass),
-      presenceShifter(processSampleRate, CZkmorvaShifter::kPresence) {
+      presenceShifter(processSampleRate, CZkmorvaShifter::kPresence),
+      pairSections(SectionList::kCapacity, CBiquad(processSampleRate)) {
     CZkmorva10SignalProcessing::InitParameters();
 }
 
@@ -113,7 +114,8 @@ void CZkmorva10SignalProcessing::AllocateWorkBuffer(long maxFrames) {
         return;
     }
     const long perFrame = oversampling ? 2 : 1;
-    workStorage.assign(static_cast<std::size_t>(maxFrames * perFrame), 0.0);
+    // Two channels' room: a pair of channels runs side by side.
+    workStorage.assign(static_cast<std::size_t>(2 * maxFrames * perFrame), 0.0);
     workBuffer = workStorage.data();
 }
 
@@ -124,7 +126,7 @@ void CZkmorva10SignalProcessing::ReleaseWorkBuffer() {
 }
 
 long CZkmorva10SignalProcessing::GetWorkBufferFrames() const {
-    return static_cast<long>(workStorage.size()) / (oversampling ? 2 : 1);
+    return static_cast<long>(workStorage.size()) / 2 / (oversampling ? 2 : 1);
 }
 
 void CZkmorva10SignalProcessing::ProcessFloats(float** in, float** out, long frames) {
@@ -156,27 +158,34 @@ void CZkmorva10SignalProcessing::ProcessBlock(const Sample* in, Sample* out, lon
         const long n = std::min(room, frames - done);
         const Sample* src = in + done;
         Sample* dst = out + done;
-        if (oversampling) {
-            // Zero-stuffing; the chain doubles the samples to make up for it.
-            for (long i = 0; i < n; ++i) {
-                x[2 * i] = static_cast<double>(src[i]);
-                x[2 * i + 1] = 0.0;
-            }
-            ProcessSampleBuffer(2 * n);
-            // Plain decimation with no filter before it; intended.
-            for (long i = 0; i < n; ++i) {
-                dst[i] = static_cast<Sample>(x[2 * i]);
-            }
-        } else {
-            for (long i = 0; i < n; ++i) {
-                x[i] = static_cast<double>(src[i]);
-            }
-            ProcessSampleBuffer(n);
-            for (long i = 0; i < n; ++i) {
-                dst[i] = static_cast<Sample>(x[i]);
-            }
-        }
+        FillWork(src, x, n);
+        ProcessSampleBuffer(oversampling ? 2 * n : n);
+        TakeWork(x, dst, n);
         done += n;
+    }
+}
+
+template <typename Sample>
+void CZkmorva10SignalProcessing::FillWork(const Sample* in, double* x, long frames) const {
+    if (oversampling) {
+        // Zero-stuffing; the chain doubles the samples to make up for it.
+        for (long i = 0; i < frames; ++i) {
+            x[2 * i] = static_cast<double>(in[i]);
+            x[2 * i + 1] = 0.0;
+        }
+    } else {
+        for (long i = 0; i < frames; ++i) {
+            x[i] = static_cast<double>(in[i]);
+        }
+    }
+}
+
+template <typename Sample>
+void CZkmorva10SignalProcessing::TakeWork(const double* x, Sample* out, long frames) const {
+    // Plain decimation with no filter before it; intended.
+    const long step = oversampling ? 2 : 1;
+    for (long i = 0; i < frames; ++i) {
+        out[i] = static_cast<Sample>(x[step * i]);
     }
 }
 
@@ -201,9 +210,39 @@ void CZkmorva10SignalProcessing::ProcessSampleBuffer(long count) {
         return;
     }
     double* x = workBuffer;
+    RunInputStage(x, count);
+    if (plainFilterLoops) {
+        RunPlainChain(x, count);
+    } else {
+        // The band limit and the chain as one list of sections in a fused pass.
+        SectionList list;
+        if (!autoListenActive) {
+            CollectChain(list);
+        } else {
+            if (oversampling) {
+                list.AddAll(aiFilter);
+            }
+            if (eqOn && zk10::ListenControlFor(autoListenParam).kind == zk10::kFrequencyControl) {
+                RunSections(list, x, count);
+                list.count = 0;
+                autoListenFilter.FilterBufferAndInvert(x, count);
+            } else if (eqOn) {
+                CollectAutoListenChain(list);
+            }
+        }
+        RunSections(list, x, count);
+    }
+    // A NaN or infinity from the input stays in every running section's history
+    // for good, so a block that ends non-finite clears the history (and the meters
+    // it reached); finite blocks are not touched.
+    if (!RunOutputStage(x, count)) {
+        ClearFilterHistory();
+    }
+}
+
+void CZkmorva10SignalProcessing::RunInputStage(double* x, long count) {
     const float attack = meterAttack;
     const float release = meterRelease;
-
     float peak = inputPeak.load(std::memory_order_relaxed);
     float meter = inputMeter.load(std::memory_order_relaxed);
     const double gainIn = inputGain;
@@ -238,30 +277,13 @@ void CZkmorva10SignalProcessing::ProcessSampleBuffer(long count) {
             x[i] = x[i] * 2.0;
         }
     }
-    if (plainFilterLoops) {
-        RunPlainChain(x, count);
-    } else {
-        // The band limit and the chain as one list of sections in a fused pass.
-        SectionList list;
-        if (oversampling) {
-            list.AddAll(aiFilter);
-        }
-        if (eqOn) {
-            if (!autoListenActive) {
-                CollectNormalChain(list);
-            } else if (zk10::ListenControlFor(autoListenParam).kind == zk10::kFrequencyControl) {
-                RunSections(list, x, count);
-                list.count = 0;
-                autoListenFilter.FilterBufferAndInvert(x, count);
-            } else {
-                CollectAutoListenChain(list);
-            }
-        }
-        RunSections(list, x, count);
-    }
+}
 
-    peak = outputPeak.load(std::memory_order_relaxed);
-    meter = outputMeter.load(std::memory_order_relaxed);
+bool CZkmorva10SignalProcessing::RunOutputStage(double* x, long count) {
+    const float attack = meterAttack;
+    const float release = meterRelease;
+    float peak = outputPeak.load(std::memory_order_relaxed);
+    float meter = outputMeter.load(std::memory_order_relaxed);
     const double gainOut = outputGain * autoListenGain;
     for (long i = 0; i < count; ++i) {
         const double v = x[i] * gainOut;
@@ -269,14 +291,80 @@ void CZkmorva10SignalProcessing::ProcessSampleBuffer(long count) {
         peak = std::fabs(static_cast<float>(v));
         meter = FollowMeter(peak, meter, attack, release);
     }
-    // A NaN or infinity from the input stays in every running section's history
-    // for good, so a block that ends non-finite clears the history (and the meters
-    // it reached); finite blocks are not touched.
-    if (count > 0 && !std::isfinite(x[count - 1])) {
-        ClearFilterHistory();
-    }
     outputPeak.store(std::isfinite(peak) ? peak : 0.0f, std::memory_order_relaxed);
     outputMeter.store(std::isfinite(meter) ? meter : 0.0f, std::memory_order_relaxed);
+    return count < 1 || std::isfinite(x[count - 1]);
+}
+
+// ---------------------------------------------------------------- channel pairs
+
+bool CZkmorva10SignalProcessing::CanProcessPair(long frames) const {
+    return workBuffer != nullptr && !bypass && !plainFilterLoops && !autoListenActive &&
+           !HasOwnNoise() && frames >= 1 && frames <= GetWorkBufferFrames();
+}
+
+void CZkmorva10SignalProcessing::BeginSecondChannel() {
+    pairList.count = 0;
+    CollectChain(pairList);
+    for (int k = 0; k < pairList.count; ++k) {
+        pairSections[static_cast<std::size_t>(k)] = *pairList.section[static_cast<std::size_t>(k)];
+    }
+    pairNoiseSeed = noiseSeed;
+    pairEndsFinite = true;
+}
+
+void CZkmorva10SignalProcessing::ProcessFloatsPair(float** in, float** out, long frames) {
+    ProcessPair(in, out, frames);
+}
+
+void CZkmorva10SignalProcessing::ProcessDoublesPair(double** in, double** out, long frames) {
+    ProcessPair(in, out, frames);
+}
+
+template <typename Sample>
+void CZkmorva10SignalProcessing::ProcessPair(Sample** in, Sample** out, long frames) {
+    if (!CanProcessPair(frames)) {
+        return;
+    }
+    CDenormalGuard guard;
+    const long count = oversampling ? 2 * frames : frames;
+    double* x[2] = {workBuffer, workBuffer + count};
+    for (int ch = 0; ch < 2; ++ch) {
+        FillWork(in[ch], x[ch], frames);
+    }
+    // Each channel's input stage in turn, with its own noise (the meters follow
+    // channel 1, then channel 2, as when the channels run one after the other).
+    RunInputStage(x[0], count);
+    std::swap(noiseSeed, pairNoiseSeed);
+    RunInputStage(x[1], count);
+    std::swap(noiseSeed, pairNoiseSeed);
+
+    std::array<zk::StereoStage, SectionList::kCapacity> stages;
+    for (int k = 0; k < pairList.count; ++k) {
+        const auto i = static_cast<std::size_t>(k);
+        stages[i] = {{pairList.section[i], &pairSections[i]}};
+    }
+    zk::FilterCascadeStereo(stages.data(), pairList.count, x[0], x[1], count);
+
+    if (!RunOutputStage(x[0], count)) {
+        ClearFilterHistory();
+    }
+    pairEndsFinite = RunOutputStage(x[1], count);
+    for (int ch = 0; ch < 2; ++ch) {
+        TakeWork(x[ch], out[ch], frames);
+    }
+}
+
+void CZkmorva10SignalProcessing::EndSecondChannel() {
+    noiseSeed = pairNoiseSeed;
+    if (!pairEndsFinite) {
+        ClearFilterHistory();
+        return;
+    }
+    for (int k = 0; k < pairList.count; ++k) {
+        const auto i = static_cast<std::size_t>(k);
+        pairList.section[i]->State() = pairSections[i].State();
+    }
 }
 
 void CZkmorva10SignalProcessing::RunSections(const SectionList& list, double* x, long count) {
@@ -329,6 +417,16 @@ void CZkmorva10SignalProcessing::RunPlainChain(double* x, long count) {
     }
     if (IsLowPassActive()) {
         lpFilter.FilterBufferReference(x, count);
+    }
+}
+
+// The band limit and, with the EQ on, the normal chain.
+void CZkmorva10SignalProcessing::CollectChain(SectionList& list) {
+    if (oversampling) {
+        list.AddAll(aiFilter);
+    }
+    if (eqOn) {
+        CollectNormalChain(list);
     }
 }
 
