@@ -116,12 +116,15 @@ void CZkmorva10SignalProcessing::AllocateWorkBuffer(long maxFrames) {
     const long perFrame = oversampling ? 2 : 1;
     // Two channels' room: a pair of channels runs side by side.
     workStorage.assign(static_cast<std::size_t>(2 * maxFrames * perFrame), 0.0);
+    meterLevels.assign(static_cast<std::size_t>(4 * maxFrames * perFrame), 0.0f);
     workBuffer = workStorage.data();
 }
 
 void CZkmorva10SignalProcessing::ReleaseWorkBuffer() {
     workStorage.clear();
     workStorage.shrink_to_fit();
+    meterLevels.clear();
+    meterLevels.shrink_to_fit();
     workBuffer = nullptr;
 }
 
@@ -210,7 +213,9 @@ void CZkmorva10SignalProcessing::ProcessSampleBuffer(long count) {
         return;
     }
     double* x = workBuffer;
-    RunInputStage(x, count);
+    float* levelsIn = meterLevels.data();
+    float* levelsOut = levelsIn + count;
+    RunInputStage(x, count, levelsIn);
     if (plainFilterLoops) {
         RunPlainChain(x, count);
     } else {
@@ -235,43 +240,37 @@ void CZkmorva10SignalProcessing::ProcessSampleBuffer(long count) {
     // A NaN or infinity from the input stays in every running section's history
     // for good, so a block that ends non-finite clears the history (and the meters
     // it reached); finite blocks are not touched.
-    if (!RunOutputStage(x, count)) {
+    if (!RunOutputStage(x, count, levelsOut)) {
         ClearFilterHistory();
     }
+    FollowMeters(levelsIn, levelsOut, count);
 }
 
-void CZkmorva10SignalProcessing::RunInputStage(double* x, long count) {
-    const float attack = meterAttack;
-    const float release = meterRelease;
-    float peak = inputPeak.load(std::memory_order_relaxed);
-    float meter = inputMeter.load(std::memory_order_relaxed);
+void CZkmorva10SignalProcessing::RunInputStage(double* x, long count, float* levels) {
     const double gainIn = inputGain;
     const double polarity = phase;
-    // The noise a round at a time, unless the unit has a noise of its own (then
-    // it is called once per sample, as the plain loops do).
-    const bool blockNoise = !plainFilterLoops && !HasOwnNoise();
-    constexpr long kNoiseRound = 256;
-    double noise[kNoiseRound];
-    for (long start = 0; start < count; start += kNoiseRound) {
-        const long n = std::min(kNoiseRound, count - start);
-        if (blockNoise) {
-            NextNoise(noise, n);
+    if (plainFilterLoops || HasOwnNoise()) {
+        // The unit's own noise, or the plain loops: a call per sample.
+        for (long i = 0; i < count; ++i) {
+            double v = x[i] * gainIn * polarity;
+            levels[i] = std::fabs(static_cast<float>(v));
+            add_white_noise(&v);
+            x[i] = v;
         }
-        for (long i = 0; i < n; ++i) {
-            double v = x[start + i] * gainIn * polarity;
-            peak = std::fabs(static_cast<float>(v));
-            meter = FollowMeter(peak, meter, attack, release);
-            if (blockNoise) {
-                v += noise[i];
-            } else {
-                add_white_noise(&v);
+    } else {
+        // The same noise a round at a time (and the sample kept in a register).
+        constexpr long kNoiseRound = 256;
+        double noise[kNoiseRound];
+        for (long start = 0; start < count; start += kNoiseRound) {
+            const long n = std::min(kNoiseRound, count - start);
+            NextNoise(noise, n);
+            for (long i = 0; i < n; ++i) {
+                const double v = x[start + i] * gainIn * polarity;
+                levels[start + i] = std::fabs(static_cast<float>(v));
+                x[start + i] = v + noise[i];
             }
-            x[start + i] = v;
         }
     }
-    inputPeak.store(std::isfinite(peak) ? peak : 0.0f, std::memory_order_relaxed);
-    inputMeter.store(std::isfinite(meter) ? meter : 0.0f, std::memory_order_relaxed);
-
     if (oversampling) {
         for (long i = 0; i < count; ++i) {
             x[i] = x[i] * 2.0;
@@ -279,21 +278,38 @@ void CZkmorva10SignalProcessing::RunInputStage(double* x, long count) {
     }
 }
 
-bool CZkmorva10SignalProcessing::RunOutputStage(double* x, long count) {
-    const float attack = meterAttack;
-    const float release = meterRelease;
-    float peak = outputPeak.load(std::memory_order_relaxed);
-    float meter = outputMeter.load(std::memory_order_relaxed);
+bool CZkmorva10SignalProcessing::RunOutputStage(double* x, long count, float* levels) {
     const double gainOut = outputGain * autoListenGain;
     for (long i = 0; i < count; ++i) {
         const double v = x[i] * gainOut;
         x[i] = v;
-        peak = std::fabs(static_cast<float>(v));
-        meter = FollowMeter(peak, meter, attack, release);
+        levels[i] = std::fabs(static_cast<float>(v));
     }
-    outputPeak.store(std::isfinite(peak) ? peak : 0.0f, std::memory_order_relaxed);
-    outputMeter.store(std::isfinite(meter) ? meter : 0.0f, std::memory_order_relaxed);
     return count < 1 || std::isfinite(x[count - 1]);
+}
+
+// The input and output meters over one channel's levels in one loop: two
+// independent chains that each wait on a multiply per sample overlap. What is
+// not finite at the end starts again from zero.
+void CZkmorva10SignalProcessing::FollowMeters(const float* in, const float* out, long count) {
+    const float attack = meterAttack;
+    const float release = meterRelease;
+    float inMeter = inputMeter.load(std::memory_order_relaxed);
+    float outMeter = outputMeter.load(std::memory_order_relaxed);
+    float inPeak = inputPeak.load(std::memory_order_relaxed);
+    float outPeak = outputPeak.load(std::memory_order_relaxed);
+    for (long i = 0; i < count; ++i) {
+        inMeter = FollowMeter(in[i], inMeter, attack, release);
+        outMeter = FollowMeter(out[i], outMeter, attack, release);
+    }
+    if (count > 0) {
+        inPeak = in[count - 1];
+        outPeak = out[count - 1];
+    }
+    inputPeak.store(std::isfinite(inPeak) ? inPeak : 0.0f, std::memory_order_relaxed);
+    inputMeter.store(std::isfinite(inMeter) ? inMeter : 0.0f, std::memory_order_relaxed);
+    outputPeak.store(std::isfinite(outPeak) ? outPeak : 0.0f, std::memory_order_relaxed);
+    outputMeter.store(std::isfinite(outMeter) ? outMeter : 0.0f, std::memory_order_relaxed);
 }
 
 // ---------------------------------------------------------------- channel pairs
@@ -334,9 +350,13 @@ void CZkmorva10SignalProcessing::ProcessPair(Sample** in, Sample** out, long fra
     }
     // Each channel's input stage in turn, with its own noise (the meters follow
     // channel 1, then channel 2, as when the channels run one after the other).
-    RunInputStage(x[0], count);
+    float* levels[4];
+    for (int k = 0; k < 4; ++k) {
+        levels[k] = meterLevels.data() + k * count; // in 1, in 2, out 1, out 2
+    }
+    RunInputStage(x[0], count, levels[0]);
     std::swap(noiseSeed, pairNoiseSeed);
-    RunInputStage(x[1], count);
+    RunInputStage(x[1], count, levels[1]);
     std::swap(noiseSeed, pairNoiseSeed);
 
     std::array<zk::StereoStage, SectionList::kCapacity> stages;
@@ -346,10 +366,12 @@ void CZkmorva10SignalProcessing::ProcessPair(Sample** in, Sample** out, long fra
     }
     zk::FilterCascadeStereo(stages.data(), pairList.count, x[0], x[1], count);
 
-    if (!RunOutputStage(x[0], count)) {
+    if (!RunOutputStage(x[0], count, levels[2])) {
         ClearFilterHistory();
     }
-    pairEndsFinite = RunOutputStage(x[1], count);
+    pairEndsFinite = RunOutputStage(x[1], count, levels[3]);
+    FollowMeters(levels[0], levels[2], count);
+    FollowMeters(levels[1], levels[3], count);
     for (int ch = 0; ch < 2; ++ch) {
         TakeWork(x[ch], out[ch], frames);
     }

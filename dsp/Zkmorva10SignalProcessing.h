@@ -139,10 +139,12 @@ private:
     // Host frames into work samples (zero-stuffed while oversampling) and back.
     template <typename Sample> void FillWork(const Sample* in, double* x, long frames) const;
     template <typename Sample> void TakeWork(const double* x, Sample* out, long frames) const;
-    // Input gain, polarity, meters and noise (and the zero-stuffing's make-up);
-    // output gain and meters, false where the block ends non-finite.
-    void RunInputStage(double* x, long count);
-    bool RunOutputStage(double* x, long count);
+    // Input gain, polarity and noise (and the zero-stuffing's make-up); output
+    // gain, false where the block ends non-finite. Both write the levels their
+    // meters follow.
+    void RunInputStage(double* x, long count, float* levels);
+    bool RunOutputStage(double* x, long count, float* levels);
+    void FollowMeters(const float* in, const float* out, long count);
     // The sections one block runs, in order: band limit, then the chain.
     struct SectionList {
         static constexpr int kCapacity = 32; // 10 band-limit + at most 15 chain sections
@@ -172,6 +174,7 @@ private:
     std::atomic<float> outputMeter{0.0f};
 
     std::vector<double> workStorage;
+    std::vector<float> meterLevels; // a block's levels for the meters, per stage and channel
     double* workBuffer = nullptr;
 
     // Created at the processing rate of construction time; UpdateSampleRate
