@@ -31,13 +31,9 @@ struct AvxLanes {
     ZK_KERNEL_TARGET static Reg Blend(Reg keep, Reg take, Mask m) {
         return _mm256_blendv_pd(keep, take, m);
     }
-    // [in, first section's latest-but-one output]
-    ZK_KERNEL_TARGET static Reg Feed(__m128d in, Reg y2) {
-        return _mm256_insertf128_pd(_mm256_castpd128_pd256(in), _mm256_castpd256_pd128(y2), 1);
-    }
-    // [previous register's second section, this register's first section]
-    ZK_KERNEL_TARGET static Reg Feed(Reg previous, Reg y2) {
-        return _mm256_permute2f128_pd(previous, y2, 0x21);
+    // [in, the first slot of last]
+    ZK_KERNEL_TARGET static Reg Feed(__m128d in, Reg last) {
+        return _mm256_insertf128_pd(_mm256_castpd128_pd256(in), _mm256_castpd256_pd128(last), 1);
     }
     using Pick = int;
     ZK_KERNEL_TARGET static Pick PickOf(int slot) { return slot; }

@@ -35,12 +35,11 @@ struct Avx512Lanes {
     ZK_KERNEL_TARGET static Reg Blend(Reg keep, Reg take, Mask m) {
         return _mm512_mask_blend_pd(m, keep, take);
     }
-    // [in, the first three sections' latest-but-one outputs]
-    ZK_KERNEL_TARGET static Reg Feed(__m128d in, Reg y2) {
-        return _mm512_insertf64x2(Rotate(y2, y2), in, 0);
+    // [in, the first three slots of last]: in as the top lanes of a broadcast
+    // (a load, no shuffle), then one rotation.
+    ZK_KERNEL_TARGET static Reg Feed(__m128d in, Reg last) {
+        return Rotate(last, _mm512_maskz_broadcast_f64x2(0xFF, in));
     }
-    // [previous register's last section, this register's first three]
-    ZK_KERNEL_TARGET static Reg Feed(Reg previous, Reg y2) { return Rotate(y2, previous); }
     // A slot's two lanes moved to the bottom by one permutation.
     // (Here and below the zero-masking forms with every lane selected: the same
     // work, but GCC 12's unmasked forms warn of an uninitialised operand.)

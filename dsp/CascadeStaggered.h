@@ -4,14 +4,18 @@
 // and then a lane type V that wraps them; everything here has internal linkage,
 // so no function built for one instruction set is ever shared with another.
 //
-// A register holds V::kSections consecutive sections of the chain for both
-// channels: lanes [section k ch 1, section k ch 2, section k+1 ch 1, ...]. The
-// sections are staggered in time: at step n section s works on sample
-// n - kStagger s, so a section's input is what the section before it produced
-// kStagger steps earlier (already in a register) and no lane waits on another
-// lane of the same step. Two steps rather than one keep the hand-over off the
-// critical path: a section's own feedback (one multiply and two subtractions per
-// sample) is then the longest wait.
+// The G registers of a pass hold its sections dealt out like cards: section s
+// in register s % G, slot s / G, both channels (lanes [slot 0 ch 1, slot 0 ch 2,
+// slot 1 ch 1, ...]). The sections are staggered in time: at step n section s
+// works on sample n - kStagger s, so a section's input is what the section
+// before it produced kStagger steps earlier (already in a register) and no lane
+// waits on another lane of the same step. Two steps rather than one keep the
+// hand-over off the critical path: a section's own feedback (one multiply and
+// two subtractions per sample) is then the longest wait. Dealt out this way, a
+// register's inputs are the previous register's outputs as they stand; only the
+// first register's are shifted by a slot (with the pass's input in slot 0), one
+// shuffle per step instead of one per register (the shuffles share a port with
+// the arithmetic).
 //
 // Each lane does exactly the arithmetic of CBiquad::FilterBuffer in the same
 // order (no FMA, no reassociation), so samples and histories are those of the
@@ -22,15 +26,15 @@
 // unstarted lanes' histories back every step made the fill cost a fifth of a
 // 512-sample pass.)
 //
-// A pass whose last register is not full leaves its spare slots at the end of
-// the chain with zero coefficients: they compute what nobody reads (the pass's
+// A pass with fewer sections than slots leaves the spare ones at the end of the
+// chain with zero coefficients: they compute what nobody reads (the pass's
 // output is taken from its last section's lanes), which costs less than masking
 // a pass-through into every lane of every step.
 //
 // The lane type V provides: Reg, Mask, Pick, kSections, kMaxRegisters, Load, Mul,
 // Add, Sub, MaskOf (one flag per lane), Blend (mask ? take : keep), Feed (the
-// inputs of the first register from the pass's input and of the others from the
-// register before), PickOf and Take (one slot's two lanes) and Lanes (store).
+// first register's inputs: the pass's input, then the last register's outputs
+// moved up a slot), PickOf and Take (one slot's two lanes) and Lanes (store).
 #pragma once
 
 #include "CascadeKernels.h"
@@ -131,68 +135,76 @@ template <class V> ZK_KERNEL_TARGET SlotMasks<V> MakeSlotMasks() {
     return m;
 }
 
-// Register j's part of a step (n % 2 == P): its inputs from kStagger steps ago,
-// the difference equation, the histories' banks; the last register's output
-// slot into last.
+// Where the pass's output is: its last section's register and slot.
+template <class V> struct Exit {
+    int reg;
+    typename V::Pick slot;
+};
+
+// Register j's part of a step (n % 2 == P): its inputs from kStagger steps ago
+// (first, the first register's, formed before any register wrote), the
+// difference equation, the histories' banks; the output register's exit slot
+// into last.
 template <class V, int G, bool Masked, int P>
-ZK_KERNEL_TARGET inline void StepRegister(Pipe<V, G>& q, const Group<V>* p, int j, __m128d in,
-                                          typename V::Pick out, __m128d& last) {
+ZK_KERNEL_TARGET inline void StepRegister(Pipe<V, G>& q, const Group<V>* p, int j,
+                                          typename V::Reg first, const Exit<V>& exit,
+                                          __m128d& last) {
     constexpr int kOlder = 1 - P;
-    const typename V::Reg x = j == 0 ? V::Feed(in, q.y[kOlder][0])
-                                     : V::Feed(q.y[kOlder][j > 0 ? j - 1 : 0], q.y[kOlder][j]);
+    const typename V::Reg x = j == 0 ? first : q.y[kOlder][j > 0 ? j - 1 : 0];
     const typename V::Reg y =
         Output<V, Masked>(p[j], x, q.x[P][j], q.x[kOlder][j], q.y[P][j], q.y[kOlder][j]);
     q.x[kOlder][j] = x;
     q.y[kOlder][j] = y;
-    if (j == G - 1) {
-        last = V::Take(y, out);
+    if (j == exit.reg) {
+        last = V::Take(y, exit.slot);
     }
 }
 
 // One step of every register: section s of the pass works on sample
 // n - kStagger s (n % 2 == P); in is the pass's input sample n. Returns the
-// output of the section in slot out of the last register.
+// output of the pass's last section.
 template <class V, int G, bool Masked, int P>
 ZK_KERNEL_TARGET inline __m128d Step(Pipe<V, G>& q, const Group<V>* p, __m128d in,
-                                     typename V::Pick out) {
+                                     const Exit<V>& exit) {
     __m128d last = _mm_setzero_pd();
+    const typename V::Reg first = V::Feed(in, q.y[1 - P][G - 1]);
     // From the last register down, so that each reads its predecessor's
     // outputs of kStagger steps ago before they are overwritten.
 #pragma GCC unroll 4
     for (int j = G - 1; j >= 0; --j) {
-        StepRegister<V, G, Masked, P>(q, p, j, in, out, last);
+        StepRegister<V, G, Masked, P>(q, p, j, first, exit, last);
     }
     return last;
 }
 
 // A step while the pipeline fills or drains. A register none of whose sections
-// has started, or all of whose sections have taken their last sample, is left
-// out. When a section starts (step kStagger s, always with P == 0) its lanes get
-// back the histories it had before the block: until then they computed on
-// whatever the lanes before them held, which no one reads.
+// has started (its first is section j), or all of whose sections have taken
+// their last sample, is left out. When a section starts (step kStagger s, always
+// with P == 0) its lanes get back the histories it had before the block: until
+// then they computed on whatever the lanes before them held, which no one reads.
 template <class V, int G, bool Masked, int P>
 ZK_KERNEL_TARGET inline __m128d EdgeStep(Pipe<V, G>& q, const Pipe<V, G>& before,
                                          const SlotMasks<V>& slots, const Group<V>* p, __m128d in,
-                                         long n, long count, int sections, typename V::Pick out) {
+                                         long n, long count, int sections, const Exit<V>& exit) {
     __m128d last = _mm_setzero_pd();
+    const typename V::Reg first = V::Feed(in, q.y[1 - P][G - 1]);
+    const long starting = P == 0 ? n / kStagger : -1; // the section that starts now
 #pragma GCC unroll 4
     for (int j = G - 1; j >= 0; --j) {
-        const int first = V::kSections * j;
-        const int end = first + V::kSections < sections ? first + V::kSections : sections;
-        if (n < kStagger * first || n > count - 1 + kStagger * (end - 1)) {
+        const int lastSection = j + G * ((sections - 1 - j) / G);
+        if (n < kStagger * j || n > count - 1 + kStagger * lastSection) {
             continue;
         }
         if constexpr (P == 0) {
-            const long starting = n / kStagger - first;
-            if (starting >= 0 && starting < end - first) {
-                const typename V::Mask m = slots.slot[starting];
+            if (starting < sections && starting % G == j) {
+                const typename V::Mask m = slots.slot[starting / G];
                 q.x[0][j] = V::Blend(q.x[0][j], before.x[0][j], m);
                 q.x[1][j] = V::Blend(q.x[1][j], before.x[1][j], m);
                 q.y[0][j] = V::Blend(q.y[0][j], before.y[0][j], m);
                 q.y[1][j] = V::Blend(q.y[1][j], before.y[1][j], m);
             }
         }
-        StepRegister<V, G, Masked, P>(q, p, j, in, out, last);
+        StepRegister<V, G, Masked, P>(q, p, j, first, exit, last);
     }
     return last;
 }
@@ -200,7 +212,7 @@ ZK_KERNEL_TARGET inline __m128d EdgeStep(Pipe<V, G>& q, const Pipe<V, G>& before
 // The histories of the section in slot section after step n.
 template <class V, int G>
 ZK_KERNEL_TARGET void Take(const Pipe<V, G>& q, int section, long n, Taken& t) {
-    const int j = section / V::kSections, slot = section % V::kSections;
+    const int j = section % G, slot = section / G;
     const int latest = static_cast<int>((n + 1) % 2);
     const typename V::Reg* field[4] = {&q.x[latest][j], &q.x[1 - latest][j], &q.y[latest][j],
                                        &q.y[1 - latest][j]};
@@ -212,17 +224,21 @@ ZK_KERNEL_TARGET void Take(const Pipe<V, G>& q, int section, long n, Taken& t) {
     }
 }
 
-// Runs the stages pass[0..sections) over buf[0..count); the last of them is in
-// the last register: kSections (G - 1) < sections <= kSections G.
+// Runs the stages pass[0..sections) over buf[0..count), G registers for them:
+// kSections (G - 1) < sections <= kSections G.
 template <class V, int G, bool Masked>
 ZK_KERNEL_TARGET void RunPass(__m128d* buf, long count, const StereoStage* const* pass,
                               int sections) {
     constexpr int kSlots = V::kSections * G;
     const long kLatency = kStagger * (sections - 1); // steps from input to output
-    const typename V::Pick out = V::PickOf((sections - 1) % V::kSections);
+    const Exit<V> out{(sections - 1) % G, V::PickOf((sections - 1) / G)};
+    // Lanes of register j, slot k: section k G + j.
     const StereoStage* slot[kSlots];
-    for (int s = 0; s < kSlots; ++s) {
-        slot[s] = s < sections ? pass[s] : nullptr;
+    for (int j = 0; j < G; ++j) {
+        for (int k = 0; k < V::kSections; ++k) {
+            const int s = k * G + j;
+            slot[V::kSections * j + k] = s < sections ? pass[s] : nullptr;
+        }
     }
     Group<V> p[G];
     Pipe<V, G> q;
