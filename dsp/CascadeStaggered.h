@@ -69,11 +69,6 @@ template <class V> struct Group {
 // place each step would cost a register copy per history per step.
 template <class V, int G> struct Pipe { typename V::Reg x[2][G], y[2][G]; };
 
-// The histories of one section when it took its last sample: [field][channel].
-struct Taken {
-    double h[4][2];
-};
-
 // Lanes of one register from V::kSections stages (null: a stage that passes
 // everything through).
 template <class V>
@@ -209,19 +204,19 @@ ZK_KERNEL_TARGET inline __m128d EdgeStep(Pipe<V, G>& q, const Pipe<V, G>& before
     return last;
 }
 
-// The histories of the section in slot section after step n.
-template <class V, int G>
-ZK_KERNEL_TARGET void Take(const Pipe<V, G>& q, int section, long n, Taken& t) {
-    const int j = section % G, slot = section / G;
-    const int latest = static_cast<int>((n + 1) % 2);
-    const typename V::Reg* field[4] = {&q.x[latest][j], &q.x[1 - latest][j], &q.y[latest][j],
-                                       &q.y[1 - latest][j]};
-    for (int f = 0; f < 4; ++f) {
-        double lanes[2 * V::kSections];
-        V::Lanes(lanes, *field[f]);
-        t.h[f][0] = lanes[2 * slot];
-        t.h[f][1] = lanes[2 * slot + 1];
-    }
+// A section's histories after its last sample (step n, n % 2 == P) blended into
+// taken, in the layout of a bank pair: taken.x[0] holds x1, taken.x[1] x2,
+// taken.y[0] y1 and taken.y[1] y2 of every section once it is done.
+template <class V, int G, int P>
+ZK_KERNEL_TARGET inline void Take(const Pipe<V, G>& q, const SlotMasks<V>& slots, int section,
+                                  Pipe<V, G>& taken) {
+    constexpr int kLatest = 1 - P; // the bank step n wrote
+    const int j = section % G;
+    const typename V::Mask m = slots.slot[section / G];
+    taken.x[0][j] = V::Blend(taken.x[0][j], q.x[kLatest][j], m);
+    taken.x[1][j] = V::Blend(taken.x[1][j], q.x[P][j], m);
+    taken.y[0][j] = V::Blend(taken.y[0][j], q.y[kLatest][j], m);
+    taken.y[1][j] = V::Blend(taken.y[1][j], q.y[P][j], m);
 }
 
 // Runs the stages pass[0..sections) over buf[0..count), G registers for them:
@@ -247,7 +242,7 @@ ZK_KERNEL_TARGET void RunPass(__m128d* buf, long count, const StereoStage* const
     }
     const Pipe<V, G> before = q;
     const SlotMasks<V> slots = MakeSlotMasks<V>();
-    Taken taken[kSlots];
+    Pipe<V, G> taken = before;
     const long total = count + kLatency;
     for (long n = 0; n < total;) {
         if (n > kLatency && n < count - 1) {
@@ -269,26 +264,40 @@ ZK_KERNEL_TARGET void RunPass(__m128d* buf, long count, const StereoStage* const
             continue;
         }
         const __m128d in = n < count ? buf[n] : _mm_setzero_pd();
-        const __m128d y =
-            n % 2 == 0
-                ? EdgeStep<V, G, Masked, 0>(q, before, slots, p, in, n, count, sections, out)
-                : EdgeStep<V, G, Masked, 1>(q, before, slots, p, in, n, count, sections, out);
+        // Section s takes its last sample at step count - 1 + kStagger s.
+        const long since = n - (count - 1);
+        const bool done = since >= 0 && since % kStagger == 0 && since / kStagger < sections;
+        const int section = static_cast<int>(since / kStagger);
+        __m128d y;
+        if (n % 2 == 0) {
+            y = EdgeStep<V, G, Masked, 0>(q, before, slots, p, in, n, count, sections, out);
+            if (done) {
+                Take<V, G, 0>(q, slots, section, taken);
+            }
+        } else {
+            y = EdgeStep<V, G, Masked, 1>(q, before, slots, p, in, n, count, sections, out);
+            if (done) {
+                Take<V, G, 1>(q, slots, section, taken);
+            }
+        }
         if (n >= kLatency) {
             buf[n - kLatency] = y;
         }
-        // Section s takes its last sample at step count - 1 + kStagger s.
-        const long since = n - (count - 1);
-        if (since >= 0 && since % kStagger == 0 && since / kStagger < sections) {
-            Take<V, G>(q, static_cast<int>(since / kStagger), n, taken[since / kStagger]);
-        }
         ++n;
     }
-    for (int s = 0; s < sections; ++s) {
-        for (int ch = 0; ch < 2; ++ch) {
-            CBiquad* b = pass[s]->channel[ch];
-            if (Runs(b)) {
-                const Taken& t = taken[s];
-                b->State() = {t.h[0][ch], t.h[1][ch], t.h[2][ch], t.h[3][ch]};
+    for (int j = 0; j < G; ++j) {
+        double h[4][2 * V::kSections];
+        V::Lanes(h[0], taken.x[0][j]);
+        V::Lanes(h[1], taken.x[1][j]);
+        V::Lanes(h[2], taken.y[0][j]);
+        V::Lanes(h[3], taken.y[1][j]);
+        for (int k = 0; k < V::kSections && k * G + j < sections; ++k) {
+            for (int ch = 0; ch < 2; ++ch) {
+                CBiquad* b = pass[k * G + j]->channel[ch];
+                if (Runs(b)) {
+                    const int l = 2 * k + ch;
+                    b->State() = {h[0][l], h[1][l], h[2][l], h[3][l]};
+                }
             }
         }
     }
