@@ -347,24 +347,26 @@ OSStatus CZkmorva10AU::ProcessBufferLists(AudioUnitRenderActionFlags& /*ioAction
     bypass = IsBypassEffect();
     const UInt32 channels = std::min(inBuffers.mNumberBuffers, outBuffers.mNumberBuffers);
     const bool swap = historyChannels >= 2 && channels <= historyChannels;
-    if (swap && channels == 2 && CanProcessPair(static_cast<long>(frames))) {
-        // Both channels in one two-channel pass; the second channel's histories
-        // ride along in the processor's copies of the sections.
-        float* in[2] = {static_cast<float*>(inBuffers.mBuffers[0].mData),
-                        static_cast<float*>(inBuffers.mBuffers[1].mData)};
-        float* out[2] = {static_cast<float*>(outBuffers.mBuffers[0].mData),
-                         static_cast<float*>(outBuffers.mBuffers[1].mData)};
-        LoadChannelHistory(1);
+    // Channels two by two through one two-channel pass (a lone last channel on
+    // its own); the second channel's histories ride along in the processor's
+    // copies of the sections.
+    const bool pairs = swap && CanProcessPair(static_cast<long>(frames));
+    UInt32 i = 0;
+    for (; pairs && i + 1 < channels; i += 2) {
+        float* in[2] = {static_cast<float*>(inBuffers.mBuffers[i].mData),
+                        static_cast<float*>(inBuffers.mBuffers[i + 1].mData)};
+        float* out[2] = {static_cast<float*>(outBuffers.mBuffers[i].mData),
+                         static_cast<float*>(outBuffers.mBuffers[i + 1].mData)};
+        LoadChannelHistory(i + 1);
         BeginSecondChannel();
-        LoadChannelHistory(0);
+        LoadChannelHistory(i);
         ProcessFloatsPair(in, out, static_cast<long>(frames));
-        SaveChannelHistory(0);
-        LoadChannelHistory(1);
+        SaveChannelHistory(i);
+        LoadChannelHistory(i + 1);
         EndSecondChannel();
-        SaveChannelHistory(1);
-        return noErr;
+        SaveChannelHistory(i + 1);
     }
-    for (UInt32 i = 0; i < channels; ++i) {
+    for (; i < channels; ++i) {
         auto* in = static_cast<float*>(inBuffers.mBuffers[i].mData);
         auto* out = static_cast<float*>(outBuffers.mBuffers[i].mData);
         if (swap) {

@@ -1,4 +1,4 @@
-// The channel EQ on a stereo bus runs both channels in one two-channel pass. It
+// The channel EQ runs a bus's channels two by two in one two-channel pass. It
 // must sound, remember and meter exactly as the channels run one after the other
 // (here: the same unit on the plain per-section loops, which never pairs): random
 // settings, block lengths, a NaN now and then in one channel, and gestures that
@@ -41,9 +41,14 @@ void SetRandomParameters(std::mt19937& rng, UnitHost& paired, UnitHost& plain) {
 
 TEST(Zkmorva10Pair, BothChannelsInOnePassEqualOneAfterTheOther) {
     std::mt19937 rng(10);
-    for (double rate : {44100.0, 48000.0, 96000.0}) {
-        UnitHost paired(OpenZkmorva10(), rate, 2, kMaxFrames);
-        UnitHost plain(OpenZkmorva10(), rate, 2, kMaxFrames);
+    struct Bus {
+        double rate;
+        UInt32 channels; // three: a pair and a lone channel
+    };
+    for (const Bus bus : {Bus{44100.0, 2}, Bus{48000.0, 3}, Bus{96000.0, 2}, Bus{48000.0, 4}}) {
+        const double rate = bus.rate;
+        UnitHost paired(OpenZkmorva10(), rate, bus.channels, kMaxFrames);
+        UnitHost plain(OpenZkmorva10(), rate, bus.channels, kMaxFrames);
         plain.As<CZkmorva10AU>().SetPlainFilterLoops(true);
         ASSERT_TRUE(paired.As<CZkmorva10AU>().CanProcessPair(256)) << "at " << rate << " Hz";
         ASSERT_FALSE(plain.As<CZkmorva10AU>().CanProcessPair(256));
@@ -64,22 +69,23 @@ TEST(Zkmorva10Pair, BothChannelsInOnePassEqualOneAfterTheOther) {
                 listened = begin ? listened : 0;
             }
             const UInt32 n = block % 5 == 0 ? 1 + rng() % 7 : 1 + rng() % kMaxFrames;
-            std::vector<std::vector<float>> in(2, std::vector<float>(n));
+            std::vector<std::vector<float>> in(bus.channels, std::vector<float>(n));
             for (auto& ch : in) {
                 for (float& v : ch) {
                     v = noise(rng);
                 }
             }
             if (block % 13 == 12) { // that channel's histories start again
-                in[(block / 13) % 2][n - 1] = NAN;
+                in[(block / 13) % bus.channels][n - 1] = NAN;
             }
             const auto a = paired.Render(in, kMaxFrames);
             const auto b = plain.Render(in, kMaxFrames);
-            for (int ch = 0; ch < 2; ++ch) {
+            for (UInt32 ch = 0; ch < bus.channels; ++ch) {
                 for (UInt32 i = 0; i < n; ++i) {
                     ASSERT_TRUE(SameBits(a[ch][i], b[ch][i]))
-                        << "channel " << ch + 1 << ", frame " << i << " of block " << block
-                        << " at " << rate << " Hz: " << a[ch][i] << " vs " << b[ch][i];
+                        << "channel " << ch + 1 << " of " << bus.channels << ", frame " << i
+                        << " of block " << block << " at " << rate << " Hz: " << a[ch][i] << " vs "
+                        << b[ch][i];
                 }
             }
             auto& pa = paired.As<CZkmorva10AU>();
