@@ -1,6 +1,6 @@
 #include "widgets/CParamDisplay.h"
 
-#include <cstdio>
+#include <charconv>
 
 CParamDisplay::CParamDisplay(const CRect& size_, CBitmap* background, long style_)
     : CControl(size_, nullptr, 0, background), style(style_) {
@@ -27,7 +27,10 @@ std::string CParamDisplay::valueToString(float val) const {
     } else if (stringConvert) {
         stringConvert(val, string);
     } else {
-        std::snprintf(string, sizeof string, "%.2f", static_cast<double>(val));
+        // Two decimals with a point whatever the host's locale (printf would
+        // write a decimal comma inside a host that set a German locale).
+        std::to_chars(string, string + sizeof string - 1, static_cast<double>(val),
+                      std::chars_format::fixed, 2);
     }
     string[kParamDisplayTextSize - 1] = '\0';
     return string;

@@ -23,7 +23,7 @@ using CParamDisplayValueConvert = bool (*)(const char* string, float& value);
 
 inline constexpr int kParamDisplayTextSize = 256;
 
-// Shows a value as text (through the string conversion, or "%.2f"), over a
+// Shows a value as text (through the string conversion, or two decimals), over a
 // background colour or bitmap, with an optional frame and text shadow.
 class CParamDisplay : public CControl {
 public:

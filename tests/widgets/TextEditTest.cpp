@@ -1,4 +1,5 @@
 #include "WidgetTestSupport.h"
+#include "tests/editor/LocaleGuard.h"
 
 #include "widgets/CFrame.h"
 #include "widgets/CTextEdit.h"
@@ -142,6 +143,21 @@ TEST_F(TextEditFixture, OpenBoxDrawsCaretAndSelection) {
     }
     EXPECT_GT(selectionPixels, 5);
     EXPECT_EQ(open.getPixel(12, 20), kGreyCColor) << "field shows while open";
+}
+
+} // namespace
+
+namespace {
+
+// Without a string conversion a display shows two decimals, with a point (the
+// value strings of a plug-in must not follow the host's locale).
+TEST(ParamDisplay, TwoDecimalsWithAPointWithoutAConversion) {
+    const zktest::GermanLocale german; // a decimal comma, where the locale is installed
+    CParamDisplay display(CRect(0, 0, 60, 14));
+    EXPECT_EQ(display.valueToString(1.5f), "1.50") << (german.isActive() ? "in de_DE" : "");
+    EXPECT_EQ(display.valueToString(-0.25f), "-0.25");
+    EXPECT_EQ(display.valueToString(1234.567f), "1234.57");
+    EXPECT_EQ(display.valueToString(0.004f), "0.00");
 }
 
 } // namespace
