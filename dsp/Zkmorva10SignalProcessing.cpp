@@ -2,6 +2,7 @@
 
 #include "dsp/CascadeKernels.h"
 #include "dsp/Zkmorva10AutoListen.h"
+#include "dsp/Zkmorva20MeterBlocks.h"
 
 #include <algorithm>
 #include <cmath>
@@ -161,34 +162,12 @@ void CZkmorva10SignalProcessing::ProcessBlock(const Sample* in, Sample* out, lon
         const long n = std::min(room, frames - done);
         const Sample* src = in + done;
         Sample* dst = out + done;
-        FillWork(src, x, n);
+        // Zero-stuffed while oversampling (the chain doubles the samples to make
+        // up for it); back by plain decimation with no filter before it, intended.
+        zk20::FillWorkBlock(src, x, n, oversampling);
         ProcessSampleBuffer(oversampling ? 2 * n : n);
-        TakeWork(x, dst, n);
+        zk20::TakeWorkBlock(x, dst, n, oversampling);
         done += n;
-    }
-}
-
-template <typename Sample>
-void CZkmorva10SignalProcessing::FillWork(const Sample* in, double* x, long frames) const {
-    if (oversampling) {
-        // Zero-stuffing; the chain doubles the samples to make up for it.
-        for (long i = 0; i < frames; ++i) {
-            x[2 * i] = static_cast<double>(in[i]);
-            x[2 * i + 1] = 0.0;
-        }
-    } else {
-        for (long i = 0; i < frames; ++i) {
-            x[i] = static_cast<double>(in[i]);
-        }
-    }
-}
-
-template <typename Sample>
-void CZkmorva10SignalProcessing::TakeWork(const double* x, Sample* out, long frames) const {
-    // Plain decimation with no filter before it; intended.
-    const long step = oversampling ? 2 : 1;
-    for (long i = 0; i < frames; ++i) {
-        out[i] = static_cast<Sample>(x[step * i]);
     }
 }
 
@@ -346,7 +325,7 @@ void CZkmorva10SignalProcessing::ProcessPair(Sample** in, Sample** out, long fra
     const long count = oversampling ? 2 * frames : frames;
     double* x[2] = {workBuffer, workBuffer + count};
     for (int ch = 0; ch < 2; ++ch) {
-        FillWork(in[ch], x[ch], frames);
+        zk20::FillWorkBlock(in[ch], x[ch], frames, oversampling);
     }
     // Each channel's input stage in turn, with its own noise (the meters follow
     // channel 1, then channel 2, as when the channels run one after the other).
@@ -373,7 +352,7 @@ void CZkmorva10SignalProcessing::ProcessPair(Sample** in, Sample** out, long fra
     FollowMeters(levels[0], levels[2], count);
     FollowMeters(levels[1], levels[3], count);
     for (int ch = 0; ch < 2; ++ch) {
-        TakeWork(x[ch], out[ch], frames);
+        zk20::TakeWorkBlock(x[ch], out[ch], frames, oversampling);
     }
 }
 

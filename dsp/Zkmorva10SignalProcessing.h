@@ -136,9 +136,6 @@ private:
     template <typename Sample> void ProcessBlock(const Sample* in, Sample* out, long frames);
     template <typename Sample> void RunBypass(const Sample* in, Sample* out, long frames);
     template <typename Sample> void ProcessPair(Sample** in, Sample** out, long frames);
-    // Host frames into work samples (zero-stuffed while oversampling) and back.
-    template <typename Sample> void FillWork(const Sample* in, double* x, long frames) const;
-    template <typename Sample> void TakeWork(const double* x, Sample* out, long frames) const;
     // Input gain, polarity and noise (and the zero-stuffing's make-up); output
     // gain, false where the block ends non-finite. Both write the levels their
     // meters follow.
