@@ -252,7 +252,8 @@ int main(int argc, char** argv) {
         std::printf("FAILED: Xvfb did not start (%s)\n0 passed, 1 failed\n", dir.c_str());
         return 1;
     }
-    const std::string server = "zk-ui-" + std::to_string(getpid());
+    // The one name of every test's server (see JalvRoundTrip.cpp).
+    const std::string server = "zk-test-server";
     setenv("DISPLAY", (":" + std::to_string(display)).c_str(), 1);
     setenv("JACK_DEFAULT_SERVER", server.c_str(), 1);
     setenv("JACK_NO_AUDIO_RESERVATION", "1", 1);
@@ -380,7 +381,7 @@ int main(int argc, char** argv) {
     jackd.Stop();
     jalv.Stop();
     xvfb->Stop();
-    // What the killed jalv left of our server (its name is ours alone).
+    // What the killed jalv left of our server (no other runs at the same time).
     std::error_code error;
     for (const auto& entry : std::filesystem::directory_iterator("/dev/shm", error)) {
         const std::string file = entry.path().filename().string();

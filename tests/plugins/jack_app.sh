@@ -7,7 +7,8 @@ app=$1 client=$2 channels=$3
 for bin in jackd jack_lsp; do
     command -v $bin >/dev/null || { echo "SKIPPED: $bin not installed (jackd2)"; exit 0; }
 done
-export JACK_DEFAULT_SERVER="zk-app-$$" JACK_NO_AUDIO_RESERVATION=1
+# The one name of every test's server (see JalvRoundTrip.cpp).
+export JACK_DEFAULT_SERVER="zk-test-server" JACK_NO_AUDIO_RESERVATION=1
 log=$(mktemp -d)
 jackd --no-realtime -d dummy -r 48000 -p 256 >"$log/jackd.log" 2>&1 &
 jackd_pid=$!
