@@ -8,6 +8,11 @@
 // same operations in the same order as the stage's separate loops, so the
 // results and the sections' histories are identical; one pass instead of three
 // or four, and the divisions of the matrix overlap the sections' feedback.
+//
+// A pass of its own on purpose. Run on each sample as it leaves the chain's last
+// pass it measured no faster (that pass is then bound by its ports instead), and
+// run in the meters' loop about a fifth slower (both then queue for the one
+// divider: four divisions per sample here, the balance quotients there).
 namespace zk {
 
 inline constexpr double kMidSideDivisor = 1.4142135623730951;
