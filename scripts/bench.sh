@@ -10,7 +10,8 @@
 set -euo pipefail
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 top=$(dirname "$here")
-build=${ZK_BENCH_BUILD_DIR:-$top/build-bench}
+# Absolute: the LV2 path below is made from it, and lilv needs absolute entries.
+build=$(realpath -m "${ZK_BENCH_BUILD_DIR:-$top/build-bench}")
 reps=5
 pairs=9
 peer_seconds=2

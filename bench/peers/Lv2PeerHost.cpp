@@ -139,6 +139,22 @@ bool ReadScenario(const std::string& path, Scenario& s) {
     return !s.uri.empty();
 }
 
+// lilv crashes on a relative directory in LV2_PATH (it cannot make a URI of
+// it), so such an entry is refused here by name. Empty entries are skipped.
+bool FindRelativeLv2PathEntry(std::string& entry) {
+    const char* path = std::getenv("LV2_PATH");
+    if (path == nullptr) {
+        return false;
+    }
+    std::stringstream list(path);
+    while (std::getline(list, entry, ':')) {
+        if (!entry.empty() && entry[0] != '/' && entry[0] != '~') {
+            return true;
+        }
+    }
+    return false;
+}
+
 double ThreadSeconds() {
     timespec t{};
     clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
@@ -164,6 +180,12 @@ int main(int argc, char** argv) {
     Scenario sc;
     if (!ReadScenario(argv[1], sc)) {
         std::fprintf(stderr, "cannot read scenario %s\n", argv[1]);
+        return 2;
+    }
+
+    std::string entry;
+    if (FindRelativeLv2PathEntry(entry)) {
+        std::fprintf(stderr, "LV2_PATH entry '%s' is not an absolute directory\n", entry.c_str());
         return 2;
     }
 
