@@ -6,8 +6,10 @@
 #include "dsp/Biquad.h"
 #include "dsp/CascadeKernels.h"
 #include "dsp/HpLpFilter.h"
+#include "dsp/MidSideStage.h"
 #include "dsp/MonoMaker.h"
 #include "dsp/Shifter.h"
+#include "dsp/SignalProcessing.h"
 
 #include <cmath>
 #include <string>
@@ -65,10 +67,15 @@ constexpr TypeCase kTypes[] = {
 
 // The two-channel fused pass on each instruction set, over 512-sample blocks
 // (a 256-frame host block at twice the rate) through 10 sections (the band
-// limit alone) and 24 (the band limit and every section of the chain).
-using StereoKernel = void (*)(const zk::StereoStage*, int, double*, double*, long);
+// limit alone) and 24 or 25 (the band limit and a full chain); 24 also with the
+// mid/side stage (mono maker and width) at its end, in the chain's last pass or
+// after it in a loop of its own.
+using StereoKernel = void (*)(const zk::StereoStage*, int, const zk::MidSideTail*, double*, double*,
+                              long);
 
-void RunStereoKernel(benchmark::State& state, StereoKernel kernel, int sections) {
+enum class MidSide { None, InPass, After };
+
+void RunStereoKernel(benchmark::State& state, StereoKernel kernel, int sections, MidSide midSide) {
     constexpr long kSamples = 2 * kHostBlock;
     std::vector<CBiquad> left, right;
     for (int k = 0; k < sections; ++k) {
@@ -81,10 +88,18 @@ void RunStereoKernel(benchmark::State& state, StereoKernel kernel, int sections)
     for (int k = 0; k < sections; ++k) {
         stages.push_back({&left[static_cast<std::size_t>(k)], &right[static_cast<std::size_t>(k)]});
     }
+    CBiquad mid(96000.0, filterParameters{LowShelf, 1.06, 120.0, 1.0});
+    CBiquad side(96000.0, filterParameters{HighPass2, 0.0, 120.0, 1.4142135381698608});
+    const zk::MidSideTail tail{&mid, &side, true, 1.3};
     const std::vector<double> input = Noise(kSamples);
     std::vector<double> l = input, r = Noise(kSamples, 5);
     for (auto _ : state) {
-        kernel(stages.data(), sections, l.data(), r.data(), kSamples);
+        kernel(stages.data(), sections, midSide == MidSide::InPass ? &tail : nullptr, l.data(),
+               r.data(), kSamples);
+        if (midSide == MidSide::After) {
+            zk::RunMidSideStage(l.data(), r.data(), kSamples, tail.mid, tail.side, tail.width,
+                                tail.widthFactor);
+        }
         benchmark::DoNotOptimize(l.data());
         benchmark::DoNotOptimize(r.data());
         benchmark::ClobberMemory();
@@ -92,6 +107,23 @@ void RunStereoKernel(benchmark::State& state, StereoKernel kernel, int sections)
     }
     SetSampleCounters(state, kSamples);
 }
+
+// The mid/side stage on its own (mono maker and width), over 512-sample blocks.
+void RunMidSideStageAlone(benchmark::State& state) {
+    constexpr long kSamples = 2 * kHostBlock;
+    CBiquad mid(96000.0, filterParameters{LowShelf, 1.06, 120.0, 1.0});
+    CBiquad side(96000.0, filterParameters{HighPass2, 0.0, 120.0, 1.4142135381698608});
+    std::vector<double> l = Noise(kSamples), r = Noise(kSamples, 5);
+    CDenormalGuard guard; // as the processor runs it: the decaying side would go denormal
+    for (auto _ : state) {
+        zk::RunMidSideStage(l.data(), r.data(), kSamples, &mid, &side, true, 1.0);
+        benchmark::DoNotOptimize(l.data());
+        benchmark::DoNotOptimize(r.data());
+        benchmark::ClobberMemory();
+    }
+    SetSampleCounters(state, kSamples);
+}
+BENCHMARK(RunMidSideStageAlone)->Name("MidSideStage");
 
 void RegisterStereoKernels() {
     struct Named {
@@ -104,12 +136,19 @@ void RegisterStereoKernels() {
         {"Avx", zk::kernels::FilterCascadeStereoAvx, zk::kernels::HaveAvx()},
         {"Avx512", zk::kernels::FilterCascadeStereoAvx512, zk::kernels::HaveAvx512()},
     };
-    for (int sections : {10, 24}) {
+    struct Chain {
+        int sections;
+        MidSide midSide;
+        const char* name;
+    };
+    for (const Chain& c : {Chain{10, MidSide::None, "10"}, Chain{24, MidSide::None, "24"},
+                           Chain{25, MidSide::None, "25"}, Chain{24, MidSide::InPass, "24+midside"},
+                           Chain{24, MidSide::After, "24+midside-after"}}) {
         for (const Named& k : kernels) {
             if (k.available) {
                 benchmark::RegisterBenchmark(
-                    ("StereoCascade/" + std::to_string(sections) + "/" + k.name).c_str(),
-                    RunStereoKernel, k.kernel, sections);
+                    ("StereoCascade/" + std::string(c.name) + "/" + k.name).c_str(),
+                    RunStereoKernel, k.kernel, c.sections, c.midSide);
             }
         }
     }

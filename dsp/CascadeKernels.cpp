@@ -1,4 +1,5 @@
 #include "CascadeKernels.h"
+#include "MidSideStage.h"
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
@@ -292,8 +293,12 @@ __attribute__((flatten)) void FilterCascadeBaseline(CBiquad* const* sections, in
 }
 
 __attribute__((flatten)) void FilterCascadeStereoBaseline(const StereoStage* stages, int stageCount,
-                                                          double* left, double* right, long count) {
+                                                          const MidSideTail* tail, double* left,
+                                                          double* right, long count) {
     StereoBody(stages, stageCount, left, right, count);
+    if (tail != nullptr) {
+        RunMidSideStage(left, right, count, tail->mid, tail->side, tail->width, tail->widthFactor);
+    }
 }
 
 #if defined(__x86_64__) && defined(__GNUC__)
@@ -323,9 +328,9 @@ void FilterCascadeAvx(CBiquad* const* sections, int sectionCount, double* buffer
     FilterCascadeBaseline(sections, sectionCount, buffer, count);
 }
 
-void FilterCascadeStereoAvx(const StereoStage* stages, int stageCount, double* left, double* right,
-                            long count) {
-    FilterCascadeStereoBaseline(stages, stageCount, left, right, count);
+void FilterCascadeStereoAvx(const StereoStage* stages, int stageCount, const MidSideTail* tail,
+                            double* left, double* right, long count) {
+    FilterCascadeStereoBaseline(stages, stageCount, tail, left, right, count);
 }
 
 #endif
@@ -336,7 +341,8 @@ namespace kernels {
 
 void FilterCascadeOnStereoPass(CBiquad* const* sections, int sectionCount, double* buffer,
                                long count) {
-    using StereoPass = void (*)(const StereoStage*, int, double*, double*, long);
+    using StereoPass =
+        void (*)(const StereoStage*, int, const MidSideTail*, double*, double*, long);
     const StereoPass pass = HaveAvx512() ? FilterCascadeStereoAvx512
                             : HaveAvx()  ? FilterCascadeStereoAvx
                                          : nullptr;
@@ -354,7 +360,8 @@ void FilterCascadeOnStereoPass(CBiquad* const* sections, int sectionCount, doubl
             stages[k] = {{sections[first + k], nullptr}};
         }
         for (long start = 0; start < count; start += kSpan) {
-            pass(stages, n, buffer + start, idle, count - start < kSpan ? count - start : kSpan);
+            pass(stages, n, nullptr, buffer + start, idle,
+                 count - start < kSpan ? count - start : kSpan);
         }
     }
 }
@@ -365,15 +372,20 @@ void FilterCascade(CBiquad* const* sections, int sectionCount, double* buffer, l
     kernels::FilterCascadeOnStereoPass(sections, sectionCount, buffer, count);
 }
 
+void FilterCascadeStereo(const StereoStage* stages, int stageCount, const MidSideTail* tail,
+                         double* left, double* right, long count) {
+    if (kernels::HaveAvx512()) {
+        kernels::FilterCascadeStereoAvx512(stages, stageCount, tail, left, right, count);
+    } else if (kernels::HaveAvx()) {
+        kernels::FilterCascadeStereoAvx(stages, stageCount, tail, left, right, count);
+    } else {
+        kernels::FilterCascadeStereoBaseline(stages, stageCount, tail, left, right, count);
+    }
+}
+
 void FilterCascadeStereo(const StereoStage* stages, int stageCount, double* left, double* right,
                          long count) {
-    if (kernels::HaveAvx512()) {
-        kernels::FilterCascadeStereoAvx512(stages, stageCount, left, right, count);
-    } else if (kernels::HaveAvx()) {
-        kernels::FilterCascadeStereoAvx(stages, stageCount, left, right, count);
-    } else {
-        kernels::FilterCascadeStereoBaseline(stages, stageCount, left, right, count);
-    }
+    FilterCascadeStereo(stages, stageCount, nullptr, left, right, count);
 }
 
 } // namespace zk

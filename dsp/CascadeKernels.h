@@ -29,7 +29,24 @@ struct StereoStage {
 void FilterCascadeStereo(const StereoStage* stages, int stageCount, double* left, double* right,
                          long count);
 
-// The implementations the two entries above choose between, callable one by one
+// The two-channel processor's mid/side stage (RunMidSideStage's arguments) at
+// the end of a chain.
+struct MidSideTail {
+    CBiquad* mid; // both null or both present
+    CBiquad* side;
+    bool width;
+    double widthFactor;
+};
+
+// The chain, then (tail not null) the mid/side stage: equal to FilterCascadeStereo
+// followed by RunMidSideStage. On wide registers the mid and side sections run
+// as one more stage of the chain's last pass (its input turned to mid/side, its
+// output back to left/right), where their feedback overlaps the other sections'
+// instead of setting the pace of a loop of its own.
+void FilterCascadeStereo(const StereoStage* stages, int stageCount, const MidSideTail* tail,
+                         double* left, double* right, long count);
+
+// The implementations the entries above choose between, callable one by one
 // so that tests check each: the SSE2 baseline, the AVX ones (mono: the AVX
 // encoding of the same operations; two channels: 256-bit registers holding two
 // staggered sections of both channels) and the AVX-512 one (two channels, four
@@ -46,12 +63,12 @@ void FilterCascadeOnStereoPass(CBiquad* const* sections, int sectionCount, doubl
                                long count);
 void FilterCascadeBaseline(CBiquad* const* sections, int sectionCount, double* buffer, long count);
 void FilterCascadeAvx(CBiquad* const* sections, int sectionCount, double* buffer, long count);
-void FilterCascadeStereoBaseline(const StereoStage* stages, int stageCount, double* left,
-                                 double* right, long count);
-void FilterCascadeStereoAvx(const StereoStage* stages, int stageCount, double* left, double* right,
-                            long count);
-void FilterCascadeStereoAvx512(const StereoStage* stages, int stageCount, double* left,
-                               double* right, long count);
+void FilterCascadeStereoBaseline(const StereoStage* stages, int stageCount, const MidSideTail* tail,
+                                 double* left, double* right, long count);
+void FilterCascadeStereoAvx(const StereoStage* stages, int stageCount, const MidSideTail* tail,
+                            double* left, double* right, long count);
+void FilterCascadeStereoAvx512(const StereoStage* stages, int stageCount, const MidSideTail* tail,
+                               double* left, double* right, long count);
 } // namespace kernels
 
 } // namespace zk

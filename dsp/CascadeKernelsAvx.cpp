@@ -40,6 +40,16 @@ struct AvxLanes {
     ZK_KERNEL_TARGET static __m128d Take(Reg r, Pick slot) {
         return slot == 0 ? _mm256_castpd256_pd128(r) : _mm256_extractf128_pd(r, 1);
     }
+    // v into the lanes of m (one slot's), the rest of r kept.
+    ZK_KERNEL_TARGET static Reg Put(Reg r, __m128d v, Mask m) {
+        return _mm256_blendv_pd(r, _mm256_insertf128_pd(_mm256_castpd128_pd256(v), v, 1), m);
+    }
+    ZK_KERNEL_TARGET static __m128d MidSide(__m128d v, __m128d divisor) {
+        return MidSideMatrix(v, divisor);
+    }
+    ZK_KERNEL_TARGET static __m128d ScaleSide(__m128d v, __m128d factor) {
+        return zk::ScaleSide(v, factor);
+    }
     // Two frames: the two channels' pairs unpacked.
     static constexpr int kWeave = 2;
     ZK_KERNEL_TARGET static void Weave(const double* left, const double* right, __m128d* frames) {
@@ -56,8 +66,9 @@ struct AvxLanes {
 } // namespace
 
 ZK_KERNEL_TARGET void FilterCascadeStereoAvx(const StereoStage* stages, int stageCount,
-                                             double* left, double* right, long count) {
-    FilterCascadeStereoStaggered<AvxLanes>(stages, stageCount, left, right, count);
+                                             const MidSideTail* tail, double* left, double* right,
+                                             long count) {
+    FilterCascadeStereoStaggered<AvxLanes>(stages, stageCount, tail, left, right, count);
 }
 
 } // namespace kernels

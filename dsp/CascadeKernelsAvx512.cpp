@@ -52,10 +52,25 @@ struct Avx512Lanes {
     ZK_KERNEL_TARGET static __m128d Take(Reg r, Pick lanes) {
         return _mm512_maskz_extractf64x2_pd(0x3, _mm512_maskz_permutexvar_pd(0xFF, lanes, r), 0);
     }
+    // v into the lanes of m (one slot's), the rest of r kept.
+    ZK_KERNEL_TARGET static Reg Put(Reg r, __m128d v, Mask m) {
+        return _mm512_mask_broadcast_f64x2(r, m, v);
+    }
     // Lanes 6, 7 of low, then lanes 0..5 of high.
     ZK_KERNEL_TARGET static Reg Rotate(Reg high, Reg low) {
         return _mm512_castsi512_pd(_mm512_maskz_alignr_epi64(0xFF, _mm512_castpd_si512(high),
                                                              _mm512_castpd_si512(low), 6));
+    }
+    // MidSideMatrix and ScaleSide with one shuffle instead of three: the
+    // shuffles share a port with the pass's arithmetic. Each lane's operands in
+    // the same order: a + b in lane 0 and a - b in lane 1 of [a, b].
+    ZK_KERNEL_TARGET static __m128d MidSide(__m128d v, __m128d divisor) {
+        const __m128d swapped = _mm_permute_pd(v, 1); // [b, a]
+        const __m128d sum = _mm_add_pd(v, swapped);
+        return _mm_div_pd(_mm_mask_sub_pd(sum, 0x2, swapped, v), divisor);
+    }
+    ZK_KERNEL_TARGET static __m128d ScaleSide(__m128d v, __m128d factor) {
+        return _mm_mask_mul_pd(v, 0x2, v, factor);
     }
     // Four frames: a permutation of both channels' four samples each way.
     static constexpr int kWeave = 4;
@@ -83,8 +98,9 @@ bool HaveAvx512() {
 }
 
 ZK_KERNEL_TARGET void FilterCascadeStereoAvx512(const StereoStage* stages, int stageCount,
-                                                double* left, double* right, long count) {
-    FilterCascadeStereoStaggered<Avx512Lanes>(stages, stageCount, left, right, count);
+                                                const MidSideTail* tail, double* left,
+                                                double* right, long count) {
+    FilterCascadeStereoStaggered<Avx512Lanes>(stages, stageCount, tail, left, right, count);
 }
 
 } // namespace kernels
@@ -99,9 +115,9 @@ bool HaveAvx512() {
     return false;
 }
 
-void FilterCascadeStereoAvx512(const StereoStage* stages, int stageCount, double* left,
-                               double* right, long count) {
-    FilterCascadeStereoBaseline(stages, stageCount, left, right, count);
+void FilterCascadeStereoAvx512(const StereoStage* stages, int stageCount, const MidSideTail* tail,
+                               double* left, double* right, long count) {
+    FilterCascadeStereoBaseline(stages, stageCount, tail, left, right, count);
 }
 
 } // namespace kernels

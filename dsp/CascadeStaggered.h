@@ -34,10 +34,13 @@
 // The lane type V provides: Reg, Mask, Pick, kSections, kMaxRegisters, Load, Mul,
 // Add, Sub, MaskOf (one flag per lane), Blend (mask ? take : keep), Feed (the
 // first register's inputs: the pass's input, then the last register's outputs
-// moved up a slot), PickOf and Take (one slot's two lanes) and Lanes (store).
+// moved up a slot), PickOf and Take (one slot's two lanes), Put (two lanes into
+// a slot), Lanes (store), and the mid/side stage's MidSide (MidSideMatrix) and
+// ScaleSide, the same operations in forms that suit its instruction set.
 #pragma once
 
 #include "CascadeKernels.h"
+#include "MidSideStage.h"
 
 #include <immintrin.h>
 
@@ -130,35 +133,58 @@ template <class V> ZK_KERNEL_TARGET SlotMasks<V> MakeSlotMasks() {
     return m;
 }
 
-// Where the pass's output is: its last section's register and slot.
+// The mid/side stage's numbers, for the pass whose last section is the stage's
+// mid and side sections.
+struct MidSideNumbers {
+    __m128d divisor, widthFactor;
+    bool width;
+};
+
+// Where the pass's output is: its last section's slot, in register E (a
+// template argument, so that the steady loop has no test for it). With the
+// mid/side stage that section is the stage's.
 template <class V> struct Exit {
-    int reg;
     typename V::Pick slot;
+    typename V::Mask lanes; // the slot's
+    MidSideNumbers midSide;
 };
 
 // Register j's part of a step (n % 2 == P): its inputs from kStagger steps ago
 // (first, the first register's, formed before any register wrote), the
 // difference equation, the histories' banks; the output register's exit slot
-// into last.
-template <class V, int G, bool Masked, int P>
+// into last. With MidSide the exit section is the mid/side stage's: its input
+// lanes take the matrix of what they receive (left and right to mid and side)
+// and its output goes through the width and back.
+template <class V, int G, bool Masked, int E, bool MidSide, int P>
 ZK_KERNEL_TARGET inline void StepRegister(Pipe<V, G>& q, const Group<V>* p, int j,
                                           typename V::Reg first, const Exit<V>& exit,
                                           __m128d& last) {
     constexpr int kOlder = 1 - P;
-    const typename V::Reg x = j == 0 ? first : q.y[kOlder][j > 0 ? j - 1 : 0];
+    typename V::Reg x = j == 0 ? first : q.y[kOlder][j > 0 ? j - 1 : 0];
+    if constexpr (MidSide) {
+        if (j == E) {
+            x = V::Put(x, V::MidSide(V::Take(x, exit.slot), exit.midSide.divisor), exit.lanes);
+        }
+    }
     const typename V::Reg y =
         Output<V, Masked>(p[j], x, q.x[P][j], q.x[kOlder][j], q.y[P][j], q.y[kOlder][j]);
     q.x[kOlder][j] = x;
     q.y[kOlder][j] = y;
-    if (j == exit.reg) {
+    if (j == E) {
         last = V::Take(y, exit.slot);
+        if constexpr (MidSide) {
+            if (exit.midSide.width) {
+                last = V::ScaleSide(last, exit.midSide.widthFactor);
+            }
+            last = V::MidSide(last, exit.midSide.divisor);
+        }
     }
 }
 
 // One step of every register: section s of the pass works on sample
 // n - kStagger s (n % 2 == P); in is the pass's input sample n. Returns the
 // output of the pass's last section.
-template <class V, int G, bool Masked, int P>
+template <class V, int G, bool Masked, int E, bool MidSide, int P>
 ZK_KERNEL_TARGET inline __m128d Step(Pipe<V, G>& q, const Group<V>* p, __m128d in,
                                      const Exit<V>& exit) {
     __m128d last = _mm_setzero_pd();
@@ -167,7 +193,7 @@ ZK_KERNEL_TARGET inline __m128d Step(Pipe<V, G>& q, const Group<V>* p, __m128d i
     // outputs of kStagger steps ago before they are overwritten.
 #pragma GCC unroll 4
     for (int j = G - 1; j >= 0; --j) {
-        StepRegister<V, G, Masked, P>(q, p, j, first, exit, last);
+        StepRegister<V, G, Masked, E, MidSide, P>(q, p, j, first, exit, last);
     }
     return last;
 }
@@ -177,7 +203,7 @@ ZK_KERNEL_TARGET inline __m128d Step(Pipe<V, G>& q, const Group<V>* p, __m128d i
 // their last sample, is left out. When a section starts (step kStagger s, always
 // with P == 0) its lanes get back the histories it had before the block: until
 // then they computed on whatever the lanes before them held, which no one reads.
-template <class V, int G, bool Masked, int P>
+template <class V, int G, bool Masked, int E, bool MidSide, int P>
 ZK_KERNEL_TARGET inline __m128d EdgeStep(Pipe<V, G>& q, const Pipe<V, G>& before,
                                          const SlotMasks<V>& slots, const Group<V>* p, __m128d in,
                                          long n, long count, int sections, const Exit<V>& exit) {
@@ -199,7 +225,7 @@ ZK_KERNEL_TARGET inline __m128d EdgeStep(Pipe<V, G>& q, const Pipe<V, G>& before
                 q.y[1][j] = V::Blend(q.y[1][j], before.y[1][j], m);
             }
         }
-        StepRegister<V, G, Masked, P>(q, p, j, first, exit, last);
+        StepRegister<V, G, Masked, E, MidSide, P>(q, p, j, first, exit, last);
     }
     return last;
 }
@@ -220,13 +246,15 @@ ZK_KERNEL_TARGET inline void Take(const Pipe<V, G>& q, const SlotMasks<V>& slots
 }
 
 // Runs the stages pass[0..sections) over buf[0..count), G registers for them:
-// kSections (G - 1) < sections <= kSections G.
-template <class V, int G, bool Masked>
+// kSections (G - 1) < sections <= kSections G, the last in register
+// E == (sections - 1) % G. With MidSide the last is the mid/side stage's.
+template <class V, int G, bool Masked, int E, bool MidSide>
 ZK_KERNEL_TARGET void RunPass(__m128d* buf, long count, const StereoStage* const* pass,
-                              int sections) {
+                              int sections, const MidSideNumbers& midSide) {
     constexpr int kSlots = V::kSections * G;
     const long kLatency = kStagger * (sections - 1); // steps from input to output
-    const Exit<V> out{(sections - 1) % G, V::PickOf((sections - 1) / G)};
+    const SlotMasks<V> slots = MakeSlotMasks<V>();
+    const Exit<V> out{V::PickOf((sections - 1) / G), slots.slot[(sections - 1) / G], midSide};
     // Lanes of register j, slot k: section k G + j.
     const StereoStage* slot[kSlots];
     for (int j = 0; j < G; ++j) {
@@ -241,7 +269,6 @@ ZK_KERNEL_TARGET void RunPass(__m128d* buf, long count, const StereoStage* const
         LoadGroup<V>(slot + V::kSections * j, p[j], q.x[0][j], q.x[1][j], q.y[0][j], q.y[1][j]);
     }
     const Pipe<V, G> before = q;
-    const SlotMasks<V> slots = MakeSlotMasks<V>();
     Pipe<V, G> taken = before;
     const long total = count + kLatency;
     for (long n = 0; n < total;) {
@@ -250,15 +277,15 @@ ZK_KERNEL_TARGET void RunPass(__m128d* buf, long count, const StereoStage* const
             // block: the steady state, two steps a round so that the banks'
             // roles are fixed in the code.
             if (n % 2 != 0) {
-                buf[n - kLatency] = Step<V, G, Masked, 1>(q, p, buf[n], out);
+                buf[n - kLatency] = Step<V, G, Masked, E, MidSide, 1>(q, p, buf[n], out);
                 ++n;
             }
             for (; n + 1 < count - 1; n += 2) {
-                buf[n - kLatency] = Step<V, G, Masked, 0>(q, p, buf[n], out);
-                buf[n + 1 - kLatency] = Step<V, G, Masked, 1>(q, p, buf[n + 1], out);
+                buf[n - kLatency] = Step<V, G, Masked, E, MidSide, 0>(q, p, buf[n], out);
+                buf[n + 1 - kLatency] = Step<V, G, Masked, E, MidSide, 1>(q, p, buf[n + 1], out);
             }
             if (n < count - 1) {
-                buf[n - kLatency] = Step<V, G, Masked, 0>(q, p, buf[n], out);
+                buf[n - kLatency] = Step<V, G, Masked, E, MidSide, 0>(q, p, buf[n], out);
                 ++n;
             }
             continue;
@@ -270,12 +297,14 @@ ZK_KERNEL_TARGET void RunPass(__m128d* buf, long count, const StereoStage* const
         const int section = static_cast<int>(since / kStagger);
         __m128d y;
         if (n % 2 == 0) {
-            y = EdgeStep<V, G, Masked, 0>(q, before, slots, p, in, n, count, sections, out);
+            y = EdgeStep<V, G, Masked, E, MidSide, 0>(q, before, slots, p, in, n, count, sections,
+                                                      out);
             if (done) {
                 Take<V, G, 0>(q, slots, section, taken);
             }
         } else {
-            y = EdgeStep<V, G, Masked, 1>(q, before, slots, p, in, n, count, sections, out);
+            y = EdgeStep<V, G, Masked, E, MidSide, 1>(q, before, slots, p, in, n, count, sections,
+                                                      out);
             if (done) {
                 Take<V, G, 1>(q, slots, section, taken);
             }
@@ -303,21 +332,40 @@ ZK_KERNEL_TARGET void RunPass(__m128d* buf, long count, const StereoStage* const
     }
 }
 
-// RunPass for a register count known only at run time (1..G).
-template <class V, int G>
-ZK_KERNEL_TARGET void RunPassOf(int registers, __m128d* buf, long count,
-                                const StereoStage* const* pass, int sections, bool masked) {
-    if constexpr (G > 1) {
-        if (registers < G) {
-            RunPassOf<V, G - 1>(registers, buf, count, pass, sections, masked);
+// RunPass for an exit register known only at run time (0..E); midSide null
+// when the pass does not end in the mid/side stage.
+template <class V, int G, int E>
+ZK_KERNEL_TARGET void RunPassExit(int exit, __m128d* buf, long count,
+                                  const StereoStage* const* pass, int sections, bool masked,
+                                  const MidSideNumbers* midSide) {
+    if constexpr (E > 0) {
+        if (exit < E) {
+            RunPassExit<V, G, E - 1>(exit, buf, count, pass, sections, masked, midSide);
             return;
         }
     }
-    if (masked) {
-        RunPass<V, G, true>(buf, count, pass, sections);
+    const MidSideNumbers none{};
+    if (midSide != nullptr) {
+        masked ? RunPass<V, G, true, E, true>(buf, count, pass, sections, *midSide)
+               : RunPass<V, G, false, E, true>(buf, count, pass, sections, *midSide);
     } else {
-        RunPass<V, G, false>(buf, count, pass, sections);
+        masked ? RunPass<V, G, true, E, false>(buf, count, pass, sections, none)
+               : RunPass<V, G, false, E, false>(buf, count, pass, sections, none);
     }
+}
+
+// RunPass for a register count known only at run time (1..G).
+template <class V, int G>
+ZK_KERNEL_TARGET void RunPassOf(int registers, __m128d* buf, long count,
+                                const StereoStage* const* pass, int sections, bool masked,
+                                const MidSideNumbers* midSide) {
+    if constexpr (G > 1) {
+        if (registers < G) {
+            RunPassOf<V, G - 1>(registers, buf, count, pass, sections, masked, midSide);
+            return;
+        }
+    }
+    RunPassExit<V, G, G - 1>((sections - 1) % G, buf, count, pass, sections, masked, midSide);
 }
 
 // The two channels into frames [left, right] and back, V::kWeave frames at a
@@ -347,32 +395,45 @@ ZK_KERNEL_TARGET void Unweave(const __m128d* frames, double* left, double* right
 }
 
 // The whole chain: stages that run on at least one channel, grouped into
-// registers and passes, over left/right in chunks.
+// registers and passes, over left/right in chunks; then the mid/side stage if
+// tail is given: as the last stage of the last pass when one of its sections
+// runs, else (only the matrix and the width) on its own.
 template <class V>
 ZK_KERNEL_TARGET void FilterCascadeStereoStaggered(const StereoStage* stages, int stageCount,
-                                                   double* left, double* right, long count) {
+                                                   const MidSideTail* tail, double* left,
+                                                   double* right, long count) {
     if (count < 1) {
         return;
     }
+    const bool midSideInPass = tail != nullptr && (Runs(tail->mid) || Runs(tail->side));
+    const StereoStage midSideStage{
+        {midSideInPass ? tail->mid : nullptr, midSideInPass ? tail->side : nullptr}};
+    const MidSideNumbers midSide{_mm_set1_pd(kMidSideDivisor),
+                                 _mm_set1_pd(tail != nullptr ? tail->widthFactor : 1.0),
+                                 tail != nullptr && tail->width};
+    const int total = stageCount + (midSideInPass ? 1 : 0);
     alignas(64) __m128d chunk[kChunk];
     for (long start = 0; start < count; start += kChunk) {
         const long n = count - start < kChunk ? count - start : kChunk;
         Weave<V>(left + start, right + start, chunk, n);
-        for (int next = 0; next < stageCount;) {
+        for (int next = 0; next < total;) {
             // The next stages that run on at least one channel (a stage on one
             // channel only passes the other lane through by mask).
             constexpr int kList = 48;
             const StereoStage* run[kList];
             bool oneChannel[kList];
             int listed = 0;
-            for (; next < stageCount && listed < kList; ++next) {
-                const bool on1 = Runs(stages[next].channel[0]);
-                const bool on2 = Runs(stages[next].channel[1]);
+            for (; next < total && listed < kList; ++next) {
+                const StereoStage* stage = next < stageCount ? &stages[next] : &midSideStage;
+                const bool on1 = Runs(stage->channel[0]);
+                const bool on2 = Runs(stage->channel[1]);
                 if (on1 || on2) {
                     oneChannel[listed] = on1 != on2;
-                    run[listed++] = &stages[next];
+                    run[listed++] = stage;
                 }
             }
+            // The mid/side stage, when listed, is the last of this round.
+            const bool endsInMidSide = midSideInPass && next == total;
             // Registers spread evenly over the fewest passes, so that no pass is
             // left with a lone register (its feedback would set the pace).
             const int registers = (listed + V::kSections - 1) / V::kSections;
@@ -385,11 +446,16 @@ ZK_KERNEL_TARGET void FilterCascadeStereoStaggered(const StereoStage* stages, in
                 for (int k = first; k < first + sections; ++k) {
                     masked = masked || oneChannel[k];
                 }
-                RunPassOf<V, V::kMaxRegisters>(g, chunk, n, run + first, sections, masked);
+                RunPassOf<V, V::kMaxRegisters>(g, chunk, n, run + first, sections, masked,
+                                               endsInMidSide && p == passes - 1 ? &midSide
+                                                                                : nullptr);
                 first += sections;
             }
         }
         Unweave<V>(chunk, left + start, right + start, n);
+    }
+    if (tail != nullptr && !midSideInPass) {
+        RunMidSideStage(left, right, count, tail->mid, tail->side, tail->width, tail->widthFactor);
     }
 }
 

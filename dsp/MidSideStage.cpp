@@ -1,9 +1,5 @@
 #include "MidSideStage.h"
 
-#if defined(__SSE2__)
-#include <emmintrin.h>
-#endif
-
 namespace zk {
 
 #if defined(__SSE2__)
@@ -62,19 +58,13 @@ void Store(const Sections& s, CBiquad* mid, CBiquad* side) {
     }
 }
 
-// [a + b, a - b] of v = [a, b].
-inline __m128d SumAndDifference(__m128d v) {
-    const __m128d a = _mm_unpacklo_pd(v, v), b = _mm_unpackhi_pd(v, v);
-    return _mm_move_sd(_mm_sub_pd(a, b), _mm_add_pd(a, b));
-}
-
 template <bool Filter, bool Masked, bool Width>
 void Run(double* b1, double* b2, long count, Sections& s, double widthFactor) {
     const __m128d divisor = _mm_set1_pd(kMidSideDivisor);
     const __m128d width = _mm_set1_pd(widthFactor);
     for (long i = 0; i < count; ++i) {
         __m128d v = _mm_loadh_pd(_mm_load_sd(b1 + i), b2 + i);
-        v = _mm_div_pd(SumAndDifference(v), divisor); // [mid, side]
+        v = MidSideMatrix(v, divisor); // [mid, side]
         if constexpr (Filter) {
             // CBiquad's order: (((b0 x + b1 x1) + b2 x2) - a1 y1) - a2 y2.
             __m128d y = _mm_sub_pd(
@@ -93,9 +83,9 @@ void Run(double* b1, double* b2, long count, Sections& s, double widthFactor) {
             v = y;
         }
         if constexpr (Width) {
-            v = _mm_move_sd(_mm_mul_pd(v, width), v); // the side only
+            v = ScaleSide(v, width);
         }
-        v = _mm_div_pd(SumAndDifference(v), divisor);
+        v = MidSideMatrix(v, divisor);
         _mm_storel_pd(b1 + i, v);
         _mm_storeh_pd(b2 + i, v);
     }

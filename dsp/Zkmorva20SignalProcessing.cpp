@@ -297,6 +297,17 @@ void CZkmorva20SignalProcessing::ProcessSampleBuffer(long count) {
             }
         }
     }
+    const bool monoMakerActive = monoMakerOn && monoMakerFrequency > 20.0;
+    const bool widthActive = stereoWidthOn && stereoWidth != 1.0;
+    const bool midSideStage =
+        (monoMakerActive || widthActive) && blockWise && !HasOwnMsConversion();
+    const bool listened = eqOn && autoListenActive;
+    // The mid/side stage joins the chain's pass unless the listened section
+    // comes between them.
+    const bool midSideInChain = midSideStage && !listened;
+    const zk::MidSideTail tail{monoMakerActive ? monoMaker.GetBiquad(true) : nullptr,
+                               monoMakerActive ? monoMaker.GetBiquad(false) : nullptr,
+                               stereoWidthOn, stereoWidth};
     if (plainFilterLoops) {
         // One section after another over each buffer: what the fused pass equals.
         if (oversampling) {
@@ -316,18 +327,17 @@ void CZkmorva20SignalProcessing::ProcessSampleBuffer(long count) {
         if (eqOn && !autoListenActive) {
             CollectChain(stages, channel1, channel2, filters[0], filters[1]);
         }
-        zk::FilterCascadeStereo(stages.stage, stages.count, b1, b2, count);
+        zk::FilterCascadeStereo(stages.stage, stages.count, midSideInChain ? &tail : nullptr, b1,
+                                b2, count);
     }
-    if (eqOn && autoListenActive) {
+    if (listened) {
         RunListenedSection(count);
     }
 
-    const bool monoMakerActive = monoMakerOn && monoMakerFrequency > 20.0;
-    const bool widthActive = stereoWidthOn && stereoWidth != 1.0;
-    if ((monoMakerActive || widthActive) && blockWise && !HasOwnMsConversion()) {
-        zk::RunMidSideStage(b1, b2, count, monoMakerActive ? monoMaker.GetBiquad(true) : nullptr,
-                            monoMakerActive ? monoMaker.GetBiquad(false) : nullptr, stereoWidthOn,
-                            stereoWidth);
+    if (midSideStage) {
+        if (!midSideInChain) {
+            zk::RunMidSideStage(b1, b2, count, tail.mid, tail.side, tail.width, tail.widthFactor);
+        }
     } else if (monoMakerActive || widthActive) {
         ConvertBetweenMsAndLr(count);
         if (monoMakerActive) {

@@ -67,7 +67,8 @@ TEST(CascadeKernels, MonoPassEqualsSectionAfterSection) {
     }
 }
 
-using StereoPass = void (*)(const zk::StereoStage*, int, double*, double*, long);
+using StereoPass = void (*)(const zk::StereoStage*, int, const zk::MidSideTail*, double*, double*,
+                            long);
 
 void ExpectStereoPassEqualsEachChannelAlone(StereoPass pass, const char* which) {
     Rng rng(12);
@@ -98,7 +99,7 @@ void ExpectStereoPassEqualsEachChannelAlone(StereoPass pass, const char* which) 
                     }
                 }
             }
-            pass(stages.data(), n, b[0].data(), b[1].data(), len);
+            pass(stages.data(), n, nullptr, b[0].data(), b[1].data(), len);
             ASSERT_TRUE(SameBits(a[0], b[0])) << which << ", channel 1, trial " << trial;
             ASSERT_TRUE(SameBits(a[1], b[1])) << which << ", channel 2, trial " << trial;
         }
@@ -182,6 +183,22 @@ TEST(CascadeKernels, CompositeFiltersEqualTheirPlainLoops) {
     }
 }
 
+// The mid/side stage's rule written out per sample, in place: to mid and side,
+// each through its section (or unchanged where the section does not run), the
+// side scaled, back to left and right.
+void MidSideRule(std::vector<double>& l, std::vector<double>& r, CBiquad& mid, bool midRuns,
+                 CBiquad& side, bool sideRuns, bool width, double factor) {
+    for (std::size_t k = 0; k < l.size(); ++k) {
+        double m = (l[k] + r[k]) / zk::kMidSideDivisor;
+        double s = (l[k] - r[k]) / zk::kMidSideDivisor;
+        m = midRuns ? mid.FilterSample(m) : m;
+        s = sideRuns ? side.FilterSample(s) : s;
+        s = width ? s * factor : s;
+        l[k] = (m + s) / zk::kMidSideDivisor;
+        r[k] = (m - s) / zk::kMidSideDivisor;
+    }
+}
+
 // The mid/side stage against its rule written out per sample: to mid and side,
 // each through its section (or unchanged where the section is flat), the side
 // scaled, back to left and right. Every combination of running sections and
@@ -204,22 +221,86 @@ TEST(CascadeKernels, MidSideStageEqualsItsPerSampleRule) {
         CBiquad plainMid = mid, plainSide = side;
         const long n = RandomBlock(rng);
         std::vector<double> l = RandomSignal(rng, n), r = RandomSignal(rng, n);
-        std::vector<double> expectL(l.size()), expectR(r.size());
-        for (long i = 0; i < n; ++i) {
-            const std::size_t k = static_cast<std::size_t>(i);
-            double m = (l[k] + r[k]) / zk::kMidSideDivisor;
-            double s = (l[k] - r[k]) / zk::kMidSideDivisor;
-            m = midRuns ? plainMid.FilterSample(m) : m;
-            s = sideRuns ? plainSide.FilterSample(s) : s;
-            s = width ? s * factor : s;
-            expectL[k] = (m + s) / zk::kMidSideDivisor;
-            expectR[k] = (m - s) / zk::kMidSideDivisor;
-        }
+        std::vector<double> expectL = l, expectR = r;
+        MidSideRule(expectL, expectR, plainMid, midRuns, plainSide, sideRuns, width, factor);
         zk::RunMidSideStage(l.data(), r.data(), n, &mid, &side, width, factor);
         ASSERT_TRUE(SameBits(expectL, l)) << "left, trial " << trial;
         ASSERT_TRUE(SameBits(expectR, r)) << "right, trial " << trial;
         EXPECT_TRUE(SameBits(History(plainMid), History(mid))) << "mid history, trial " << trial;
         EXPECT_TRUE(SameBits(History(plainSide), History(side))) << "side history, trial " << trial;
+    }
+}
+
+// The chain with the mid/side stage at its end (inside the last pass where a
+// mono-maker section runs) against each channel's sections one after another
+// and then the stage's per-sample rule: every combination of running mono-maker
+// sections and width, chains from none to 26 stages (so the stage lands in every
+// register and slot, alone in a pass or after a full one), blocks of every
+// length in a row.
+using StereoPassWithTail = void (*)(const zk::StereoStage*, int, const zk::MidSideTail*, double*,
+                                    double*, long);
+
+void ExpectMidSideTailEqualsChainThenRule(StereoPassWithTail pass, const char* which) {
+    Rng rng(16);
+    for (int trial = 0; trial < 240; ++trial) {
+        const double fs = kRates[Pick(rng, 2)];
+        const int n = trial % 27;
+        const int runs = trial % 4; // both, side only, mid only, neither (matrix and width alone)
+        const bool midRuns = runs == 0 || runs == 2, sideRuns = runs == 0 || runs == 1;
+        const bool width = Pick(rng, 2) == 0;
+        const double factor = Uniform(rng, 0.0, 2.0);
+        std::vector<CBiquad> plain[2] = {RandomSections(rng, n, fs), RandomSections(rng, n, fs)};
+        std::vector<CBiquad> fused[2] = {plain[0], plain[1]};
+        std::vector<zk::StereoStage> stages;
+        for (std::size_t k = 0; k < static_cast<std::size_t>(n); ++k) {
+            stages.push_back({&fused[0][k], &fused[1][k]});
+        }
+        CBiquad mid(fs), side(fs);
+        if (midRuns) {
+            mid.Update(filterParameters{LowShelf, 1.06, Uniform(rng, 20.0, 300.0), 1.0});
+            RandomHistory(rng, mid);
+        }
+        if (sideRuns) {
+            side.Update(filterParameters{HighPass2, 0.0, Uniform(rng, 20.0, 300.0), 1.4});
+            RandomHistory(rng, side);
+        }
+        CBiquad plainMid = mid, plainSide = side;
+        const zk::MidSideTail tail{&mid, &side, width, factor};
+        for (int block = 0; block < 3; ++block) {
+            const long len = RandomBlock(rng);
+            std::vector<double> a[2] = {RandomSignal(rng, len), RandomSignal(rng, len)};
+            std::vector<double> b[2] = {a[0], a[1]};
+            for (int ch = 0; ch < 2; ++ch) {
+                for (CBiquad& section : plain[ch]) {
+                    section.FilterBuffer(a[ch].data(), len);
+                }
+            }
+            MidSideRule(a[0], a[1], plainMid, midRuns, plainSide, sideRuns, width, factor);
+            pass(stages.data(), n, &tail, b[0].data(), b[1].data(), len);
+            ASSERT_TRUE(SameBits(a[0], b[0])) << which << ", left, trial " << trial << " (" << n
+                                              << " stages), block " << block << " of " << len;
+            ASSERT_TRUE(SameBits(a[1], b[1])) << which << ", right, trial " << trial << " (" << n
+                                              << " stages), block " << block << " of " << len;
+        }
+        EXPECT_TRUE(SameBits(History(plainMid), History(mid))) << which << ", mid, trial " << trial;
+        EXPECT_TRUE(SameBits(History(plainSide), History(side)))
+            << which << ", side, trial " << trial;
+        for (int ch = 0; ch < 2; ++ch) {
+            for (std::size_t k = 0; k < static_cast<std::size_t>(n); ++k) {
+                ASSERT_TRUE(SameBits(History(plain[ch][k]), History(fused[ch][k])))
+                    << which << ", trial " << trial << " channel " << ch + 1 << " section " << k;
+            }
+        }
+    }
+}
+
+TEST(CascadeKernels, MidSideTailEqualsChainThenStage) {
+    ExpectMidSideTailEqualsChainThenRule(zk::kernels::FilterCascadeStereoBaseline, "baseline");
+    if (zk::kernels::HaveAvx()) {
+        ExpectMidSideTailEqualsChainThenRule(zk::kernels::FilterCascadeStereoAvx, "AVX");
+    }
+    if (zk::kernels::HaveAvx512()) {
+        ExpectMidSideTailEqualsChainThenRule(zk::kernels::FilterCascadeStereoAvx512, "AVX-512");
     }
 }
 
