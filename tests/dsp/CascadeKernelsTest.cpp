@@ -70,6 +70,33 @@ TEST(CascadeKernels, MonoPassEqualsSectionAfterSection) {
 using StereoPass = void (*)(const zk::StereoStage*, int, const zk::MidSideTail*, double*, double*,
                             long);
 
+// Each two-channel kernel this machine runs, by name.
+template <class Check> void ForEachStereoPass(Check check) {
+    check(zk::kernels::FilterCascadeStereoBaseline, "baseline");
+    if (zk::kernels::HaveAvx()) {
+        check(zk::kernels::FilterCascadeStereoAvx, "AVX");
+    }
+    if (zk::kernels::HaveAvx512()) {
+        check(zk::kernels::FilterCascadeStereoAvx512, "AVX-512");
+    } else {
+        std::printf("no AVX-512 here: its two-channel pass not checked\n");
+    }
+}
+
+// Both channels' sections left with the same histories.
+::testing::AssertionResult SameHistories(const std::vector<CBiquad> (&plain)[2],
+                                         const std::vector<CBiquad> (&fused)[2]) {
+    for (int ch = 0; ch < 2; ++ch) {
+        for (std::size_t k = 0; k < plain[ch].size(); ++k) {
+            if (!SameBits(History(plain[ch][k]), History(fused[ch][k]))) {
+                return ::testing::AssertionFailure()
+                       << "channel " << ch + 1 << " section " << k << " history differs";
+            }
+        }
+    }
+    return ::testing::AssertionSuccess();
+}
+
 void ExpectStereoPassEqualsEachChannelAlone(StereoPass pass, const char* which) {
     Rng rng(12);
     for (int trial = 0; trial < 300; ++trial) {
@@ -103,26 +130,12 @@ void ExpectStereoPassEqualsEachChannelAlone(StereoPass pass, const char* which) 
             ASSERT_TRUE(SameBits(a[0], b[0])) << which << ", channel 1, trial " << trial;
             ASSERT_TRUE(SameBits(a[1], b[1])) << which << ", channel 2, trial " << trial;
         }
-        for (int ch = 0; ch < 2; ++ch) {
-            for (int k = 0; k < n; ++k) {
-                const std::size_t i = static_cast<std::size_t>(k);
-                ASSERT_TRUE(SameBits(History(plain[ch][i]), History(fused[ch][i])))
-                    << which << ", trial " << trial << " channel " << ch + 1 << " section " << k;
-            }
-        }
+        ASSERT_TRUE(SameHistories(plain, fused)) << which << ", trial " << trial;
     }
 }
 
 TEST(CascadeKernels, StereoPassEqualsEachChannelAlone) {
-    ExpectStereoPassEqualsEachChannelAlone(zk::kernels::FilterCascadeStereoBaseline, "baseline");
-    if (zk::kernels::HaveAvx()) {
-        ExpectStereoPassEqualsEachChannelAlone(zk::kernels::FilterCascadeStereoAvx, "AVX");
-    }
-    if (zk::kernels::HaveAvx512()) {
-        ExpectStereoPassEqualsEachChannelAlone(zk::kernels::FilterCascadeStereoAvx512, "AVX-512");
-    } else {
-        std::printf("no AVX-512 here: its two-channel pass not checked\n");
-    }
+    ForEachStereoPass(ExpectStereoPassEqualsEachChannelAlone);
 }
 
 // A lane is not confused with its neighbour: a signal on one channel only leaves
@@ -237,10 +250,7 @@ TEST(CascadeKernels, MidSideStageEqualsItsPerSampleRule) {
 // sections and width, chains from none to 26 stages (so the stage lands in every
 // register and slot, alone in a pass or after a full one), blocks of every
 // length in a row.
-using StereoPassWithTail = void (*)(const zk::StereoStage*, int, const zk::MidSideTail*, double*,
-                                    double*, long);
-
-void ExpectMidSideTailEqualsChainThenRule(StereoPassWithTail pass, const char* which) {
+void ExpectMidSideTailEqualsChainThenRule(StereoPass pass, const char* which) {
     Rng rng(16);
     for (int trial = 0; trial < 240; ++trial) {
         const double fs = kRates[Pick(rng, 2)];
@@ -285,23 +295,12 @@ void ExpectMidSideTailEqualsChainThenRule(StereoPassWithTail pass, const char* w
         EXPECT_TRUE(SameBits(History(plainMid), History(mid))) << which << ", mid, trial " << trial;
         EXPECT_TRUE(SameBits(History(plainSide), History(side)))
             << which << ", side, trial " << trial;
-        for (int ch = 0; ch < 2; ++ch) {
-            for (std::size_t k = 0; k < static_cast<std::size_t>(n); ++k) {
-                ASSERT_TRUE(SameBits(History(plain[ch][k]), History(fused[ch][k])))
-                    << which << ", trial " << trial << " channel " << ch + 1 << " section " << k;
-            }
-        }
+        ASSERT_TRUE(SameHistories(plain, fused)) << which << ", trial " << trial;
     }
 }
 
 TEST(CascadeKernels, MidSideTailEqualsChainThenStage) {
-    ExpectMidSideTailEqualsChainThenRule(zk::kernels::FilterCascadeStereoBaseline, "baseline");
-    if (zk::kernels::HaveAvx()) {
-        ExpectMidSideTailEqualsChainThenRule(zk::kernels::FilterCascadeStereoAvx, "AVX");
-    }
-    if (zk::kernels::HaveAvx512()) {
-        ExpectMidSideTailEqualsChainThenRule(zk::kernels::FilterCascadeStereoAvx512, "AVX-512");
-    }
+    ForEachStereoPass(ExpectMidSideTailEqualsChainThenRule);
 }
 
 } // namespace
