@@ -18,6 +18,7 @@ struct AvxLanes {
     // Sixteen registers: the histories of three (twelve) stay in registers, the
     // coefficients are read from memory.
     static constexpr int kMaxRegisters = 3;
+    static constexpr int SlotLane(int slot) { return 2 * slot; }
 
     ZK_KERNEL_TARGET static Reg Load(const double* p) { return _mm256_loadu_pd(p); }
     ZK_KERNEL_TARGET static void Lanes(double* p, Reg r) { _mm256_storeu_pd(p, r); }

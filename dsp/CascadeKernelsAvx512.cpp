@@ -21,6 +21,9 @@ struct Avx512Lanes {
     // in one pass spill histories to the stack: a 24-section chain measured
     // 1.2 (fastest runs) to 1.6 times (median) slower than in two passes of three.
     static constexpr int kMaxRegisters = 4;
+    // Slots from the top down: a full pass's last section (slot 3) is then in
+    // the bottom lanes, where its output is taken without a shuffle.
+    static constexpr int SlotLane(int slot) { return 2 * (kSections - 1 - slot); }
 
     ZK_KERNEL_TARGET static Reg Load(const double* p) { return _mm512_loadu_pd(p); }
     ZK_KERNEL_TARGET static void Lanes(double* p, Reg r) { _mm512_storeu_pd(p, r); }
@@ -37,29 +40,37 @@ struct Avx512Lanes {
     ZK_KERNEL_TARGET static Reg Blend(Reg keep, Reg take, Mask m) {
         return _mm512_mask_blend_pd(m, keep, take);
     }
-    // [in, the first three slots of last]: in as the top lanes of a broadcast
-    // (a load, no shuffle), then one rotation.
+    // Slot 0 in, slots 1 to 3 the first three slots of last: last moved down a
+    // slot, in from a broadcast (a load, no shuffle) in the top lanes.
     ZK_KERNEL_TARGET static Reg Feed(__m128d in, Reg last) {
-        return Rotate(last, _mm512_maskz_broadcast_f64x2(0xFF, in));
+        return _mm512_castsi512_pd(_mm512_maskz_alignr_epi64(
+            0xFF, _mm512_castpd_si512(_mm512_maskz_broadcast_f64x2(0xFF, in)),
+            _mm512_castpd_si512(last), 2));
     }
-    // A slot's two lanes moved to the bottom by one permutation.
-    // (Here and below the zero-masking forms with every lane selected: the same
-    // work, but GCC 12's unmasked forms warn of an uninitialised operand.)
-    using Pick = __m512i;
+    // A slot's two lanes: the bottom ones as they are, the others moved there by
+    // one permutation. (Here and below the zero-masking forms with every lane
+    // selected: the same work, but GCC 12's unmasked forms warn of an
+    // uninitialised operand.)
+    struct Pick {
+        __m512i lanes;
+        bool bottom;
+    };
     ZK_KERNEL_TARGET static Pick PickOf(int slot) {
-        return _mm512_set_epi64(0, 0, 0, 0, 0, 0, 2 * slot + 1, 2 * slot);
+        const int lane = SlotLane(slot);
+        return {_mm512_set_epi64(0, 0, 0, 0, 0, 0, lane + 1, lane), lane == 0};
     }
-    ZK_KERNEL_TARGET static __m128d Take(Reg r, Pick lanes) {
-        return _mm512_maskz_extractf64x2_pd(0x3, _mm512_maskz_permutexvar_pd(0xFF, lanes, r), 0);
+    ZK_KERNEL_TARGET static __m128d Take(Reg r, const Pick& pick) {
+        if (pick.bottom) {
+            // The cast without GCC 12's cast intrinsic, which warns of an
+            // uninitialised operand.
+            return __builtin_shufflevector(r, r, 0, 1);
+        }
+        return _mm512_maskz_extractf64x2_pd(0x3, _mm512_maskz_permutexvar_pd(0xFF, pick.lanes, r),
+                                            0);
     }
     // v into the lanes of m (one slot's), the rest of r kept.
     ZK_KERNEL_TARGET static Reg Put(Reg r, __m128d v, Mask m) {
         return _mm512_mask_broadcast_f64x2(r, m, v);
-    }
-    // Lanes 6, 7 of low, then lanes 0..5 of high.
-    ZK_KERNEL_TARGET static Reg Rotate(Reg high, Reg low) {
-        return _mm512_castsi512_pd(_mm512_maskz_alignr_epi64(0xFF, _mm512_castpd_si512(high),
-                                                             _mm512_castpd_si512(low), 6));
     }
     // MidSideMatrix and ScaleSide with one shuffle instead of three: the
     // shuffles share a port with the pass's arithmetic. Each lane's operands in

@@ -5,8 +5,8 @@
 // so no function built for one instruction set is ever shared with another.
 //
 // The G registers of a pass hold its sections dealt out like cards: section s
-// in register s % G, slot s / G, both channels (lanes [slot 0 ch 1, slot 0 ch 2,
-// slot 1 ch 1, ...]). The sections are staggered in time: at step n section s
+// in register s % G, slot s / G, both channels (lanes SlotLane(slot) and the
+// next, channel 1 first). The sections are staggered in time: at step n section s
 // works on sample n - kStagger s, so a section's input is what the section
 // before it produced kStagger steps earlier (already in a register) and no lane
 // waits on another lane of the same step. Two steps rather than one keep the
@@ -31,7 +31,8 @@
 // output is taken from its last section's lanes), which costs less than masking
 // a pass-through into every lane of every step.
 //
-// The lane type V provides: Reg, Mask, Pick, kSections, kMaxRegisters, Load, Mul,
+// The lane type V provides: Reg, Mask, Pick, kSections, kMaxRegisters, SlotLane
+// (a slot's first lane), Load, Mul,
 // Add, Sub, MaskOf (one flag per lane), Blend (mask ? take : keep), Feed (the
 // first register's inputs: the pass's input, then the last register's outputs
 // moved up a slot), PickOf and Take (one slot's two lanes), Put (two lanes into
@@ -72,6 +73,16 @@ template <class V> struct Group {
 // place each step would cost a register copy per history per step.
 template <class V, int G> struct Pipe { typename V::Reg x[2][G], y[2][G]; };
 
+// The slot whose lanes include lane l.
+template <class V> constexpr int SlotOfLane(int l) {
+    for (int k = 0; k < V::kSections; ++k) {
+        if (l == V::SlotLane(k) || l == V::SlotLane(k) + 1) {
+            return k;
+        }
+    }
+    return 0;
+}
+
 // Lanes of one register from V::kSections stages (null: a stage that passes
 // everything through).
 template <class V>
@@ -81,8 +92,9 @@ ZK_KERNEL_TARGET void LoadGroup(const StereoStage* const* stages, Group<V>& p, t
     double c[5][kLanes] = {}, h[4][kLanes] = {};
     bool on[kLanes];
     for (int l = 0; l < kLanes; ++l) {
-        const StereoStage* stage = stages[l / 2];
-        CBiquad* b = stage != nullptr ? stage->channel[l % 2] : nullptr;
+        const int slot = SlotOfLane<V>(l);
+        const StereoStage* stage = stages[slot];
+        CBiquad* b = stage != nullptr ? stage->channel[l - V::SlotLane(slot)] : nullptr;
         on[l] = Runs(b);
         if (on[l]) {
             const BiquadCoeffs& k = b->Coeffs();
@@ -127,7 +139,7 @@ template <class V> ZK_KERNEL_TARGET SlotMasks<V> MakeSlotMasks() {
     SlotMasks<V> m;
     for (int k = 0; k < V::kSections; ++k) {
         bool on[2 * V::kSections] = {};
-        on[2 * k] = on[2 * k + 1] = true;
+        on[V::SlotLane(k)] = on[V::SlotLane(k) + 1] = true;
         m.slot[k] = V::MaskOf(on);
     }
     return m;
@@ -324,7 +336,7 @@ ZK_KERNEL_TARGET void RunPass(__m128d* buf, long count, const StereoStage* const
             for (int ch = 0; ch < 2; ++ch) {
                 CBiquad* b = pass[k * G + j]->channel[ch];
                 if (Runs(b)) {
-                    const int l = 2 * k + ch;
+                    const int l = V::SlotLane(k) + ch;
                     b->State() = {h[0][l], h[1][l], h[2][l], h[3][l]};
                 }
             }
