@@ -20,8 +20,19 @@ struct AvxLanes {
     static constexpr int kMaxRegisters = 3;
     static constexpr int SlotLane(int slot) { return 2 * slot; }
 
-    ZK_KERNEL_TARGET static Reg Load(const double* p) { return _mm256_loadu_pd(p); }
-    ZK_KERNEL_TARGET static void Lanes(double* p, Reg r) { _mm256_storeu_pd(p, r); }
+    ZK_KERNEL_TARGET static Reg Gather(const double* const* rows, int offset) {
+        auto at = [&](int l) { return rows[l] != nullptr ? rows[l][offset] : 0.0; };
+        return _mm256_setr_pd(at(0), at(1), at(2), at(3));
+    }
+    ZK_KERNEL_TARGET static void Scatter(double* const* rows, int offset, Reg r) {
+        alignas(32) double lanes[4];
+        _mm256_store_pd(lanes, r);
+        for (int l = 0; l < 4; ++l) {
+            if (rows[l] != nullptr) {
+                rows[l][offset] = lanes[l];
+            }
+        }
+    }
     ZK_KERNEL_TARGET static Reg Mul(Reg a, Reg b) { return _mm256_mul_pd(a, b); }
     ZK_KERNEL_TARGET static Reg Add(Reg a, Reg b) { return _mm256_add_pd(a, b); }
     ZK_KERNEL_TARGET static Reg Sub(Reg a, Reg b) { return _mm256_sub_pd(a, b); }

@@ -25,8 +25,18 @@ struct Avx512Lanes {
     // the bottom lanes, where its output is taken without a shuffle.
     static constexpr int SlotLane(int slot) { return 2 * (kSections - 1 - slot); }
 
-    ZK_KERNEL_TARGET static Reg Load(const double* p) { return _mm512_loadu_pd(p); }
-    ZK_KERNEL_TARGET static void Lanes(double* p, Reg r) { _mm512_storeu_pd(p, r); }
+    // The lanes' addresses as the gather's indices from address zero.
+    ZK_KERNEL_TARGET static Reg Gather(const double* const* rows, int offset) {
+        const __m512i at = _mm512_loadu_si512(rows);
+        return _mm512_mask_i64gather_pd(_mm512_setzero_pd(), _mm512_test_epi64_mask(at, at),
+                                        _mm512_add_epi64(at, _mm512_set1_epi64(8 * offset)),
+                                        nullptr, 1);
+    }
+    ZK_KERNEL_TARGET static void Scatter(double* const* rows, int offset, Reg r) {
+        const __m512i at = _mm512_loadu_si512(rows);
+        _mm512_mask_i64scatter_pd(nullptr, _mm512_test_epi64_mask(at, at),
+                                  _mm512_add_epi64(at, _mm512_set1_epi64(8 * offset)), r, 1);
+    }
     ZK_KERNEL_TARGET static Reg Mul(Reg a, Reg b) { return _mm512_mul_pd(a, b); }
     ZK_KERNEL_TARGET static Reg Add(Reg a, Reg b) { return _mm512_add_pd(a, b); }
     ZK_KERNEL_TARGET static Reg Sub(Reg a, Reg b) { return _mm512_sub_pd(a, b); }

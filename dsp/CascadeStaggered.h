@@ -32,7 +32,8 @@
 // a pass-through into every lane of every step.
 //
 // The lane type V provides: Reg, Mask, Pick, kSections, kMaxRegisters, SlotLane
-// (a slot's first lane), Load, Mul,
+// (a slot's first lane), Load, Gather and Scatter (lane l from or to
+// rows[l][offset], skipping null rows), Mul,
 // Add, Sub, MaskOf (one flag per lane), Blend (mask ? take : keep), Feed (the
 // first register's inputs: the pass's input, then the last register's outputs
 // moved up a slot), PickOf and Take (one slot's two lanes), Put (two lanes into
@@ -84,37 +85,31 @@ template <class V> constexpr int SlotOfLane(int l) {
 }
 
 // Lanes of one register from V::kSections stages (null: a stage that passes
-// everything through).
+// everything through); states gets each lane's history, null where the lane's
+// section does not run.
 template <class V>
 ZK_KERNEL_TARGET void LoadGroup(const StereoStage* const* stages, Group<V>& p, typename V::Reg& x1,
-                                typename V::Reg& x2, typename V::Reg& y1, typename V::Reg& y2) {
+                                typename V::Reg& x2, typename V::Reg& y1, typename V::Reg& y2,
+                                double** states) {
     constexpr int kLanes = 2 * V::kSections;
-    double c[5][kLanes] = {}, h[4][kLanes] = {};
+    const double* coeffs[kLanes];
     bool on[kLanes];
     for (int l = 0; l < kLanes; ++l) {
         const int slot = SlotOfLane<V>(l);
         const StereoStage* stage = stages[slot];
         CBiquad* b = stage != nullptr ? stage->channel[l - V::SlotLane(slot)] : nullptr;
         on[l] = Runs(b);
-        if (on[l]) {
-            const BiquadCoeffs& k = b->Coeffs();
-            const BiquadState& s = b->State();
-            c[0][l] = k.b0;
-            c[1][l] = k.b1;
-            c[2][l] = k.b2;
-            c[3][l] = k.a1;
-            c[4][l] = k.a2;
-            h[0][l] = s.x1;
-            h[1][l] = s.x2;
-            h[2][l] = s.y1;
-            h[3][l] = s.y2;
-        }
+        coeffs[l] = on[l] ? &b->Coeffs().b0 : nullptr;
+        states[l] = on[l] ? &b->State().x1 : nullptr;
     }
-    p = {V::Load(c[0]), V::Load(c[1]), V::Load(c[2]), V::Load(c[3]), V::Load(c[4]), V::MaskOf(on)};
-    x1 = V::Load(h[0]);
-    x2 = V::Load(h[1]);
-    y1 = V::Load(h[2]);
-    y2 = V::Load(h[3]);
+    static_assert(sizeof(BiquadCoeffs) == 5 * sizeof(double) &&
+                  sizeof(BiquadState) == 4 * sizeof(double));
+    p = {V::Gather(coeffs, 0), V::Gather(coeffs, 1), V::Gather(coeffs, 2),
+         V::Gather(coeffs, 3), V::Gather(coeffs, 4), V::MaskOf(on)};
+    x1 = V::Gather(states, 0);
+    x2 = V::Gather(states, 1);
+    y1 = V::Gather(states, 2);
+    y2 = V::Gather(states, 3);
 }
 
 // The difference equation in CBiquad's order: (((b0 x + b1 x1) + b2 x2) - a1 y1) - a2 y2.
@@ -277,8 +272,10 @@ ZK_KERNEL_TARGET void RunPass(__m128d* buf, long count, const StereoStage* const
     }
     Group<V> p[G];
     Pipe<V, G> q;
+    double* states[G][2 * V::kSections];
     for (int j = 0; j < G; ++j) {
-        LoadGroup<V>(slot + V::kSections * j, p[j], q.x[0][j], q.x[1][j], q.y[0][j], q.y[1][j]);
+        LoadGroup<V>(slot + V::kSections * j, p[j], q.x[0][j], q.x[1][j], q.y[0][j], q.y[1][j],
+                     states[j]);
     }
     const Pipe<V, G> before = q;
     Pipe<V, G> taken = before;
@@ -327,20 +324,10 @@ ZK_KERNEL_TARGET void RunPass(__m128d* buf, long count, const StereoStage* const
         ++n;
     }
     for (int j = 0; j < G; ++j) {
-        double h[4][2 * V::kSections];
-        V::Lanes(h[0], taken.x[0][j]);
-        V::Lanes(h[1], taken.x[1][j]);
-        V::Lanes(h[2], taken.y[0][j]);
-        V::Lanes(h[3], taken.y[1][j]);
-        for (int k = 0; k < V::kSections && k * G + j < sections; ++k) {
-            for (int ch = 0; ch < 2; ++ch) {
-                CBiquad* b = pass[k * G + j]->channel[ch];
-                if (Runs(b)) {
-                    const int l = V::SlotLane(k) + ch;
-                    b->State() = {h[0][l], h[1][l], h[2][l], h[3][l]};
-                }
-            }
-        }
+        V::Scatter(states[j], 0, taken.x[0][j]);
+        V::Scatter(states[j], 1, taken.x[1][j]);
+        V::Scatter(states[j], 2, taken.y[0][j]);
+        V::Scatter(states[j], 3, taken.y[1][j]);
     }
 }
 
