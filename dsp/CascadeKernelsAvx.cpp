@@ -40,6 +40,10 @@ struct AvxLanes {
         return _mm256_castsi256_pd(
             _mm256_setr_epi64x(on[0] ? -1 : 0, on[1] ? -1 : 0, on[2] ? -1 : 0, on[3] ? -1 : 0));
     }
+    ZK_KERNEL_TARGET static Mask SlotMask(int slot) {
+        const bool on[4] = {slot == 0, slot == 0, slot == 1, slot == 1};
+        return MaskOf(on);
+    }
     ZK_KERNEL_TARGET static Reg Blend(Reg keep, Reg take, Mask m) {
         return _mm256_blendv_pd(keep, take, m);
     }

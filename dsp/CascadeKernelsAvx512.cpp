@@ -47,6 +47,9 @@ struct Avx512Lanes {
         }
         return static_cast<Mask>(bits);
     }
+    ZK_KERNEL_TARGET static Mask SlotMask(int slot) {
+        return static_cast<Mask>(3u << SlotLane(slot));
+    }
     ZK_KERNEL_TARGET static Reg Blend(Reg keep, Reg take, Mask m) {
         return _mm512_mask_blend_pd(m, keep, take);
     }
@@ -93,19 +96,23 @@ struct Avx512Lanes {
     ZK_KERNEL_TARGET static __m128d ScaleSide(__m128d v, __m128d factor) {
         return _mm_mask_mul_pd(v, 0x2, v, factor);
     }
-    // Four frames: a permutation of both channels' four samples each way.
-    static constexpr int kWeave = 4;
+    // Eight frames: two two-source permutations each way.
+    static constexpr int kWeave = 8;
     ZK_KERNEL_TARGET static void Weave(const double* left, const double* right, __m128d* frames) {
-        const __m512i order = _mm512_set_epi64(11, 3, 10, 2, 9, 1, 8, 0);
-        const Reg l = _mm512_maskz_loadu_pd(0x0F, left), r = _mm512_maskz_loadu_pd(0x0F, right);
-        _mm512_storeu_pd(reinterpret_cast<double*>(frames), _mm512_permutex2var_pd(l, order, r));
+        const Reg l = _mm512_loadu_pd(left), r = _mm512_loadu_pd(right);
+        double* out = reinterpret_cast<double*>(frames);
+        _mm512_storeu_pd(out,
+                         _mm512_permutex2var_pd(l, _mm512_set_epi64(11, 3, 10, 2, 9, 1, 8, 0), r));
+        _mm512_storeu_pd(
+            out + 8, _mm512_permutex2var_pd(l, _mm512_set_epi64(15, 7, 14, 6, 13, 5, 12, 4), r));
     }
     ZK_KERNEL_TARGET static void Unweave(const __m128d* frames, double* left, double* right) {
-        const __m512i order = _mm512_set_epi64(7, 5, 3, 1, 6, 4, 2, 0);
-        const Reg both = _mm512_maskz_permutexvar_pd(
-            0xFF, order, _mm512_loadu_pd(reinterpret_cast<const double*>(frames)));
-        _mm512_mask_storeu_pd(left, 0x0F, both);
-        _mm256_storeu_pd(right, _mm512_maskz_extractf64x4_pd(0x0F, both, 1));
+        const double* in = reinterpret_cast<const double*>(frames);
+        const Reg low = _mm512_loadu_pd(in), high = _mm512_loadu_pd(in + 8);
+        _mm512_storeu_pd(
+            left, _mm512_permutex2var_pd(low, _mm512_set_epi64(14, 12, 10, 8, 6, 4, 2, 0), high));
+        _mm512_storeu_pd(
+            right, _mm512_permutex2var_pd(low, _mm512_set_epi64(15, 13, 11, 9, 7, 5, 3, 1), high));
     }
 };
 

@@ -34,11 +34,11 @@
 // The lane type V provides: Reg, Mask, Pick, kSections, kMaxRegisters, SlotLane
 // (a slot's first lane), Load, Gather and Scatter (lane l from or to
 // rows[l][offset], skipping null rows), Mul,
-// Add, Sub, MaskOf (one flag per lane), Blend (mask ? take : keep), Feed (the
-// first register's inputs: the pass's input, then the last register's outputs
-// moved up a slot), PickOf and Take (one slot's two lanes), Put (two lanes into
-// a slot), Lanes (store), and the mid/side stage's MidSide (MidSideMatrix) and
-// ScaleSide, the same operations in forms that suit its instruction set.
+// Add, Sub, MaskOf (one flag per lane), SlotMask (a slot's lanes), Blend (mask ? take : keep), Feed
+// (the first register's inputs: the pass's input, then the last register's outputs moved up a
+// slot), PickOf and Take (one slot's two lanes), Put (two lanes into a slot), Lanes (store), and
+// the mid/side stage's MidSide (MidSideMatrix) and ScaleSide, the same operations in forms that
+// suit its instruction set.
 #pragma once
 
 #include "CascadeKernels.h"
@@ -133,9 +133,7 @@ template <class V> struct SlotMasks { typename V::Mask slot[V::kSections]; };
 template <class V> ZK_KERNEL_TARGET SlotMasks<V> MakeSlotMasks() {
     SlotMasks<V> m;
     for (int k = 0; k < V::kSections; ++k) {
-        bool on[2 * V::kSections] = {};
-        on[V::SlotLane(k)] = on[V::SlotLane(k) + 1] = true;
-        m.slot[k] = V::MaskOf(on);
+        m.slot[k] = V::SlotMask(k);
     }
     return m;
 }
