@@ -436,7 +436,7 @@ ZK_KERNEL_TARGET void FilterCascadeStereoStaggered(const StereoStage* stages, in
             const int registers = (listed + V::kSections - 1) / V::kSections;
             const int passes = (registers + V::kMaxRegisters - 1) / V::kMaxRegisters;
             for (int p = 0, first = 0; p < passes; ++p) {
-                const int g = registers / passes + (p < registers % passes ? 1 : 0);
+                const int g = registers / passes + (p >= passes - registers % passes ? 1 : 0);
                 const int sections =
                     V::kSections * g < listed - first ? V::kSections * g : listed - first;
                 bool masked = false;
