@@ -36,16 +36,24 @@ cmake --build "$build" -j "$(nproc)" --target zk_bench_limit zk_bench_dsp zk_ben
 c++ -std=c++20 -O2 -Wall -Wextra -ffp-contract=off "$top/bench/peers/Lv2PeerHost.cpp" \
     $(pkg-config --cflags --libs lilv-0) -o "$build/zk_lv2_peer_host"
 
+# Every timing on one core, the last: on this kind of shared machine the unit's
+# runs on the first core (where the system's interrupts land) or moved between
+# cores measured up to a third slower than on the last, minutes apart.
+pin=()
+if command -v taskset >/dev/null && [ "$(nproc)" -gt 1 ]; then
+    pin=(taskset -c "$(($(nproc) - 1))")
+fi
+
 out=$build/bench-results
 mkdir -p "$out"
 common=(--benchmark_repetitions="$reps" --benchmark_report_aggregates_only=true
         --benchmark_format=json)
 echo "bench: machine limit"
-"$build/bench/zk_bench_limit" "${common[@]}" >"$out/limit.json"
+"${pin[@]}" "$build/bench/zk_bench_limit" "${common[@]}" >"$out/limit.json"
 echo "bench: processors"
-"$build/bench/zk_bench_dsp" "${common[@]}" --benchmark_filter='Processor' >"$out/processors.json"
+"${pin[@]}" "$build/bench/zk_bench_dsp" "${common[@]}" --benchmark_filter='Processor' >"$out/processors.json"
 echo "bench: units"
-"$build/bench/zk_bench_units" "${common[@]}" >"$out/units.json"
+"${pin[@]}" "$build/bench/zk_bench_units" "${common[@]}" >"$out/units.json"
 # The limit and our unit in alternation, one short run each: this machine's speed
 # drifts over minutes (shared cores), so a ratio of two runs taken minutes apart
 # moves with it; each pair here is seconds apart.
@@ -53,9 +61,9 @@ echo "bench: limit ratio, paired runs"
 runs_line() { python3 -c 'import json,sys; print(json.dumps(json.load(sys.stdin)["benchmarks"]))'; }
 : >"$out/paired.jsonl"
 for _ in $(seq "$pairs"); do
-    "$build/bench/zk_bench_limit" --benchmark_filter='Avx2|Avx512' --benchmark_min_time=0.2 \
+    "${pin[@]}" "$build/bench/zk_bench_limit" --benchmark_filter='Avx2|Avx512' --benchmark_min_time=0.2 \
         --benchmark_format=json | runs_line >>"$out/paired.jsonl"
-    "$build/bench/zk_bench_units" --benchmark_filter='Zkmorva20Unit/48000Hz/all' \
+    "${pin[@]}" "$build/bench/zk_bench_units" --benchmark_filter='Zkmorva20Unit/48000Hz/all' \
         --benchmark_min_time=0.2 --benchmark_format=json | runs_line >>"$out/paired.jsonl"
 done
 echo "bench: peers"
@@ -70,7 +78,7 @@ if [ -n "${ZK_LV2_DIR:-}" ]; then
 fi
 : >"$out/peers.txt"
 for scenario in "$top"/bench/peers/scenarios/*.scn; do
-    "$build/zk_lv2_peer_host" "$scenario" --seconds "$peer_seconds" --repeats "$reps" \
+    "${pin[@]}" "$build/zk_lv2_peer_host" "$scenario" --seconds "$peer_seconds" --repeats "$reps" \
         | tee -a "$out/peers.txt"
 done
 
