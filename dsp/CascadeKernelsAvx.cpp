@@ -19,6 +19,7 @@ struct AvxLanes {
     // coefficients are read from memory.
     static constexpr int kMaxRegisters = 3;
     static constexpr int SlotLane(int slot) { return 2 * slot; }
+    static constexpr bool kPairedMidSide = false;
 
     ZK_KERNEL_TARGET static Reg Gather(const double* const* rows, int offset) {
         auto at = [&](int l) { return rows[l] != nullptr ? rows[l][offset] : 0.0; };

@@ -93,6 +93,14 @@ struct Avx512Lanes {
         const __m128d sum = _mm_add_pd(v, swapped);
         return _mm_div_pd(_mm_mask_sub_pd(sum, 0x2, swapped, v), divisor);
     }
+    // MidSide on two pairs at once: [a, b, c, d] to the matrix of [a, b] and of
+    // [c, d], each lane as there.
+    static constexpr bool kPairedMidSide = true;
+    ZK_KERNEL_TARGET static __m256d MidSide2(__m256d v, __m256d divisor) {
+        const __m256d swapped = _mm256_permute_pd(v, 0x5);
+        const __m256d sum = _mm256_add_pd(v, swapped);
+        return _mm256_div_pd(_mm256_mask_sub_pd(sum, 0xA, swapped, v), divisor);
+    }
     ZK_KERNEL_TARGET static __m128d ScaleSide(__m128d v, __m128d factor) {
         return _mm_mask_mul_pd(v, 0x2, v, factor);
     }

@@ -203,6 +203,60 @@ ZK_KERNEL_TARGET inline __m128d Step(Pipe<V, G>& q, const Group<V>* p, __m128d i
     return last;
 }
 
+// Two steps (n even, then n + 1) of a pass that ends in the mid/side stage with
+// its section in register E > 0, the stage's matrix taken for two samples at a
+// time on 256-bit registers: both steps' stage inputs at step n (both are
+// outputs of register E - 1 by then, one in each bank) and both outputs at step
+// n + 1. Each lane sees the operations of two Steps; the outputs of steps n and
+// n + 1 go to out0 and out1.
+template <class V, int G, bool Masked, int E, int P>
+ZK_KERNEL_TARGET inline void PairedRegister(Pipe<V, G>& q, const Group<V>* p, int j,
+                                            typename V::Reg first, const Exit<V>& exit,
+                                            __m128d input, __m128d& raw) {
+    constexpr int kOlder = 1 - P;
+    typename V::Reg x = j == 0 ? first : q.y[kOlder][j > 0 ? j - 1 : 0];
+    if (j == E) {
+        x = V::Put(x, input, exit.lanes);
+    }
+    const typename V::Reg y =
+        Output<V, Masked>(p[j], x, q.x[P][j], q.x[kOlder][j], q.y[P][j], q.y[kOlder][j]);
+    q.x[kOlder][j] = x;
+    q.y[kOlder][j] = y;
+    if (j == E) {
+        raw = V::Take(y, exit.slot);
+        if (exit.midSide.width) {
+            raw = V::ScaleSide(raw, exit.midSide.widthFactor);
+        }
+    }
+}
+
+template <class V, int G, bool Masked, int E>
+ZK_KERNEL_TARGET inline void StepPair(Pipe<V, G>& q, const Group<V>* p, __m128d in0, __m128d in1,
+                                      const Exit<V>& exit, __m128d& out0, __m128d& out1) {
+    static_assert(E > 0 && V::kPairedMidSide);
+    const __m256d divisor = _mm256_set_m128d(exit.midSide.divisor, exit.midSide.divisor);
+    // Register E - 1's outputs of steps n - 2 (bank 1) and n - 1 (bank 0).
+    const __m256d inputs = V::MidSide2(
+        _mm256_set_m128d(V::Take(q.y[0][E - 1], exit.slot), V::Take(q.y[1][E - 1], exit.slot)),
+        divisor);
+    __m128d raw0 = _mm_setzero_pd(), raw1 = _mm_setzero_pd();
+    const typename V::Reg first0 = V::Feed(in0, q.y[1][G - 1]);
+#pragma GCC unroll 4
+    for (int j = G - 1; j >= 0; --j) {
+        PairedRegister<V, G, Masked, E, 0>(q, p, j, first0, exit, _mm256_castpd256_pd128(inputs),
+                                           raw0);
+    }
+    const typename V::Reg first1 = V::Feed(in1, q.y[0][G - 1]);
+#pragma GCC unroll 4
+    for (int j = G - 1; j >= 0; --j) {
+        PairedRegister<V, G, Masked, E, 1>(q, p, j, first1, exit, _mm256_extractf128_pd(inputs, 1),
+                                           raw1);
+    }
+    const __m256d outputs = V::MidSide2(_mm256_set_m128d(raw1, raw0), divisor);
+    out0 = _mm256_castpd256_pd128(outputs);
+    out1 = _mm256_extractf128_pd(outputs, 1);
+}
+
 // A step while the pipeline fills or drains. A register none of whose sections
 // has started (its first is section j), or all of whose sections have taken
 // their last sample, is left out. When a section starts (step kStagger s, always
@@ -288,8 +342,15 @@ ZK_KERNEL_TARGET void RunPass(__m128d* buf, long count, const StereoStage* const
                 ++n;
             }
             for (; n + 1 < count - 1; n += 2) {
-                buf[n - kLatency] = Step<V, G, Masked, E, MidSide, 0>(q, p, buf[n], out);
-                buf[n + 1 - kLatency] = Step<V, G, Masked, E, MidSide, 1>(q, p, buf[n + 1], out);
+                if constexpr (MidSide && E > 0 && V::kPairedMidSide) {
+                    const __m128d in0 = buf[n], in1 = buf[n + 1];
+                    StepPair<V, G, Masked, E>(q, p, in0, in1, out, buf[n - kLatency],
+                                              buf[n + 1 - kLatency]);
+                } else {
+                    buf[n - kLatency] = Step<V, G, Masked, E, MidSide, 0>(q, p, buf[n], out);
+                    buf[n + 1 - kLatency] =
+                        Step<V, G, Masked, E, MidSide, 1>(q, p, buf[n + 1], out);
+                }
             }
             if (n < count - 1) {
                 buf[n - kLatency] = Step<V, G, Masked, E, MidSide, 0>(q, p, buf[n], out);
