@@ -56,11 +56,13 @@ constexpr int kGroup = 8;
 
 // What the sample-only work hands to the recurrences. Register j of each array
 // holds sample j in its lower half and sample j + 4 in its upper half.
-struct alignas(32) Group {
+struct alignas(64) Group {
     __m256 levels[4]; // |mid|, |side|, |out 1|, |out 2|
     __m256 others[4]; // |in 1|, |in 2|, release x balance, release x correlation value
     __m256 sums[4];   // s1, s1 s1, s2, s2 s2
     alignas(32) float product[kGroup]; // s1 s2
+    // The 512-bit kernel's form of levels and others: sample k's eight values.
+    alignas(64) float records[kGroup][8];
 };
 
 struct Chains {
@@ -356,6 +358,53 @@ ZK_AVX2_FLAT void RunAvx2(CZkmorva20MeterState& s, double* b1, double* b2, long 
 
 // ------------------------------------------------------------------ AVX-512
 
+// Permutation indices of Records (lane L of the result takes lane idx[L] of the
+// first source, or idx[L] - 16 of the second).
+struct RecordIndices {
+    alignas(64) int quads[2][16];  // sources z0 | z1: samples 4h..4h+3, quantities 0..3
+    alignas(64) int inputs[2][16]; // sources z2 | z3: samples 4h..4h+3, quantities 4..7
+    alignas(64) int pairs[2][16];  // sources quads | inputs: samples 2j, 2j + 1, all eight
+};
+constexpr RecordIndices MakeRecordIndices() {
+    RecordIndices r{};
+    for (int h = 0; h < 2; ++h) {
+        for (int l = 0; l < 16; ++l) {
+            const int s = 4 * h + l / 4, q = l % 4;
+            r.quads[h][l] = q == 0 ? s : q == 1 ? 8 + s : q == 2 ? 16 + s : 24 + s;
+            r.inputs[h][l] = q == 0 ? 2 * s : q == 1 ? 2 * s + 1 : q == 2 ? 16 + s : 24 + s;
+            const int local = 2 * h + l / 8, quantity = l % 8;
+            r.pairs[h][l] = quantity < 4 ? 4 * local + quantity : 16 + 4 * local + quantity - 4;
+        }
+    }
+    return r;
+}
+constexpr RecordIndices kRecordIndices = MakeRecordIndices();
+
+// Each sample's eight values into g.records from four registers of two rows
+// each: z0 [|mid| | |side|], z1 [|out 1| | |out 2|], z2 the input magnitude
+// pairs in sample order, z3 [release x balance | release x correlation value].
+// Eight two-source permutations (the 256-bit transposition takes 22 shuffles).
+ZK_AVX512 inline void Records(Group& g, __m512 z0, __m512 z1, __m512 z2, __m512 z3) {
+    const RecordIndices& k = kRecordIndices;
+    for (int h = 0; h < 2; ++h) {
+        const __m512 quads = _mm512_permutex2var_ps(
+            z0, _mm512_load_si512(reinterpret_cast<const __m512i*>(k.quads[h])), z1);
+        const __m512 inputs = _mm512_permutex2var_ps(
+            z2, _mm512_load_si512(reinterpret_cast<const __m512i*>(k.inputs[h])), z3);
+        for (int j = 0; j < 2; ++j) {
+            _mm512_store_ps(g.records[4 * h + 2 * j],
+                            _mm512_permutex2var_ps(
+                                quads,
+                                _mm512_load_si512(reinterpret_cast<const __m512i*>(k.pairs[j])),
+                                inputs));
+        }
+    }
+}
+
+ZK_AVX512 inline __m512 Rows(__m256 low, __m256 high) {
+    return _mm512_insertf32x8(_mm512_castps256_ps512(low), high, 1);
+}
+
 struct Avx512Constants {
     __m512d gain1, gain2;
     __m256 release, correlation;
@@ -397,24 +446,25 @@ template <Route R, bool Inputs> struct Avx512Kernel {
         StoreSums(g, _mm256_maskz_mov_ps(_mm256_cmp_ps_mask(x, gate, _CMP_GE_OQ), f1),
                   _mm256_maskz_mov_ps(_mm256_cmp_ps_mask(y, gate, _CMP_GE_OQ), f2));
 
-        const __m256 half = _mm256_set1_ps(0.5f);
-        const __m256 mid = Abs(_mm256_mul_ps(_mm512_cvtpd_ps(_mm512_add_pd(r1, r2)), half));
-        const __m256 side = Abs(_mm256_mul_ps(_mm512_cvtpd_ps(_mm512_sub_pd(r1, r2)), half));
+        // |mid| and |side| side by side: per lane the conversion, the halving
+        // and the magnitude as one at a time.
+        const __m512 midSide = _mm512_abs_ps(_mm512_mul_ps(
+            Rows(_mm512_cvtpd_ps(_mm512_add_pd(r1, r2)), _mm512_cvtpd_ps(_mm512_sub_pd(r1, r2))),
+            _mm512_set1_ps(0.5f)));
         const __m256 out1 = R == Route::SecondOnBoth ? y : x;
         const __m256 out2 = R == Route::FirstOnBoth ? x : y;
-        __m256 inputs01 = _mm256_setzero_ps(), inputs23 = _mm256_setzero_ps();
+        __m512 inputs = _mm512_setzero_ps();
         if constexpr (Inputs) {
-            inputs01 = InputPairs(d.magnitudes, 0);
-            inputs23 = InputPairs(d.magnitudes, 1);
+            inputs = _mm512_loadu_ps(d.magnitudes);
         }
-        Transpose(g, mid, side, out1, out2, inputs01, inputs23, _mm256_mul_ps(k.release, balance),
-                  k.correlation);
+        Records(g, midSide, Rows(out1, out2), inputs,
+                Rows(_mm256_mul_ps(k.release, balance), k.correlation));
     }
 
     // As the AVX2 step; the fall or over is one masked multiply and the rise a
     // masked add onto it, so a level waits on a multiply and an add only.
     ZK_AVX512 void Step(Chains& c, const Group& g, int i) const {
-        const __m256 v = SampleInputs(g, i);
+        const __m256 v = _mm256_load_ps(g.records[i]);
         const __m256 addend = _mm256_mask_mul_ps(v, ~kSmoothLanes & 0xFF, v, m.attack);
         const __mmask8 notOver = _mm256_cmp_ps_mask(v, _mm256_set1_ps(1.0f), _CMP_NGT_UQ);
         const __mmask8 takeRise =
