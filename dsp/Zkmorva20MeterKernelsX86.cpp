@@ -61,14 +61,17 @@ struct alignas(64) Group {
     __m256 others[4]; // |in 1|, |in 2|, release x balance, release x correlation value
     __m256 sums[4];   // s1, s1 s1, s2, s2 s2
     alignas(32) float product[kGroup]; // s1 s2
-    // The 512-bit kernel's form of levels and others: sample k's eight values.
+    // The 512-bit kernel's forms: sample k's eight values of levels and others,
+    // and its sums and product (s1, s1 s1, s2, s2 s2, s1 s2, then zeros).
     alignas(64) float records[kGroup][8];
+    alignas(64) float sumRecords[kGroup][8];
 };
 
 struct Chains {
     __m256 levels; // mid, side, out 1, out 2, in 1, in 2, balance, correlation
     __m128 sums;   // s1, s1 s1, s2, s2 s2
     float product;
+    __m256 sumsAndProduct; // the 512-bit kernel's: sums, product, zeros
 };
 
 // Lanes 6 and 7 hold the smoothed balance and correlation.
@@ -364,6 +367,10 @@ struct RecordIndices {
     alignas(64) int quads[2][16];  // sources z0 | z1: samples 4h..4h+3, quantities 0..3
     alignas(64) int inputs[2][16]; // sources z2 | z3: samples 4h..4h+3, quantities 4..7
     alignas(64) int pairs[2][16];  // sources quads | inputs: samples 2j, 2j + 1, all eight
+    // SumRecords: sources s | s s: samples 4h..4h+3, [s1, s1 s1, s2, s2 s2] each;
+    // then sources those | products: samples 4h + 2j, 4h + 2j + 1, with s1 s2.
+    alignas(64) int sumQuads[2][16];
+    alignas(64) int sumPairs[2][2][16];
 };
 constexpr RecordIndices MakeRecordIndices() {
     RecordIndices r{};
@@ -374,6 +381,13 @@ constexpr RecordIndices MakeRecordIndices() {
             r.inputs[h][l] = q == 0 ? 2 * s : q == 1 ? 2 * s + 1 : q == 2 ? 16 + s : 24 + s;
             const int local = 2 * h + l / 8, quantity = l % 8;
             r.pairs[h][l] = quantity < 4 ? 4 * local + quantity : 16 + 4 * local + quantity - 4;
+            r.sumQuads[h][l] = q == 0 ? s : q == 1 ? 16 + s : q == 2 ? 8 + s : 24 + s;
+            for (int j = 0; j < 2; ++j) {
+                const int at = 2 * j + l / 8; // the sample's place among the four
+                r.sumPairs[h][j][l] = quantity < 4    ? 4 * at + quantity
+                                      : quantity == 4 ? 16 + 4 * h + at
+                                                      : 16 + 8; // a zero lane
+            }
         }
     }
     return r;
@@ -403,6 +417,26 @@ ZK_AVX512 inline void Records(Group& g, __m512 z0, __m512 z1, __m512 z2, __m512 
 
 ZK_AVX512 inline __m512 Rows(__m256 low, __m256 high) {
     return _mm512_insertf32x8(_mm512_castps256_ps512(low), high, 1);
+}
+
+// The gated samples' sums of one group into g.sumRecords: squares and products
+// as StoreSums makes them, six two-source permutations.
+ZK_AVX512 inline void SumRecords(Group& g, __m256 s1, __m256 s2) {
+    const RecordIndices& k = kRecordIndices;
+    const __m512 both = Rows(s1, s2);
+    const __m512 squares = _mm512_mul_ps(both, both);
+    const __m512 products = _mm512_zextps256_ps512(_mm256_mul_ps(s1, s2));
+    for (int h = 0; h < 2; ++h) {
+        const __m512 quads = _mm512_permutex2var_ps(
+            both, _mm512_load_si512(reinterpret_cast<const __m512i*>(k.sumQuads[h])), squares);
+        for (int j = 0; j < 2; ++j) {
+            _mm512_store_ps(
+                g.sumRecords[4 * h + 2 * j],
+                _mm512_permutex2var_ps(
+                    quads, _mm512_load_si512(reinterpret_cast<const __m512i*>(k.sumPairs[h][j])),
+                    products));
+        }
+    }
 }
 
 struct Avx512Constants {
@@ -443,8 +477,8 @@ template <Route R, bool Inputs> struct Avx512Kernel {
             _mm512_mul_pd(_mm512_add_pd(clamped, _mm512_set1_pd(1.0)), _mm512_set1_pd(0.5)));
 
         const __m256 gate = _mm256_set1_ps(kGate);
-        StoreSums(g, _mm256_maskz_mov_ps(_mm256_cmp_ps_mask(x, gate, _CMP_GE_OQ), f1),
-                  _mm256_maskz_mov_ps(_mm256_cmp_ps_mask(y, gate, _CMP_GE_OQ), f2));
+        SumRecords(g, _mm256_maskz_mov_ps(_mm256_cmp_ps_mask(x, gate, _CMP_GE_OQ), f1),
+                   _mm256_maskz_mov_ps(_mm256_cmp_ps_mask(y, gate, _CMP_GE_OQ), f2));
 
         // |mid| and |side| side by side: per lane the conversion, the halving
         // and the magnitude as one at a time.
@@ -472,7 +506,7 @@ template <Route R, bool Inputs> struct Avx512Kernel {
         const __m256 overOrFall = _mm256_mask_mul_ps(v, notOver, c.levels, m.keepOnFall);
         c.levels =
             _mm256_mask_add_ps(overOrFall, takeRise, _mm256_mul_ps(c.levels, m.keepOnRise), addend);
-        StepSums(c, g, i);
+        c.sumsAndProduct = _mm256_add_ps(c.sumsAndProduct, _mm256_load_ps(g.sumRecords[i]));
     }
 };
 
@@ -485,7 +519,11 @@ ZK_AVX512_FLAT void RunAvx512(CZkmorva20MeterState& s, double* b1, double* b2, l
                                     _mm256_set1_ps(release * s.correlationValue)},
                                    MakeCoefficients(attack, release)};
     Chains c = LoadChains(s);
+    c.sumsAndProduct =
+        _mm256_insertf128_ps(_mm256_castps128_ps256(c.sums), _mm_set_ss(c.product), 1);
     RunGroups(kernel, c, b1, b2, count, magnitudes);
+    c.sums = _mm256_castps256_ps128(c.sumsAndProduct);
+    c.product = _mm_cvtss_f32(_mm256_extractf128_ps(c.sumsAndProduct, 1));
     StoreChains(s, c, Inputs, count);
 }
 
