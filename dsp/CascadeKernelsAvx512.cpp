@@ -101,6 +101,9 @@ struct Avx512Lanes {
         const __m256d sum = _mm256_add_pd(v, swapped);
         return _mm256_div_pd(_mm256_mask_sub_pd(sum, 0xA, swapped, v), divisor);
     }
+    ZK_KERNEL_TARGET static __m256d ScaleSide2(__m256d v, __m256d factor) {
+        return _mm256_mask_mul_pd(v, 0xA, v, factor);
+    }
     ZK_KERNEL_TARGET static __m128d ScaleSide(__m128d v, __m128d factor) {
         return _mm_mask_mul_pd(v, 0x2, v, factor);
     }

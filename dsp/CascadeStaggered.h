@@ -224,9 +224,6 @@ ZK_KERNEL_TARGET inline void PairedRegister(Pipe<V, G>& q, const Group<V>* p, in
     q.y[kOlder][j] = y;
     if (j == E) {
         raw = V::Take(y, exit.slot);
-        if (exit.midSide.width) {
-            raw = V::ScaleSide(raw, exit.midSide.widthFactor);
-        }
     }
 }
 
@@ -252,7 +249,12 @@ ZK_KERNEL_TARGET inline void StepPair(Pipe<V, G>& q, const Group<V>* p, __m128d 
         PairedRegister<V, G, Masked, E, 1>(q, p, j, first1, exit, _mm256_extractf128_pd(inputs, 1),
                                            raw1);
     }
-    const __m256d outputs = V::MidSide2(_mm256_set_m128d(raw1, raw0), divisor);
+    __m256d raws = _mm256_set_m128d(raw1, raw0);
+    if (exit.midSide.width) {
+        raws = V::ScaleSide2(raws,
+                             _mm256_set_m128d(exit.midSide.widthFactor, exit.midSide.widthFactor));
+    }
+    const __m256d outputs = V::MidSide2(raws, divisor);
     out0 = _mm256_castpd256_pd128(outputs);
     out1 = _mm256_extractf128_pd(outputs, 1);
 }
