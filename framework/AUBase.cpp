@@ -126,9 +126,13 @@ OSStatus AUBase::DoReset(AudioUnitScope scope, AudioUnitElement element) {
     return Reset(scope, element);
 }
 
-OSStatus AUBase::Reset(AudioUnitScope, AudioUnitElement) { return noErr; }
+OSStatus AUBase::Reset(AudioUnitScope, AudioUnitElement) {
+    return noErr;
+}
 
-void AUBase::PreDestructor() { DoCleanup(); }
+void AUBase::PreDestructor() {
+    DoCleanup();
+}
 
 // ---------------------------------------------------------------------------
 Float64 AUBase::GetSampleRate() {
@@ -226,8 +230,8 @@ OSStatus AUBase::SetParameter(AudioUnitParameterID id, AudioUnitScope scope,
     return GetElement(scope, element)->SetParameter(id, value);
 }
 
-bool AUBase::PeekParameter(AudioUnitScope scope, AudioUnitElement element,
-                           AudioUnitParameterID id, AudioUnitParameterValue& out) const {
+bool AUBase::PeekParameter(AudioUnitScope scope, AudioUnitElement element, AudioUnitParameterID id,
+                           AudioUnitParameterValue& out) const {
     if (CheckScopeElement(scope, element) != noErr) {
         return false;
     }
@@ -398,8 +402,8 @@ OSStatus AUBase::GetPropertyInfo(AudioUnitPropertyID id, AudioUnitScope scope,
     }
 }
 
-OSStatus AUBase::GetProperty(AudioUnitPropertyID id, AudioUnitScope scope,
-                             AudioUnitElement element, void* outData) {
+OSStatus AUBase::GetProperty(AudioUnitPropertyID id, AudioUnitScope scope, AudioUnitElement element,
+                             void* outData) {
     UInt32 size = 0;
     Boolean writable = false;
     if (OSStatus r = GetPropertyInfo(id, scope, element, size, writable)) {
@@ -415,7 +419,8 @@ OSStatus AUBase::GetProperty(AudioUnitPropertyID id, AudioUnitScope scope,
         return noErr;
     }
     case kAudioUnitProperty_StreamFormat: {
-        const AudioStreamBasicDescription f = GetScope(scope).GetIOElement(element)->GetStreamFormat();
+        const AudioStreamBasicDescription f =
+            GetScope(scope).GetIOElement(element)->GetStreamFormat();
         std::memcpy(outData, &f, sizeof f);
         return noErr;
     }
@@ -498,8 +503,8 @@ OSStatus AUBase::GetProperty(AudioUnitPropertyID id, AudioUnitScope scope,
     }
 }
 
-OSStatus AUBase::SetProperty(AudioUnitPropertyID id, AudioUnitScope scope,
-                             AudioUnitElement element, const void* inData, UInt32 inDataSize) {
+OSStatus AUBase::SetProperty(AudioUnitPropertyID id, AudioUnitScope scope, AudioUnitElement element,
+                             const void* inData, UInt32 inDataSize) {
     UInt32 size = 0;
     Boolean writable = false;
     if (OSStatus r = GetPropertyInfo(id, scope, element, size, writable)) {

@@ -76,7 +76,7 @@ public:
     }
     AUIOElement* GetIOElement(AudioUnitElement i) const {
         return mScope == kAudioUnitScope_Global ? nullptr
-                                                 : static_cast<AUIOElement*>(GetElement(i));
+                                                : static_cast<AUIOElement*>(GetElement(i));
     }
 
 private:
@@ -92,8 +92,7 @@ public:
     void Allocate(UInt32 channels);
     UInt32 Capacity() const { return static_cast<UInt32>(mBuffers.size()); }
     // Real-time safe: points the list at `count` channels of `frames` samples.
-    template <class P>
-    AudioBufferList& Prepare(P* const* channels, UInt32 count, UInt32 frames) {
+    template <class P> AudioBufferList& Prepare(P* const* channels, UInt32 count, UInt32 frames) {
         mList.mNumberBuffers = count;
         mList.mBuffers = mBuffers.data();
         for (UInt32 c = 0; c < count; ++c) {
@@ -148,7 +147,7 @@ public:
     // ----- elements and scopes
     // Creates the global element and numInputs/numOutputs buses (idempotent).
     virtual void CreateElements();
-    AUScope& GetScope(AudioUnitScope scope); // precondition: 0..2
+    AUScope& GetScope(AudioUnitScope scope);                               // precondition: 0..2
     AUElement* GetElement(AudioUnitScope scope, AudioUnitElement element); // null if none
     AUElement* Globals() { return mGlobal.GetElement(0); }
     const AUElement* Globals() const { return mGlobal.GetElement(0); }
@@ -158,8 +157,8 @@ public:
     OSStatus CheckScopeElement(AudioUnitScope scope, AudioUnitElement element) const;
 
     // ----- life cycle (hosts call the Do* members; units override the virtuals)
-    OSStatus DoInitialize();  // no-op when initialised; allocates buffer lists, Initialize()
-    void DoCleanup();         // Cleanup() when initialised; then uninitialised
+    OSStatus DoInitialize(); // no-op when initialised; allocates buffer lists, Initialize()
+    void DoCleanup();        // Cleanup() when initialised; then uninitialised
     OSStatus DoReset(AudioUnitScope scope, AudioUnitElement element); // Reset()
     bool IsInitialized() const { return mInitialized.load(std::memory_order_acquire); }
     virtual OSStatus Initialize() { return noErr; }
@@ -291,9 +290,8 @@ public:
                                    const AudioBufferList& inBuffers, AudioBufferList& outBuffers,
                                    UInt32 frames);
 
-    OSStatus GetPropertyInfo(AudioUnitPropertyID id, AudioUnitScope scope,
-                             AudioUnitElement element, UInt32& outDataSize,
-                             Boolean& outWritable) override;
+    OSStatus GetPropertyInfo(AudioUnitPropertyID id, AudioUnitScope scope, AudioUnitElement element,
+                             UInt32& outDataSize, Boolean& outWritable) override;
     OSStatus GetProperty(AudioUnitPropertyID id, AudioUnitScope scope, AudioUnitElement element,
                          void* outData) override;
     OSStatus SetProperty(AudioUnitPropertyID id, AudioUnitScope scope, AudioUnitElement element,

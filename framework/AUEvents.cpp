@@ -262,7 +262,9 @@ std::mutex gCreateMutex;
 std::array<std::atomic<Listener*>, kMaxListeners> gSlots{};
 std::atomic<std::size_t> gHighWater{0};
 
-Listener* FromRef(AUEventListenerRef ref) { return reinterpret_cast<Listener*>(ref); }
+Listener* FromRef(AUEventListenerRef ref) {
+    return reinterpret_cast<Listener*>(ref);
+}
 } // namespace
 
 // ---------------------------------------------------------------------------
@@ -309,8 +311,9 @@ struct RunLoopImpl {
         for (const Entry& e : snapshot) {
             Listener* l = e.listener;
             std::unique_lock<std::mutex> lock(l->deliverMutex);
-            if (l->generation.load(std::memory_order_acquire) != e.generation || !l->alive.load(std::memory_order_acquire) ||
-                !l->loop || &l->loop->Impl() != this || !l->HasPending()) {
+            if (l->generation.load(std::memory_order_acquire) != e.generation ||
+                !l->alive.load(std::memory_order_acquire) || !l->loop || &l->loop->Impl() != this ||
+                !l->HasPending()) {
                 continue;
             }
             if (honourIntervals && now - l->lastDelivery < l->interval) {
@@ -357,8 +360,8 @@ thread_local RunLoopImpl* tlsPumping = nullptr;
 // ---------------------------------------------------------------------------
 // Posting
 
-void PostEvent(AUEventListenerRef sendingListener, void* sendingObject,
-               const AudioUnitEvent& event, AudioUnitParameterValue value) {
+void PostEvent(AUEventListenerRef sendingListener, void* sendingObject, const AudioUnitEvent& event,
+               AudioUnitParameterValue value) {
     const Key k = KeyOf(event);
     if (!k.unit || k.type > kAudioUnitEvent_PropertyChange) {
         return;
@@ -415,9 +418,13 @@ std::shared_ptr<CFRunLoop> CFRunLoop::CreateThreaded(std::chrono::milliseconds t
     return loop;
 }
 
-CFRunLoop::~CFRunLoop() { Stop(); }
+CFRunLoop::~CFRunLoop() {
+    Stop();
+}
 
-bool CFRunLoop::IsThreaded() const { return mImpl->threaded; }
+bool CFRunLoop::IsThreaded() const {
+    return mImpl->threaded;
+}
 
 bool CFRunLoop::IsCurrentThread() const {
     return mImpl->threaded && mImpl->thread.get_id() == std::this_thread::get_id();
@@ -640,9 +647,9 @@ OSStatus AUParameterSet(AUEventListenerRef sendingListener, void* sendingObject,
     if (!parameter || !parameter->mAudioUnit) {
         return kAudio_ParamError;
     }
-    const OSStatus r = parameter->mAudioUnit->SetParameter(
-        parameter->mParameterID, parameter->mScope, parameter->mElement, value,
-        bufferOffsetInFrames);
+    const OSStatus r =
+        parameter->mAudioUnit->SetParameter(parameter->mParameterID, parameter->mScope,
+                                            parameter->mElement, value, bufferOffsetInFrames);
     if (r != noErr) {
         return r;
     }

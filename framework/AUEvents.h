@@ -64,7 +64,7 @@ using AUEventListenerRef = OpaqueAUListener*;
 using AUParameterListenerRef = AUEventListenerRef;
 
 namespace zkfw {
-inline constexpr std::size_t kMaxListeners = 256;     // alive at once, process-wide
+inline constexpr std::size_t kMaxListeners = 256;      // alive at once, process-wide
 inline constexpr std::size_t kMaxSubscriptions = 1024; // distinct subscriptions per listener
 inline constexpr std::size_t kEventQueueCapacity = 2048;
 } // namespace zkfw
@@ -98,6 +98,6 @@ UInt64 AUEventListenerGetOverflowCount(AUEventListenerRef listener);
 
 namespace zkfw {
 // Internal posting entry used by AUBase (PropertyChanged, RestoreState) and the above.
-void PostEvent(AUEventListenerRef sendingListener, void* sendingObject,
-               const AudioUnitEvent& event, AudioUnitParameterValue value);
+void PostEvent(AUEventListenerRef sendingListener, void* sendingObject, const AudioUnitEvent& event,
+               AudioUnitParameterValue value);
 } // namespace zkfw

@@ -50,8 +50,7 @@ public:
     static std::vector<Entry> List();
 };
 
-template <class T>
-struct AUComponentEntry {
+template <class T> struct AUComponentEntry {
     static AudioUnitPtr Open(const AudioComponentDescription& desc) {
         T* unit = nullptr;
         {

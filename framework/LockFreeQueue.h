@@ -20,8 +20,7 @@
 #include <cstddef>
 #include <type_traits>
 
-template <class T, std::size_t Capacity>
-class LockFreeQueue {
+template <class T, std::size_t Capacity> class LockFreeQueue {
     static_assert(Capacity >= 2 && (Capacity & (Capacity - 1)) == 0,
                   "Capacity must be a power of two");
     static_assert(std::is_default_constructible_v<T> && std::is_copy_assignable_v<T>);

@@ -28,8 +28,8 @@ struct RunLoopImpl;
 class CFRunLoop : public std::enable_shared_from_this<CFRunLoop> {
 public:
     static std::shared_ptr<CFRunLoop> CreatePumped();
-    static std::shared_ptr<CFRunLoop> CreateThreaded(
-        std::chrono::milliseconds tick = std::chrono::milliseconds(5));
+    static std::shared_ptr<CFRunLoop>
+    CreateThreaded(std::chrono::milliseconds tick = std::chrono::milliseconds(5));
     ~CFRunLoop(); // threaded: Stop()
     CFRunLoop(const CFRunLoop&) = delete;
     CFRunLoop& operator=(const CFRunLoop&) = delete;

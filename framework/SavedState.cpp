@@ -58,7 +58,9 @@ int Sextet(char c) {
     return -1;
 }
 
-bool IsSpace(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
+bool IsSpace(char c) {
+    return c == ' ' || c == '\t' || c == '\n' || c == '\r';
+}
 } // namespace
 
 std::string Base64Encode(const std::uint8_t* data, std::size_t size) {
@@ -564,7 +566,9 @@ std::uint32_t GetBE32(const std::string& s, std::size_t at) {
            (std::uint32_t(std::uint8_t(s[at + 2])) << 8) | std::uint32_t(std::uint8_t(s[at + 3]));
 }
 
-std::string Integer(std::int64_t v) { return "<integer>" + std::to_string(v) + "</integer>"; }
+std::string Integer(std::int64_t v) {
+    return "<integer>" + std::to_string(v) + "</integer>";
+}
 
 } // namespace
 
@@ -672,13 +676,12 @@ OSStatus AUBase::RestoreState(std::string_view document, std::string* outError) 
     }
     const AudioComponentDescription& mine = GetComponentDescription();
     if (!SameComponent(docDesc, mine)) {
-        return refuse("the document belongs to another unit (type '" +
-                      FourCCToString(docDesc.componentType) + "', subtype '" +
-                      FourCCToString(docDesc.componentSubType) + "', manufacturer '" +
-                      FourCCToString(docDesc.componentManufacturer) + "'; this unit is '" +
-                      FourCCToString(mine.componentType) + "', '" +
-                      FourCCToString(mine.componentSubType) + "', '" +
-                      FourCCToString(mine.componentManufacturer) + "')");
+        return refuse(
+            "the document belongs to another unit (type '" + FourCCToString(docDesc.componentType) +
+            "', subtype '" + FourCCToString(docDesc.componentSubType) + "', manufacturer '" +
+            FourCCToString(docDesc.componentManufacturer) + "'; this unit is '" +
+            FourCCToString(mine.componentType) + "', '" + FourCCToString(mine.componentSubType) +
+            "', '" + FourCCToString(mine.componentManufacturer) + "')");
     }
     const std::string& bytes = data->text;
     if (bytes.size() % 8 != 0) {

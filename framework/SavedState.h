@@ -26,12 +26,12 @@ inline constexpr int kMaxDepth = 32;
 struct Value {
     enum class Kind { Dict, Array, String, Integer, Real, Data, Date, Boolean };
     Kind kind = Kind::String;
-    std::string text;                 // String, Date (decoded text); Data: decoded bytes
-    std::int64_t integer = 0;         // Integer
-    double real = 0.0;                // Real
-    bool boolean = false;             // Boolean
+    std::string text;                  // String, Date (decoded text); Data: decoded bytes
+    std::int64_t integer = 0;          // Integer
+    double real = 0.0;                 // Real
+    bool boolean = false;              // Boolean
     std::map<std::string, Value> dict; // Dict (keys unique)
-    std::vector<Value> array;         // Array
+    std::vector<Value> array;          // Array
 };
 
 const char* KindName(Value::Kind k); // "dict", "integer", ...

@@ -48,8 +48,8 @@ using CFStringRef = const char*;
 
 // 'abcd' as a big-endian four-char code, without multi-character literals.
 constexpr FourCharCode MakeFourCC(const char (&s)[5]) {
-    return (UInt32(UInt8(s[0])) << 24) | (UInt32(UInt8(s[1])) << 16) |
-           (UInt32(UInt8(s[2])) << 8) | UInt32(UInt8(s[3]));
+    return (UInt32(UInt8(s[0])) << 24) | (UInt32(UInt8(s[1])) << 16) | (UInt32(UInt8(s[2])) << 8) |
+           UInt32(UInt8(s[3]));
 }
 std::string FourCCToString(FourCharCode code); // "aufx"; non-printable bytes as '?'
 
@@ -89,23 +89,23 @@ enum : AudioUnitScope {
 // ---------------------------------------------------------------------------
 // Property ids (the ones the framework answers are marked *)
 enum : AudioUnitPropertyID {
-    kAudioUnitProperty_ClassInfo = 0,              // saved state: see AUBase::SaveState
-    kAudioUnitProperty_SampleRate = 2,             // * Float64, input/output scope
-    kAudioUnitProperty_ParameterList = 3,          // * AudioUnitParameterID[]
-    kAudioUnitProperty_ParameterInfo = 4,          // * AudioUnitParameterInfo, element = id
-    kAudioUnitProperty_StreamFormat = 8,           // * AudioStreamBasicDescription
-    kAudioUnitProperty_ElementCount = 11,          // * UInt32
-    kAudioUnitProperty_Latency = 12,               // * Float64 seconds, global
-    kAudioUnitProperty_SupportedNumChannels = 13,  // * AUChannelInfo[], global
-    kAudioUnitProperty_MaximumFramesPerSlice = 14, // * UInt32, global, writable
-    kAudioUnitProperty_ParameterValueStrings = 16, // * std::vector<std::string>, element = id
-    kAudioUnitProperty_GetUIComponentList = 18,    // * AudioComponentDescription[]
-    kAudioUnitProperty_TailTime = 20,              // * Float64 seconds, when SupportsTail()
-    kAudioUnitProperty_BypassEffect = 21,          // * UInt32, AUEffectBase, writable
-    kAudioUnitProperty_InPlaceProcessing = 29,     // * UInt32
+    kAudioUnitProperty_ClassInfo = 0,                 // saved state: see AUBase::SaveState
+    kAudioUnitProperty_SampleRate = 2,                // * Float64, input/output scope
+    kAudioUnitProperty_ParameterList = 3,             // * AudioUnitParameterID[]
+    kAudioUnitProperty_ParameterInfo = 4,             // * AudioUnitParameterInfo, element = id
+    kAudioUnitProperty_StreamFormat = 8,              // * AudioStreamBasicDescription
+    kAudioUnitProperty_ElementCount = 11,             // * UInt32
+    kAudioUnitProperty_Latency = 12,                  // * Float64 seconds, global
+    kAudioUnitProperty_SupportedNumChannels = 13,     // * AUChannelInfo[], global
+    kAudioUnitProperty_MaximumFramesPerSlice = 14,    // * UInt32, global, writable
+    kAudioUnitProperty_ParameterValueStrings = 16,    // * std::vector<std::string>, element = id
+    kAudioUnitProperty_GetUIComponentList = 18,       // * AudioComponentDescription[]
+    kAudioUnitProperty_TailTime = 20,                 // * Float64 seconds, when SupportsTail()
+    kAudioUnitProperty_BypassEffect = 21,             // * UInt32, AUEffectBase, writable
+    kAudioUnitProperty_InPlaceProcessing = 29,        // * UInt32
     kAudioUnitProperty_ParameterStringFromValue = 33, // * AudioUnitParameterStringFromValue
     kAudioUnitProperty_ParameterValueFromString = 38, // * AudioUnitParameterValueFromString
-    kAudioUnitProperty_DependentParameters = 45,   // AUDependentParameter[] (unit-defined)
+    kAudioUnitProperty_DependentParameters = 45,      // AUDependentParameter[] (unit-defined)
 };
 inline constexpr AudioUnitPropertyID kAudioUnitProperty_ParameterValueName =
     kAudioUnitProperty_ParameterStringFromValue;
@@ -178,7 +178,7 @@ enum : AudioUnitRenderActionFlags {
 // Records
 
 struct AudioComponentDescription {
-    OSType componentType = 0;         // e.g. MakeFourCC("aufx")
+    OSType componentType = 0; // e.g. MakeFourCC("aufx")
     OSType componentSubType = 0;
     OSType componentManufacturer = 0;
     UInt32 componentFlags = 0;

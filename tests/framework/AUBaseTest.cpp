@@ -72,14 +72,14 @@ TEST(Properties, StandardPropertiesAndErrors) {
     EXPECT_EQ(AudioUnitGetPropertyInfo(&u, kAudioUnitProperty_Latency, 7, 0, &size, &writable),
               kAudioUnitErr_InvalidScope);
 
-    ASSERT_EQ(AudioUnitGetPropertyInfo(&u, kAudioUnitProperty_ParameterList,
-                                       kAudioUnitScope_Global, 0, &size, &writable),
+    ASSERT_EQ(AudioUnitGetPropertyInfo(&u, kAudioUnitProperty_ParameterList, kAudioUnitScope_Global,
+                                       0, &size, &writable),
               noErr);
     EXPECT_EQ(size, 3 * sizeof(AudioUnitParameterID));
     EXPECT_FALSE(writable);
     std::array<AudioUnitParameterID, 3> ids{};
-    ASSERT_EQ(AudioUnitGetProperty(&u, kAudioUnitProperty_ParameterList, kAudioUnitScope_Global,
-                                   0, ids.data(), &size),
+    ASSERT_EQ(AudioUnitGetProperty(&u, kAudioUnitProperty_ParameterList, kAudioUnitScope_Global, 0,
+                                   ids.data(), &size),
               noErr);
     EXPECT_EQ(ids, (std::array<AudioUnitParameterID, 3>{0, 1, 2}));
 
@@ -89,8 +89,8 @@ TEST(Properties, StandardPropertiesAndErrors) {
                                    kMix, &info, &size),
               noErr);
     EXPECT_EQ(info.cfNameString, "Mix");
-    EXPECT_EQ(AudioUnitGetProperty(&u, kAudioUnitProperty_ParameterInfo, kAudioUnitScope_Global,
-                                   9, &info, &size),
+    EXPECT_EQ(AudioUnitGetProperty(&u, kAudioUnitProperty_ParameterInfo, kAudioUnitScope_Global, 9,
+                                   &info, &size),
               kAudioUnitErr_InvalidParameter);
 
     std::vector<std::string> strings;
@@ -111,13 +111,13 @@ TEST(Properties, StandardPropertiesAndErrors) {
     EXPECT_EQ(fromString.outValue, 2.0f);
     fromString.inParamID = kGain;
     fromString.inString = " -3.25 ";
-    ASSERT_EQ(u.GetProperty(kAudioUnitProperty_ParameterValueFromString, kAudioUnitScope_Global,
-                            0, &fromString),
+    ASSERT_EQ(u.GetProperty(kAudioUnitProperty_ParameterValueFromString, kAudioUnitScope_Global, 0,
+                            &fromString),
               noErr);
     EXPECT_EQ(fromString.outValue, -3.25f);
     fromString.inString = "loud";
-    EXPECT_EQ(u.GetProperty(kAudioUnitProperty_ParameterValueFromString, kAudioUnitScope_Global,
-                            0, &fromString),
+    EXPECT_EQ(u.GetProperty(kAudioUnitProperty_ParameterValueFromString, kAudioUnitScope_Global, 0,
+                            &fromString),
               kAudioUnitErr_InvalidPropertyValue);
 
     // Latency, tail and read-only enforcement.
@@ -127,8 +127,8 @@ TEST(Properties, StandardPropertiesAndErrors) {
                                    &latency, &size),
               noErr);
     EXPECT_EQ(latency, 0.0);
-    EXPECT_EQ(AudioUnitGetPropertyInfo(&u, kAudioUnitProperty_TailTime, kAudioUnitScope_Global,
-                                       0, &size, &writable),
+    EXPECT_EQ(AudioUnitGetPropertyInfo(&u, kAudioUnitProperty_TailTime, kAudioUnitScope_Global, 0,
+                                       &size, &writable),
               kAudioUnitErr_InvalidProperty);
     EXPECT_EQ(AudioUnitSetProperty(&u, kAudioUnitProperty_Latency, kAudioUnitScope_Global, 0,
                                    &latency, sizeof latency),
@@ -156,8 +156,8 @@ TEST(Properties, StandardPropertiesAndErrors) {
                                    &sr, &size),
               noErr);
     EXPECT_EQ(sr, 44100.0);
-    EXPECT_EQ(AudioUnitGetPropertyInfo(&u, kAudioUnitProperty_StreamFormat,
-                                       kAudioUnitScope_Output, 3, &size, &writable),
+    EXPECT_EQ(AudioUnitGetPropertyInfo(&u, kAudioUnitProperty_StreamFormat, kAudioUnitScope_Output,
+                                       3, &size, &writable),
               kAudioUnitErr_InvalidElement);
 }
 
@@ -179,8 +179,8 @@ TEST(Lifecycle, InitializeResetCleanupOrder) {
     EXPECT_EQ(AudioUnitReset(u, kAudioUnitScope_Global, 0), noErr);
     EXPECT_EQ(AudioUnitUninitialize(u), noErr);
     EXPECT_FALSE(u->IsInitialized());
-    EXPECT_EQ(u->log, (std::vector<std::string>{"PostConstructor", "Initialize", "Reset",
-                                                "Reset", "Cleanup"}));
+    EXPECT_EQ(u->log, (std::vector<std::string>{"PostConstructor", "Initialize", "Reset", "Reset",
+                                                "Cleanup"}));
 }
 
 TEST(Lifecycle, ChannelConfigurations) {
@@ -243,8 +243,8 @@ TEST(Render, CallsProcessBufferListsWithHostPointers) {
 
     // Host bypass: default copies input to output, ProcessBufferLists is not called.
     const UInt32 on = 1;
-    ASSERT_EQ(AudioUnitSetProperty(&u, kAudioUnitProperty_BypassEffect, kAudioUnitScope_Global,
-                                   0, &on, sizeof on),
+    ASSERT_EQ(AudioUnitSetProperty(&u, kAudioUnitProperty_BypassEffect, kAudioUnitScope_Global, 0,
+                                   &on, sizeof on),
               noErr);
     EXPECT_TRUE(u.IsBypassEffect());
     std::fill(inR.begin(), inR.end(), 0.25f);

@@ -345,7 +345,7 @@ TEST(RunLoops, DisposedListenersReleaseTheirLoop) {
         }
         EXPECT_EQ(AUListenerDispose(l), noErr);
         EXPECT_EQ(AUListenerDispose(l), kAudio_ParamError); // twice
-        EXPECT_FALSE(weak.expired()); // still held here
+        EXPECT_FALSE(weak.expired());                       // still held here
     }
     EXPECT_TRUE(weak.expired()); // the listener no longer holds it: thread joined
     const std::size_t n = rec.Count();

@@ -95,12 +95,11 @@ TEST(SavedState, RestorePostsValueChanges) {
     auto loop = CFRunLoop::CreatePumped();
     std::vector<float> got;
     AUEventListenerRef l = nullptr;
-    ASSERT_EQ(AUEventListenerCreate(
-                  [](void* ud, void*, const AudioUnitEvent*, UInt64, float v) {
-                      static_cast<std::vector<float>*>(ud)->push_back(v);
-                  },
-                  &got, loop.get(), kCFRunLoopDefaultMode, 0.05f, 0.05f, &l),
-              noErr);
+    ASSERT_EQ(
+        AUEventListenerCreate([](void* ud, void*, const AudioUnitEvent*, UInt64,
+                                 float v) { static_cast<std::vector<float>*>(ud)->push_back(v); },
+                              &got, loop.get(), kCFRunLoopDefaultMode, 0.05f, 0.05f, &l),
+        noErr);
     AudioUnitEvent e;
     e.mArgument.mParameter = AudioUnitParameter{&b, kGain, kAudioUnitScope_Global, 0};
     ASSERT_EQ(AUEventListenerAddEventType(l, nullptr, &e), noErr);
@@ -131,8 +130,7 @@ TEST(SavedState, RefusesBadDocumentsAndLeavesUnitUnchanged) {
     ExpectRefused(u, good.substr(0, good.size() / 2), "malformed");
     ExpectRefused(u, "<plist version=\"1.0\"><array/></plist>", "not a <dict>");
     ExpectRefused(u, Document(DataElement({{kGain, 0}}), 1), "newer");
-    ExpectRefused(u, Document(DataElement({{kGain, 0}}), 0, MakeFourCC("Othr")),
-                  "another unit");
+    ExpectRefused(u, Document(DataElement({{kGain, 0}}), 0, MakeFourCC("Othr")), "another unit");
     ExpectRefused(u, Document(DataElement({{kGain, 0x7fc00000u}})), "NaN");
     ExpectRefused(u, Document(DataElement({{kMix, 0x7f800000u}})), "infinity");
     ExpectRefused(u, Document(DataElement({{kGain, 0}, {kMix, 0x7fc00000u}})), "parameter 2");

@@ -60,8 +60,8 @@ TEST(Zkmorva10Threads, RenderWhileAutomatingAndGesturing) {
     });
 
     std::mt19937 rng(2);
-    const auto end = std::chrono::steady_clock::now() +
-                     std::chrono::duration<double>(SoakSeconds());
+    const auto end =
+        std::chrono::steady_clock::now() + std::chrono::duration<double>(SoakSeconds());
     long changes = 0;
     while (std::chrono::steady_clock::now() < end) {
         const ParameterDef& p = kZkmorva10Parameters[rng() % kZkmorva10Parameters.size()];
