@@ -495,7 +495,9 @@ ZK_KERNEL_TARGET void FilterCascadeStereoStaggered(const StereoStage* stages, in
             // The mid/side stage, when listed, is the last of this round.
             const bool endsInMidSide = midSideInPass && next == total;
             // Registers spread evenly over the fewest passes, so that no pass is
-            // left with a lone register (its feedback would set the pace).
+            // left with a lone register (its feedback would set the pace); the
+            // extra ones go to the later passes (with the mid/side stage in the
+            // last, the unit with every section on measured 1 per cent faster).
             const int registers = (listed + V::kSections - 1) / V::kSections;
             const int passes = (registers + V::kMaxRegisters - 1) / V::kMaxRegisters;
             for (int p = 0, first = 0; p < passes; ++p) {

@@ -9,11 +9,13 @@
 // One register advances the six levels and both smoothed values at once: the
 // smoothing is a level's rise (x (1 - k) + addend) with other coefficients, so
 // those two lanes always take the rise. The four correlation sums advance in one
-// 128-bit register from transposed rows, the product sum as a scalar, and the
-// sample count is one addition. The next group's sample-only work is issued
-// before this group's chain steps, so the throughput-bound preparation runs in
-// the shadow of the latency-bound chains (a level step waits on a multiply and
-// an add, about seven cycles, whatever else runs).
+// 128-bit register from transposed rows, the product sum as a scalar (the
+// 512-bit kernel: all five in one 256-bit register), and the sample count is one
+// addition. The next group's sample-only work is issued before this group's
+// chain steps, so that the two overlap. With 512-bit registers the kernel is
+// bound by its shuffles and arithmetic rather than by the chains (extra
+// operations per step measured slower even where they shortened a chain), so
+// that kernel makes its per-sample registers with two-source permutations.
 //
 // Every value sees the float and double operations of the per-sample rules in
 // their order (no FMA: the build turns contraction off), so results are
