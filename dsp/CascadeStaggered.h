@@ -154,6 +154,26 @@ template <class V> struct Exit {
     MidSideNumbers midSide;
 };
 
+// Register j's inputs at step n (n % 2 == P): first for the first register,
+// register j - 1's outputs of kStagger steps ago for the others.
+template <class V, int G, int P>
+ZK_KERNEL_TARGET inline typename V::Reg InputOf(const Pipe<V, G>& q, int j, typename V::Reg first) {
+    return j == 0 ? first : q.y[1 - P][j > 0 ? j - 1 : 0];
+}
+
+// Register j's difference equation on x at step n (n % 2 == P), its histories'
+// banks updated; returns its outputs.
+template <class V, int G, bool Masked, int P>
+ZK_KERNEL_TARGET inline typename V::Reg Advance(Pipe<V, G>& q, const Group<V>* p, int j,
+                                                typename V::Reg x) {
+    constexpr int kOlder = 1 - P;
+    const typename V::Reg y =
+        Output<V, Masked>(p[j], x, q.x[P][j], q.x[kOlder][j], q.y[P][j], q.y[kOlder][j]);
+    q.x[kOlder][j] = x;
+    q.y[kOlder][j] = y;
+    return y;
+}
+
 // Register j's part of a step (n % 2 == P): its inputs from kStagger steps ago
 // (first, the first register's, formed before any register wrote), the
 // difference equation, the histories' banks; the output register's exit slot
@@ -164,17 +184,13 @@ template <class V, int G, bool Masked, int E, bool MidSide, int P>
 ZK_KERNEL_TARGET inline void StepRegister(Pipe<V, G>& q, const Group<V>* p, int j,
                                           typename V::Reg first, const Exit<V>& exit,
                                           __m128d& last) {
-    constexpr int kOlder = 1 - P;
-    typename V::Reg x = j == 0 ? first : q.y[kOlder][j > 0 ? j - 1 : 0];
+    typename V::Reg x = InputOf<V, G, P>(q, j, first);
     if constexpr (MidSide) {
         if (j == E) {
             x = V::Put(x, V::MidSide(V::Take(x, exit.slot), exit.midSide.divisor), exit.lanes);
         }
     }
-    const typename V::Reg y =
-        Output<V, Masked>(p[j], x, q.x[P][j], q.x[kOlder][j], q.y[P][j], q.y[kOlder][j]);
-    q.x[kOlder][j] = x;
-    q.y[kOlder][j] = y;
+    const typename V::Reg y = Advance<V, G, Masked, P>(q, p, j, x);
     if (j == E) {
         last = V::Take(y, exit.slot);
         if constexpr (MidSide) {
@@ -213,15 +229,11 @@ template <class V, int G, bool Masked, int E, int P>
 ZK_KERNEL_TARGET inline void PairedRegister(Pipe<V, G>& q, const Group<V>* p, int j,
                                             typename V::Reg first, const Exit<V>& exit,
                                             __m128d input, __m128d& raw) {
-    constexpr int kOlder = 1 - P;
-    typename V::Reg x = j == 0 ? first : q.y[kOlder][j > 0 ? j - 1 : 0];
+    typename V::Reg x = InputOf<V, G, P>(q, j, first);
     if (j == E) {
         x = V::Put(x, input, exit.lanes);
     }
-    const typename V::Reg y =
-        Output<V, Masked>(p[j], x, q.x[P][j], q.x[kOlder][j], q.y[P][j], q.y[kOlder][j]);
-    q.x[kOlder][j] = x;
-    q.y[kOlder][j] = y;
+    const typename V::Reg y = Advance<V, G, Masked, P>(q, p, j, x);
     if (j == E) {
         raw = V::Take(y, exit.slot);
     }
