@@ -32,13 +32,14 @@
 // a pass-through into every lane of every step.
 //
 // The lane type V provides: Reg, Mask, Pick, kSections, kMaxRegisters, SlotLane
-// (a slot's first lane), Load, Gather and Scatter (lane l from or to
-// rows[l][offset], skipping null rows), Mul,
-// Add, Sub, MaskOf (one flag per lane), SlotMask (a slot's lanes), Blend (mask ? take : keep), Feed
-// (the first register's inputs: the pass's input, then the last register's outputs moved up a
-// slot), PickOf and Take (one slot's two lanes), Put (two lanes into a slot), Lanes (store), and
-// the mid/side stage's MidSide (MidSideMatrix) and ScaleSide, the same operations in forms that
-// suit its instruction set.
+// (a slot's first lane), Gather and Scatter (lane l from or to rows[l][offset],
+// skipping null rows), Mul, Add, Sub, MaskOf (one flag per lane), SlotMask (a
+// slot's lanes), Blend (mask ? take : keep), Feed (the first register's inputs:
+// the pass's input, then the last register's outputs moved up a slot), PickOf
+// and Take (one slot's two lanes), Put (two lanes into a slot), and the mid/side
+// stage's MidSide (MidSideMatrix) and ScaleSide in forms that suit its
+// instruction set; with kPairedMidSide also MidSide2 and ScaleSide2, the same on
+// two pairs at once.
 #pragma once
 
 #include "CascadeKernels.h"
