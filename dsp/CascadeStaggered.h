@@ -241,7 +241,7 @@ ZK_KERNEL_TARGET inline void PairedRegister(Pipe<V, G>& q, const Group<V>* p, in
 }
 
 template <class V, int G, bool Masked, int E>
-ZK_KERNEL_TARGET inline void StepPair(Pipe<V, G>& q, const Group<V>* p, __m128d in0, __m128d in1,
+ZK_KERNEL_TARGET inline void StepPair(Pipe<V, G>& q, const Group<V>* p, const __m128d* in,
                                       const Exit<V>& exit, __m128d& out0, __m128d& out1) {
     static_assert(E > 0 && V::kPairedMidSide);
     const __m256d divisor = _mm256_set_m128d(exit.midSide.divisor, exit.midSide.divisor);
@@ -250,13 +250,13 @@ ZK_KERNEL_TARGET inline void StepPair(Pipe<V, G>& q, const Group<V>* p, __m128d 
         _mm256_set_m128d(V::Take(q.y[0][E - 1], exit.slot), V::Take(q.y[1][E - 1], exit.slot)),
         divisor);
     __m128d raw0 = _mm_setzero_pd(), raw1 = _mm_setzero_pd();
-    const typename V::Reg first0 = V::Feed(in0, q.y[1][G - 1]);
+    const typename V::Reg first0 = V::Feed(in[0], q.y[1][G - 1]);
 #pragma GCC unroll 4
     for (int j = G - 1; j >= 0; --j) {
         PairedRegister<V, G, Masked, E, 0>(q, p, j, first0, exit, _mm256_castpd256_pd128(inputs),
                                            raw0);
     }
-    const typename V::Reg first1 = V::Feed(in1, q.y[0][G - 1]);
+    const typename V::Reg first1 = V::Feed(in[1], q.y[0][G - 1]);
 #pragma GCC unroll 4
     for (int j = G - 1; j >= 0; --j) {
         PairedRegister<V, G, Masked, E, 1>(q, p, j, first1, exit, _mm256_extractf128_pd(inputs, 1),
@@ -358,8 +358,7 @@ ZK_KERNEL_TARGET void RunPass(__m128d* buf, long count, const StereoStage* const
             }
             for (; n + 1 < count - 1; n += 2) {
                 if constexpr (MidSide && E > 0 && V::kPairedMidSide) {
-                    const __m128d in0 = buf[n], in1 = buf[n + 1];
-                    StepPair<V, G, Masked, E>(q, p, in0, in1, out, buf[n - kLatency],
+                    StepPair<V, G, Masked, E>(q, p, buf + n, out, buf[n - kLatency],
                                               buf[n + 1 - kLatency]);
                 } else {
                     buf[n - kLatency] = Step<V, G, Masked, E, MidSide, 0>(q, p, buf[n], out);
