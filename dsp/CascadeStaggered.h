@@ -224,8 +224,9 @@ ZK_KERNEL_TARGET inline __m128d Step(Pipe<V, G>& q, const Group<V>* p, __m128d i
 // its section in register E > 0, the stage's matrix taken for two samples at a
 // time on 256-bit registers: both steps' stage inputs at step n (both are
 // outputs of register E - 1 by then, one in each bank) and both outputs at step
-// n + 1. Each lane sees the operations of two Steps; the outputs of steps n and
-// n + 1 go to out0 and out1.
+// n + 1. Each lane sees the operations of two Steps; the pass's inputs of steps
+// n and n + 1 are in[0] and in[1] (read where they are broadcast, so that the
+// broadcast is a load rather than a shuffle), their outputs go to out0 and out1.
 template <class V, int G, bool Masked, int E, int P>
 ZK_KERNEL_TARGET inline void PairedRegister(Pipe<V, G>& q, const Group<V>* p, int j,
                                             typename V::Reg first, const Exit<V>& exit,
