@@ -55,6 +55,10 @@ namespace zk {
 namespace kernels {
 namespace {
 
+// The steady loop's helpers are always inlined: four steps a round exceed GCC's
+// inlining limits, and a call there spills every register of the pipe.
+#define ZK_STEP_INLINE inline __attribute__((always_inline))
+
 constexpr int kStagger = 2;  // steps between a section and the next (EdgeStep relies on 2)
 constexpr long kChunk = 512; // frames interleaved per round, on the stack (8 KB)
 
@@ -115,9 +119,9 @@ ZK_KERNEL_TARGET void LoadGroup(const StereoStage* const* stages, Group<V>& p, t
 
 // The difference equation in CBiquad's order: (((b0 x + b1 x1) + b2 x2) - a1 y1) - a2 y2.
 template <class V, bool Masked>
-ZK_KERNEL_TARGET inline typename V::Reg Output(const Group<V>& p, typename V::Reg x,
-                                               typename V::Reg x1, typename V::Reg x2,
-                                               typename V::Reg y1, typename V::Reg y2) {
+ZK_KERNEL_TARGET ZK_STEP_INLINE typename V::Reg Output(const Group<V>& p, typename V::Reg x,
+                                                       typename V::Reg x1, typename V::Reg x2,
+                                                       typename V::Reg y1, typename V::Reg y2) {
     const typename V::Reg y =
         V::Sub(V::Sub(V::Add(V::Add(V::Mul(p.b0, x), V::Mul(p.b1, x1)), V::Mul(p.b2, x2)),
                       V::Mul(p.a1, y1)),
@@ -158,15 +162,16 @@ template <class V> struct Exit {
 // Register j's inputs at step n (n % 2 == P): first for the first register,
 // register j - 1's outputs of kStagger steps ago for the others.
 template <class V, int G, int P>
-ZK_KERNEL_TARGET inline typename V::Reg InputOf(const Pipe<V, G>& q, int j, typename V::Reg first) {
+ZK_KERNEL_TARGET ZK_STEP_INLINE typename V::Reg InputOf(const Pipe<V, G>& q, int j,
+                                                        typename V::Reg first) {
     return j == 0 ? first : q.y[1 - P][j > 0 ? j - 1 : 0];
 }
 
 // Register j's difference equation on x at step n (n % 2 == P), its histories'
 // banks updated; returns its outputs.
 template <class V, int G, bool Masked, int P>
-ZK_KERNEL_TARGET inline typename V::Reg Advance(Pipe<V, G>& q, const Group<V>* p, int j,
-                                                typename V::Reg x) {
+ZK_KERNEL_TARGET ZK_STEP_INLINE typename V::Reg Advance(Pipe<V, G>& q, const Group<V>* p, int j,
+                                                        typename V::Reg x) {
     constexpr int kOlder = 1 - P;
     const typename V::Reg y =
         Output<V, Masked>(p[j], x, q.x[P][j], q.x[kOlder][j], q.y[P][j], q.y[kOlder][j]);
@@ -182,9 +187,9 @@ ZK_KERNEL_TARGET inline typename V::Reg Advance(Pipe<V, G>& q, const Group<V>* p
 // lanes take the matrix of what they receive (left and right to mid and side)
 // and its output goes through the width and back.
 template <class V, int G, bool Masked, int E, bool MidSide, int P>
-ZK_KERNEL_TARGET inline void StepRegister(Pipe<V, G>& q, const Group<V>* p, int j,
-                                          typename V::Reg first, const Exit<V>& exit,
-                                          __m128d& last) {
+ZK_KERNEL_TARGET ZK_STEP_INLINE void StepRegister(Pipe<V, G>& q, const Group<V>* p, int j,
+                                                  typename V::Reg first, const Exit<V>& exit,
+                                                  __m128d& last) {
     typename V::Reg x = InputOf<V, G, P>(q, j, first);
     if constexpr (MidSide) {
         if (j == E) {
@@ -207,8 +212,8 @@ ZK_KERNEL_TARGET inline void StepRegister(Pipe<V, G>& q, const Group<V>* p, int 
 // n - kStagger s (n % 2 == P); in is the pass's input sample n. Returns the
 // output of the pass's last section.
 template <class V, int G, bool Masked, int E, bool MidSide, int P>
-ZK_KERNEL_TARGET inline __m128d Step(Pipe<V, G>& q, const Group<V>* p, __m128d in,
-                                     const Exit<V>& exit) {
+ZK_KERNEL_TARGET ZK_STEP_INLINE __m128d Step(Pipe<V, G>& q, const Group<V>* p, __m128d in,
+                                             const Exit<V>& exit) {
     __m128d last = _mm_setzero_pd();
     const typename V::Reg first = V::Feed(in, q.y[1 - P][G - 1]);
     // From the last register down, so that each reads its predecessor's
@@ -228,9 +233,9 @@ ZK_KERNEL_TARGET inline __m128d Step(Pipe<V, G>& q, const Group<V>* p, __m128d i
 // n and n + 1 are in[0] and in[1] (read where they are broadcast, so that the
 // broadcast is a load rather than a shuffle), their outputs go to out0 and out1.
 template <class V, int G, bool Masked, int E, int P>
-ZK_KERNEL_TARGET inline void PairedRegister(Pipe<V, G>& q, const Group<V>* p, int j,
-                                            typename V::Reg first, const Exit<V>& exit,
-                                            __m128d input, __m128d& raw) {
+ZK_KERNEL_TARGET ZK_STEP_INLINE void PairedRegister(Pipe<V, G>& q, const Group<V>* p, int j,
+                                                    typename V::Reg first, const Exit<V>& exit,
+                                                    __m128d input, __m128d& raw) {
     typename V::Reg x = InputOf<V, G, P>(q, j, first);
     if (j == E) {
         x = V::Put(x, input, exit.lanes);
@@ -242,8 +247,8 @@ ZK_KERNEL_TARGET inline void PairedRegister(Pipe<V, G>& q, const Group<V>* p, in
 }
 
 template <class V, int G, bool Masked, int E>
-ZK_KERNEL_TARGET inline void StepPair(Pipe<V, G>& q, const Group<V>* p, const __m128d* in,
-                                      const Exit<V>& exit, __m128d& out0, __m128d& out1) {
+ZK_KERNEL_TARGET ZK_STEP_INLINE void StepPair(Pipe<V, G>& q, const Group<V>* p, const __m128d* in,
+                                              const Exit<V>& exit, __m128d& out0, __m128d& out1) {
     static_assert(E > 0 && V::kPairedMidSide);
     const __m256d divisor = _mm256_set_m128d(exit.midSide.divisor, exit.midSide.divisor);
     // Register E - 1's outputs of steps n - 2 (bank 1) and n - 1 (bank 0).
@@ -279,9 +284,10 @@ ZK_KERNEL_TARGET inline void StepPair(Pipe<V, G>& q, const Group<V>* p, const __
 // with P == 0) its lanes get back the histories it had before the block: until
 // then they computed on whatever the lanes before them held, which no one reads.
 template <class V, int G, bool Masked, int E, bool MidSide, int P>
-ZK_KERNEL_TARGET inline __m128d EdgeStep(Pipe<V, G>& q, const Pipe<V, G>& before,
-                                         const SlotMasks<V>& slots, const Group<V>* p, __m128d in,
-                                         long n, long count, int sections, const Exit<V>& exit) {
+ZK_KERNEL_TARGET ZK_STEP_INLINE __m128d EdgeStep(Pipe<V, G>& q, const Pipe<V, G>& before,
+                                                 const SlotMasks<V>& slots, const Group<V>* p,
+                                                 __m128d in, long n, long count, int sections,
+                                                 const Exit<V>& exit) {
     __m128d last = _mm_setzero_pd();
     const typename V::Reg first = V::Feed(in, q.y[1 - P][G - 1]);
     const long starting = P == 0 ? n / kStagger : -1; // the section that starts now
@@ -352,10 +358,29 @@ ZK_KERNEL_TARGET void RunPass(__m128d* buf, long count, const StereoStage* const
         if (n > kLatency && n < count - 1) {
             // Every section started (the last at step kLatency) and inside the
             // block: the steady state, two steps a round so that the banks'
-            // roles are fixed in the code.
+            // roles are fixed in the code, and four where the block allows: a
+            // value lives four steps (two as a history, two as the next
+            // register's), so only then does each keep its register; rounds
+            // of two copied a dozen registers each.
             if (n % 2 != 0) {
                 buf[n - kLatency] = Step<V, G, Masked, E, MidSide, 1>(q, p, buf[n], out);
                 ++n;
+            }
+            for (; n + 3 < count - 1; n += 4) {
+                if constexpr (MidSide && E > 0 && V::kPairedMidSide) {
+                    StepPair<V, G, Masked, E>(q, p, buf + n, out, buf[n - kLatency],
+                                              buf[n + 1 - kLatency]);
+                    StepPair<V, G, Masked, E>(q, p, buf + n + 2, out, buf[n + 2 - kLatency],
+                                              buf[n + 3 - kLatency]);
+                } else {
+                    buf[n - kLatency] = Step<V, G, Masked, E, MidSide, 0>(q, p, buf[n], out);
+                    buf[n + 1 - kLatency] =
+                        Step<V, G, Masked, E, MidSide, 1>(q, p, buf[n + 1], out);
+                    buf[n + 2 - kLatency] =
+                        Step<V, G, Masked, E, MidSide, 0>(q, p, buf[n + 2], out);
+                    buf[n + 3 - kLatency] =
+                        Step<V, G, Masked, E, MidSide, 1>(q, p, buf[n + 3], out);
+                }
             }
             for (; n + 1 < count - 1; n += 2) {
                 if constexpr (MidSide && E > 0 && V::kPairedMidSide) {
