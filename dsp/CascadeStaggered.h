@@ -278,6 +278,19 @@ ZK_KERNEL_TARGET ZK_STEP_INLINE void StepPair(Pipe<V, G>& q, const Group<V>* p, 
     out1 = _mm256_extractf128_pd(outputs, 1);
 }
 
+// Steps n (even) and n + 1 of the steady state: at[0] and at[1] are their
+// inputs, their outputs go latency samples back.
+template <class V, int G, bool Masked, int E, bool MidSide>
+ZK_KERNEL_TARGET ZK_STEP_INLINE void TwoSteps(Pipe<V, G>& q, const Group<V>* p, __m128d* at,
+                                              long latency, const Exit<V>& out) {
+    if constexpr (MidSide && E > 0 && V::kPairedMidSide) {
+        StepPair<V, G, Masked, E>(q, p, at, out, at[-latency], at[1 - latency]);
+    } else {
+        at[-latency] = Step<V, G, Masked, E, MidSide, 0>(q, p, at[0], out);
+        at[1 - latency] = Step<V, G, Masked, E, MidSide, 1>(q, p, at[1], out);
+    }
+}
+
 // A step while the pipeline fills or drains. A register none of whose sections
 // has started (its first is section j), or all of whose sections have taken
 // their last sample, is left out. When a section starts (step kStagger s, always
@@ -367,30 +380,11 @@ ZK_KERNEL_TARGET void RunPass(__m128d* buf, long count, const StereoStage* const
                 ++n;
             }
             for (; n + 3 < count - 1; n += 4) {
-                if constexpr (MidSide && E > 0 && V::kPairedMidSide) {
-                    StepPair<V, G, Masked, E>(q, p, buf + n, out, buf[n - kLatency],
-                                              buf[n + 1 - kLatency]);
-                    StepPair<V, G, Masked, E>(q, p, buf + n + 2, out, buf[n + 2 - kLatency],
-                                              buf[n + 3 - kLatency]);
-                } else {
-                    buf[n - kLatency] = Step<V, G, Masked, E, MidSide, 0>(q, p, buf[n], out);
-                    buf[n + 1 - kLatency] =
-                        Step<V, G, Masked, E, MidSide, 1>(q, p, buf[n + 1], out);
-                    buf[n + 2 - kLatency] =
-                        Step<V, G, Masked, E, MidSide, 0>(q, p, buf[n + 2], out);
-                    buf[n + 3 - kLatency] =
-                        Step<V, G, Masked, E, MidSide, 1>(q, p, buf[n + 3], out);
-                }
+                TwoSteps<V, G, Masked, E, MidSide>(q, p, buf + n, kLatency, out);
+                TwoSteps<V, G, Masked, E, MidSide>(q, p, buf + n + 2, kLatency, out);
             }
             for (; n + 1 < count - 1; n += 2) {
-                if constexpr (MidSide && E > 0 && V::kPairedMidSide) {
-                    StepPair<V, G, Masked, E>(q, p, buf + n, out, buf[n - kLatency],
-                                              buf[n + 1 - kLatency]);
-                } else {
-                    buf[n - kLatency] = Step<V, G, Masked, E, MidSide, 0>(q, p, buf[n], out);
-                    buf[n + 1 - kLatency] =
-                        Step<V, G, Masked, E, MidSide, 1>(q, p, buf[n + 1], out);
-                }
+                TwoSteps<V, G, Masked, E, MidSide>(q, p, buf + n, kLatency, out);
             }
             if (n < count - 1) {
                 buf[n - kLatency] = Step<V, G, Masked, E, MidSide, 0>(q, p, buf[n], out);
