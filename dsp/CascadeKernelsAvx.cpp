@@ -19,7 +19,6 @@ struct AvxLanes {
     // coefficients are read from memory.
     static constexpr int kMaxRegisters = 3;
     static constexpr int SlotLane(int slot) { return 2 * slot; }
-    static constexpr bool kPairedMidSide = false;
 
     ZK_KERNEL_TARGET static Reg Gather(const double* const* rows, int offset) {
         auto at = [&](int l) { return rows[l] != nullptr ? rows[l][offset] : 0.0; };
@@ -61,11 +60,35 @@ struct AvxLanes {
     ZK_KERNEL_TARGET static Reg Put(Reg r, __m128d v, Mask m) {
         return _mm256_blendv_pd(r, _mm256_insertf128_pd(_mm256_castpd128_pd256(v), v, 1), m);
     }
+    // The exit slot as a template argument: one insertion or extraction with
+    // an immediate, where the run-time forms kept a mask register and a test
+    // in the steady loop (with sixteen registers, each one spilled a history).
+    static constexpr bool kStaticSlot = true;
+    template <int K> ZK_KERNEL_TARGET static __m128d TakeSlot(Reg r) {
+        return K == 0 ? _mm256_castpd256_pd128(r) : _mm256_extractf128_pd(r, 1);
+    }
+    template <int K> ZK_KERNEL_TARGET static Reg PutSlot(Reg r, __m128d v) {
+        return _mm256_insertf128_pd(r, v, K);
+    }
     ZK_KERNEL_TARGET static __m128d MidSide(__m128d v, __m128d divisor) {
         return MidSideMatrix(v, divisor);
     }
     ZK_KERNEL_TARGET static __m128d ScaleSide(__m128d v, __m128d factor) {
         return zk::ScaleSide(v, factor);
+    }
+    // MidSide and ScaleSide on two frames at once: [a, b, c, d] to the matrix of
+    // [a, b] and of [c, d], each lane's operands in MidSideMatrix's order. The
+    // divider takes as long for four lanes as for two, and two divisions a step
+    // set the pace of a pass that ends in the mid/side stage.
+    static constexpr bool kPairedMidSide = true;
+    ZK_KERNEL_TARGET static __m256d MidSide2(__m256d v, __m256d divisor) {
+        const __m256d swapped = _mm256_permute_pd(v, 0x5); // [b, a, d, c]
+        const __m256d sums = _mm256_add_pd(v, swapped);
+        const __m256d differences = _mm256_sub_pd(swapped, v);
+        return _mm256_div_pd(_mm256_blend_pd(sums, differences, 0xA), divisor);
+    }
+    ZK_KERNEL_TARGET static __m256d ScaleSide2(__m256d v, __m256d factor) {
+        return _mm256_blend_pd(v, _mm256_mul_pd(v, factor), 0xA);
     }
     // Two frames: the two channels' pairs unpacked.
     static constexpr int kWeave = 2;

@@ -85,6 +85,8 @@ struct Avx512Lanes {
     ZK_KERNEL_TARGET static Reg Put(Reg r, __m128d v, Mask m) {
         return _mm512_mask_broadcast_f64x2(r, m, v);
     }
+    // The exit slot at run time: its one permutation serves every slot.
+    static constexpr bool kStaticSlot = false;
     // MidSideMatrix and ScaleSide with one shuffle instead of three: the
     // shuffles share a port with the pass's arithmetic. Each lane's operands in
     // the same order: a + b in lane 0 and a - b in lane 1 of [a, b].

@@ -145,19 +145,42 @@ template <class V> ZK_KERNEL_TARGET SlotMasks<V> MakeSlotMasks() {
 
 // The mid/side stage's numbers, for the pass whose last section is the stage's
 // mid and side sections.
+// Without the width the factor is 1.0: the side's product is then the side
+// itself bit for bit (the values here come from arithmetic, never signalling
+// NaNs), and the step has no test for it.
 struct MidSideNumbers {
     __m128d divisor, widthFactor;
-    bool width;
 };
 
 // Where the pass's output is: its last section's slot, in register E (a
 // template argument, so that the steady loop has no test for it). With the
-// mid/side stage that section is the stage's.
-template <class V> struct Exit {
+// mid/side stage that section is the stage's. The slot too is a template
+// argument K where the lane type has kStaticSlot (its shuffles then take an
+// immediate, and the steady loop keeps no mask or test for them); -1 otherwise.
+template <class V, int K> struct Exit {
     typename V::Pick slot;
     typename V::Mask lanes; // the slot's
     MidSideNumbers midSide;
 };
+
+template <class V, int K>
+ZK_KERNEL_TARGET ZK_STEP_INLINE __m128d TakeExit(typename V::Reg r, const Exit<V, K>& exit) {
+    if constexpr (K >= 0) {
+        return V::template TakeSlot<K>(r);
+    } else {
+        return V::Take(r, exit.slot);
+    }
+}
+
+template <class V, int K>
+ZK_KERNEL_TARGET ZK_STEP_INLINE typename V::Reg PutExit(typename V::Reg r, __m128d v,
+                                                        const Exit<V, K>& exit) {
+    if constexpr (K >= 0) {
+        return V::template PutSlot<K>(r, v);
+    } else {
+        return V::Put(r, v, exit.lanes);
+    }
+}
 
 // Register j's inputs at step n (n % 2 == P): first for the first register,
 // register j - 1's outputs of kStagger steps ago for the others.
@@ -186,24 +209,21 @@ ZK_KERNEL_TARGET ZK_STEP_INLINE typename V::Reg Advance(Pipe<V, G>& q, const Gro
 // into last. With MidSide the exit section is the mid/side stage's: its input
 // lanes take the matrix of what they receive (left and right to mid and side)
 // and its output goes through the width and back.
-template <class V, int G, bool Masked, int E, bool MidSide, int P>
+template <class V, int G, bool Masked, int E, int K, bool MidSide, int P>
 ZK_KERNEL_TARGET ZK_STEP_INLINE void StepRegister(Pipe<V, G>& q, const Group<V>* p, int j,
-                                                  typename V::Reg first, const Exit<V>& exit,
+                                                  typename V::Reg first, const Exit<V, K>& exit,
                                                   __m128d& last) {
     typename V::Reg x = InputOf<V, G, P>(q, j, first);
     if constexpr (MidSide) {
         if (j == E) {
-            x = V::Put(x, V::MidSide(V::Take(x, exit.slot), exit.midSide.divisor), exit.lanes);
+            x = PutExit<V>(x, V::MidSide(TakeExit<V>(x, exit), exit.midSide.divisor), exit);
         }
     }
     const typename V::Reg y = Advance<V, G, Masked, P>(q, p, j, x);
     if (j == E) {
-        last = V::Take(y, exit.slot);
+        last = TakeExit<V>(y, exit);
         if constexpr (MidSide) {
-            if (exit.midSide.width) {
-                last = V::ScaleSide(last, exit.midSide.widthFactor);
-            }
-            last = V::MidSide(last, exit.midSide.divisor);
+            last = V::MidSide(V::ScaleSide(last, exit.midSide.widthFactor), exit.midSide.divisor);
         }
     }
 }
@@ -211,16 +231,16 @@ ZK_KERNEL_TARGET ZK_STEP_INLINE void StepRegister(Pipe<V, G>& q, const Group<V>*
 // One step of every register: section s of the pass works on sample
 // n - kStagger s (n % 2 == P); in is the pass's input sample n. Returns the
 // output of the pass's last section.
-template <class V, int G, bool Masked, int E, bool MidSide, int P>
+template <class V, int G, bool Masked, int E, int K, bool MidSide, int P>
 ZK_KERNEL_TARGET ZK_STEP_INLINE __m128d Step(Pipe<V, G>& q, const Group<V>* p, __m128d in,
-                                             const Exit<V>& exit) {
+                                             const Exit<V, K>& exit) {
     __m128d last = _mm_setzero_pd();
     const typename V::Reg first = V::Feed(in, q.y[1 - P][G - 1]);
     // From the last register down, so that each reads its predecessor's
     // outputs of kStagger steps ago before they are overwritten.
 #pragma GCC unroll 4
     for (int j = G - 1; j >= 0; --j) {
-        StepRegister<V, G, Masked, E, MidSide, P>(q, p, j, first, exit, last);
+        StepRegister<V, G, Masked, E, K, MidSide, P>(q, p, j, first, exit, last);
     }
     return last;
 }
@@ -232,47 +252,46 @@ ZK_KERNEL_TARGET ZK_STEP_INLINE __m128d Step(Pipe<V, G>& q, const Group<V>* p, _
 // n + 1. Each lane sees the operations of two Steps; the pass's inputs of steps
 // n and n + 1 are in[0] and in[1] (read where they are broadcast, so that the
 // broadcast is a load rather than a shuffle), their outputs go to out0 and out1.
-template <class V, int G, bool Masked, int E, int P>
+template <class V, int G, bool Masked, int E, int K, int P>
 ZK_KERNEL_TARGET ZK_STEP_INLINE void PairedRegister(Pipe<V, G>& q, const Group<V>* p, int j,
-                                                    typename V::Reg first, const Exit<V>& exit,
+                                                    typename V::Reg first, const Exit<V, K>& exit,
                                                     __m128d input, __m128d& raw) {
     typename V::Reg x = InputOf<V, G, P>(q, j, first);
     if (j == E) {
-        x = V::Put(x, input, exit.lanes);
+        x = PutExit<V>(x, input, exit);
     }
     const typename V::Reg y = Advance<V, G, Masked, P>(q, p, j, x);
     if (j == E) {
-        raw = V::Take(y, exit.slot);
+        raw = TakeExit<V>(y, exit);
     }
 }
 
-template <class V, int G, bool Masked, int E>
+template <class V, int G, bool Masked, int E, int K>
 ZK_KERNEL_TARGET ZK_STEP_INLINE void StepPair(Pipe<V, G>& q, const Group<V>* p, const __m128d* in,
-                                              const Exit<V>& exit, __m128d& out0, __m128d& out1) {
+                                              const Exit<V, K>& exit, __m128d& out0,
+                                              __m128d& out1) {
     static_assert(E > 0 && V::kPairedMidSide);
     const __m256d divisor = _mm256_set_m128d(exit.midSide.divisor, exit.midSide.divisor);
     // Register E - 1's outputs of steps n - 2 (bank 1) and n - 1 (bank 0).
     const __m256d inputs = V::MidSide2(
-        _mm256_set_m128d(V::Take(q.y[0][E - 1], exit.slot), V::Take(q.y[1][E - 1], exit.slot)),
+        _mm256_set_m128d(TakeExit<V>(q.y[0][E - 1], exit), TakeExit<V>(q.y[1][E - 1], exit)),
         divisor);
     __m128d raw0 = _mm_setzero_pd(), raw1 = _mm_setzero_pd();
     const typename V::Reg first0 = V::Feed(in[0], q.y[1][G - 1]);
 #pragma GCC unroll 4
     for (int j = G - 1; j >= 0; --j) {
-        PairedRegister<V, G, Masked, E, 0>(q, p, j, first0, exit, _mm256_castpd256_pd128(inputs),
-                                           raw0);
+        PairedRegister<V, G, Masked, E, K, 0>(q, p, j, first0, exit, _mm256_castpd256_pd128(inputs),
+                                              raw0);
     }
     const typename V::Reg first1 = V::Feed(in[1], q.y[0][G - 1]);
 #pragma GCC unroll 4
     for (int j = G - 1; j >= 0; --j) {
-        PairedRegister<V, G, Masked, E, 1>(q, p, j, first1, exit, _mm256_extractf128_pd(inputs, 1),
-                                           raw1);
+        PairedRegister<V, G, Masked, E, K, 1>(q, p, j, first1, exit,
+                                              _mm256_extractf128_pd(inputs, 1), raw1);
     }
-    __m256d raws = _mm256_set_m128d(raw1, raw0);
-    if (exit.midSide.width) {
-        raws = V::ScaleSide2(raws,
-                             _mm256_set_m128d(exit.midSide.widthFactor, exit.midSide.widthFactor));
-    }
+    const __m256d raws =
+        V::ScaleSide2(_mm256_set_m128d(raw1, raw0),
+                      _mm256_set_m128d(exit.midSide.widthFactor, exit.midSide.widthFactor));
     const __m256d outputs = V::MidSide2(raws, divisor);
     out0 = _mm256_castpd256_pd128(outputs);
     out1 = _mm256_extractf128_pd(outputs, 1);
@@ -280,14 +299,14 @@ ZK_KERNEL_TARGET ZK_STEP_INLINE void StepPair(Pipe<V, G>& q, const Group<V>* p, 
 
 // Steps n (even) and n + 1 of the steady state: at[0] and at[1] are their
 // inputs, their outputs go latency samples back.
-template <class V, int G, bool Masked, int E, bool MidSide>
+template <class V, int G, bool Masked, int E, int K, bool MidSide>
 ZK_KERNEL_TARGET ZK_STEP_INLINE void TwoSteps(Pipe<V, G>& q, const Group<V>* p, __m128d* at,
-                                              long latency, const Exit<V>& out) {
+                                              long latency, const Exit<V, K>& out) {
     if constexpr (MidSide && E > 0 && V::kPairedMidSide) {
-        StepPair<V, G, Masked, E>(q, p, at, out, at[-latency], at[1 - latency]);
+        StepPair<V, G, Masked, E, K>(q, p, at, out, at[-latency], at[1 - latency]);
     } else {
-        at[-latency] = Step<V, G, Masked, E, MidSide, 0>(q, p, at[0], out);
-        at[1 - latency] = Step<V, G, Masked, E, MidSide, 1>(q, p, at[1], out);
+        at[-latency] = Step<V, G, Masked, E, K, MidSide, 0>(q, p, at[0], out);
+        at[1 - latency] = Step<V, G, Masked, E, K, MidSide, 1>(q, p, at[1], out);
     }
 }
 
@@ -296,11 +315,11 @@ ZK_KERNEL_TARGET ZK_STEP_INLINE void TwoSteps(Pipe<V, G>& q, const Group<V>* p, 
 // their last sample, is left out. When a section starts (step kStagger s, always
 // with P == 0) its lanes get back the histories it had before the block: until
 // then they computed on whatever the lanes before them held, which no one reads.
-template <class V, int G, bool Masked, int E, bool MidSide, int P>
+template <class V, int G, bool Masked, int E, int K, bool MidSide, int P>
 ZK_KERNEL_TARGET ZK_STEP_INLINE __m128d EdgeStep(Pipe<V, G>& q, const Pipe<V, G>& before,
                                                  const SlotMasks<V>& slots, const Group<V>* p,
                                                  __m128d in, long n, long count, int sections,
-                                                 const Exit<V>& exit) {
+                                                 const Exit<V, K>& exit) {
     __m128d last = _mm_setzero_pd();
     const typename V::Reg first = V::Feed(in, q.y[1 - P][G - 1]);
     const long starting = P == 0 ? n / kStagger : -1; // the section that starts now
@@ -319,7 +338,7 @@ ZK_KERNEL_TARGET ZK_STEP_INLINE __m128d EdgeStep(Pipe<V, G>& q, const Pipe<V, G>
                 q.y[1][j] = V::Blend(q.y[1][j], before.y[1][j], m);
             }
         }
-        StepRegister<V, G, Masked, E, MidSide, P>(q, p, j, first, exit, last);
+        StepRegister<V, G, Masked, E, K, MidSide, P>(q, p, j, first, exit, last);
     }
     return last;
 }
@@ -342,13 +361,13 @@ ZK_KERNEL_TARGET inline void Take(const Pipe<V, G>& q, const SlotMasks<V>& slots
 // Runs the stages pass[0..sections) over buf[0..count), G registers for them:
 // kSections (G - 1) < sections <= kSections G, the last in register
 // E == (sections - 1) % G. With MidSide the last is the mid/side stage's.
-template <class V, int G, bool Masked, int E, bool MidSide>
+template <class V, int G, bool Masked, int E, int K, bool MidSide>
 ZK_KERNEL_TARGET void RunPass(__m128d* buf, long count, const StereoStage* const* pass,
                               int sections, const MidSideNumbers& midSide) {
     constexpr int kSlots = V::kSections * G;
     const long kLatency = kStagger * (sections - 1); // steps from input to output
     const SlotMasks<V> slots = MakeSlotMasks<V>();
-    const Exit<V> out{V::PickOf((sections - 1) / G), slots.slot[(sections - 1) / G], midSide};
+    const Exit<V, K> out{V::PickOf((sections - 1) / G), slots.slot[(sections - 1) / G], midSide};
     // Lanes of register j, slot k: section k G + j.
     const StereoStage* slot[kSlots];
     for (int j = 0; j < G; ++j) {
@@ -376,18 +395,18 @@ ZK_KERNEL_TARGET void RunPass(__m128d* buf, long count, const StereoStage* const
             // register's), so only then does each keep its register; rounds
             // of two copied a dozen registers each.
             if (n % 2 != 0) {
-                buf[n - kLatency] = Step<V, G, Masked, E, MidSide, 1>(q, p, buf[n], out);
+                buf[n - kLatency] = Step<V, G, Masked, E, K, MidSide, 1>(q, p, buf[n], out);
                 ++n;
             }
             for (; n + 3 < count - 1; n += 4) {
-                TwoSteps<V, G, Masked, E, MidSide>(q, p, buf + n, kLatency, out);
-                TwoSteps<V, G, Masked, E, MidSide>(q, p, buf + n + 2, kLatency, out);
+                TwoSteps<V, G, Masked, E, K, MidSide>(q, p, buf + n, kLatency, out);
+                TwoSteps<V, G, Masked, E, K, MidSide>(q, p, buf + n + 2, kLatency, out);
             }
             for (; n + 1 < count - 1; n += 2) {
-                TwoSteps<V, G, Masked, E, MidSide>(q, p, buf + n, kLatency, out);
+                TwoSteps<V, G, Masked, E, K, MidSide>(q, p, buf + n, kLatency, out);
             }
             if (n < count - 1) {
-                buf[n - kLatency] = Step<V, G, Masked, E, MidSide, 0>(q, p, buf[n], out);
+                buf[n - kLatency] = Step<V, G, Masked, E, K, MidSide, 0>(q, p, buf[n], out);
                 ++n;
             }
             continue;
@@ -399,14 +418,14 @@ ZK_KERNEL_TARGET void RunPass(__m128d* buf, long count, const StereoStage* const
         const int section = static_cast<int>(since / kStagger);
         __m128d y;
         if (n % 2 == 0) {
-            y = EdgeStep<V, G, Masked, E, MidSide, 0>(q, before, slots, p, in, n, count, sections,
-                                                      out);
+            y = EdgeStep<V, G, Masked, E, K, MidSide, 0>(q, before, slots, p, in, n, count,
+                                                         sections, out);
             if (done) {
                 Take<V, G, 0>(q, slots, section, taken);
             }
         } else {
-            y = EdgeStep<V, G, Masked, E, MidSide, 1>(q, before, slots, p, in, n, count, sections,
-                                                      out);
+            y = EdgeStep<V, G, Masked, E, K, MidSide, 1>(q, before, slots, p, in, n, count,
+                                                         sections, out);
             if (done) {
                 Take<V, G, 1>(q, slots, section, taken);
             }
@@ -424,6 +443,34 @@ ZK_KERNEL_TARGET void RunPass(__m128d* buf, long count, const StereoStage* const
     }
 }
 
+template <class V, int G, int E, int K>
+ZK_KERNEL_TARGET void RunPassOn(__m128d* buf, long count, const StereoStage* const* pass,
+                                int sections, bool masked, const MidSideNumbers* midSide) {
+    const MidSideNumbers none{};
+    if (midSide != nullptr) {
+        masked ? RunPass<V, G, true, E, K, true>(buf, count, pass, sections, *midSide)
+               : RunPass<V, G, false, E, K, true>(buf, count, pass, sections, *midSide);
+    } else {
+        masked ? RunPass<V, G, true, E, K, false>(buf, count, pass, sections, none)
+               : RunPass<V, G, false, E, K, false>(buf, count, pass, sections, none);
+    }
+}
+
+// RunPassOn for an exit slot known only at run time (0..K), where the lane
+// type takes it as a template argument.
+template <class V, int G, int E, int K>
+ZK_KERNEL_TARGET void RunPassSlot(int slot, __m128d* buf, long count,
+                                  const StereoStage* const* pass, int sections, bool masked,
+                                  const MidSideNumbers* midSide) {
+    if constexpr (K > 0) {
+        if (slot < K) {
+            RunPassSlot<V, G, E, K - 1>(slot, buf, count, pass, sections, masked, midSide);
+            return;
+        }
+    }
+    RunPassOn<V, G, E, K>(buf, count, pass, sections, masked, midSide);
+}
+
 // RunPass for an exit register known only at run time (0..E); midSide null
 // when the pass does not end in the mid/side stage.
 template <class V, int G, int E>
@@ -436,13 +483,11 @@ ZK_KERNEL_TARGET void RunPassExit(int exit, __m128d* buf, long count,
             return;
         }
     }
-    const MidSideNumbers none{};
-    if (midSide != nullptr) {
-        masked ? RunPass<V, G, true, E, true>(buf, count, pass, sections, *midSide)
-               : RunPass<V, G, false, E, true>(buf, count, pass, sections, *midSide);
+    if constexpr (V::kStaticSlot) {
+        RunPassSlot<V, G, E, V::kSections - 1>((sections - 1) / G, buf, count, pass, sections,
+                                               masked, midSide);
     } else {
-        masked ? RunPass<V, G, true, E, false>(buf, count, pass, sections, none)
-               : RunPass<V, G, false, E, false>(buf, count, pass, sections, none);
+        RunPassOn<V, G, E, -1>(buf, count, pass, sections, masked, midSide);
     }
 }
 
@@ -500,9 +545,9 @@ ZK_KERNEL_TARGET void FilterCascadeStereoStaggered(const StereoStage* stages, in
     const bool midSideInPass = tail != nullptr && (Runs(tail->mid) || Runs(tail->side));
     const StereoStage midSideStage{
         {midSideInPass ? tail->mid : nullptr, midSideInPass ? tail->side : nullptr}};
-    const MidSideNumbers midSide{_mm_set1_pd(kMidSideDivisor),
-                                 _mm_set1_pd(tail != nullptr ? tail->widthFactor : 1.0),
-                                 tail != nullptr && tail->width};
+    const MidSideNumbers midSide{
+        _mm_set1_pd(kMidSideDivisor),
+        _mm_set1_pd(tail != nullptr && tail->width ? tail->widthFactor : 1.0)};
     const int total = stageCount + (midSideInPass ? 1 : 0);
     alignas(64) __m128d chunk[kChunk];
     for (long start = 0; start < count; start += kChunk) {
