@@ -16,8 +16,11 @@ struct AvxLanes {
     using Mask = __m256d;
     static constexpr int kSections = 2;
     // Sixteen registers: the histories of three (twelve) stay in registers, the
-    // coefficients are read from memory.
-    static constexpr int kMaxRegisters = 3;
+    // coefficients are read from memory. Four nonetheless: a section's feedback
+    // (multiply, two subtractions: nine cycles on Zen 3) needs four registers in
+    // flight to keep both multipliers busy, and a few spilled histories cost
+    // less (a 26-stage chain measured 5 per cent faster, 8 stages 20 per cent).
+    static constexpr int kMaxRegisters = 4;
     static constexpr int SlotLane(int slot) { return 2 * slot; }
 
     ZK_KERNEL_TARGET static Reg Gather(const double* const* rows, int offset) {
