@@ -143,6 +143,7 @@ void RegisterStereoKernels() {
     };
     for (const Chain& c : {Chain{10, MidSide::None, "10"}, Chain{24, MidSide::None, "24"},
                            Chain{25, MidSide::None, "25"}, Chain{24, MidSide::InPass, "24+midside"},
+                           Chain{25, MidSide::InPass, "25+midside"},
                            Chain{24, MidSide::After, "24+midside-after"}}) {
         for (const Named& k : kernels) {
             if (k.available) {

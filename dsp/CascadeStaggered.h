@@ -19,12 +19,12 @@
 //
 // Each lane does exactly the arithmetic of CBiquad::FilterBuffer in the same
 // order (no FMA, no reassociation), so samples and histories are those of the
-// per-section loops bit for bit. While the pipeline fills, a register whose
-// sections have not started is left out, and a section gets its histories back
-// when it starts; while it drains, a section's history is taken at its last
-// sample and a register whose sections are all done is left out. (Blending the
-// unstarted lanes' histories back every step made the fill cost a fifth of a
-// 512-sample pass.)
+// per-section loops bit for bit. While the pipeline fills and drains every
+// register steps as in the steady state: a section gets its histories back
+// when it starts, and its histories are taken at its last sample. (Blending
+// the unstarted lanes' histories back every step made the fill cost a fifth of
+// a 512-sample pass; leaving out the registers that had not started or were
+// done cost more than their arithmetic.)
 //
 // A pass with fewer sections than slots leaves the spare ones at the end of the
 // chain with zero coefficients: they compute what nobody reads (the pass's
@@ -310,52 +310,71 @@ ZK_KERNEL_TARGET ZK_STEP_INLINE void TwoSteps(Pipe<V, G>& q, const Group<V>* p, 
     }
 }
 
-// A step while the pipeline fills or drains. A register none of whose sections
-// has started (its first is section j), or all of whose sections have taken
-// their last sample, is left out. When a section starts (step kStagger s, always
-// with P == 0) its lanes get back the histories it had before the block: until
-// then they computed on whatever the lanes before them held, which no one reads.
-template <class V, int G, bool Masked, int E, int K, bool MidSide, int P>
-ZK_KERNEL_TARGET ZK_STEP_INLINE __m128d EdgeStep(Pipe<V, G>& q, const Pipe<V, G>& before,
-                                                 const SlotMasks<V>& slots, const Group<V>* p,
-                                                 __m128d in, long n, long count, int sections,
-                                                 const Exit<V, K>& exit) {
-    __m128d last = _mm_setzero_pd();
-    const typename V::Reg first = V::Feed(in, q.y[1 - P][G - 1]);
-    const long starting = P == 0 ? n / kStagger : -1; // the section that starts now
-#pragma GCC unroll 4
-    for (int j = G - 1; j >= 0; --j) {
-        const int lastSection = j + G * ((sections - 1 - j) / G);
-        if (n < kStagger * j || n > count - 1 + kStagger * lastSection) {
-            continue;
+// A section's lanes of register j's four histories blended from src into dst,
+// the register chosen by unrolled tests so that each history keeps its
+// register (an index known only at run time put the whole pipe on the stack).
+template <class V, int G>
+ZK_KERNEL_TARGET ZK_STEP_INLINE void BlendSection(Pipe<V, G>& dst, const Pipe<V, G>& src,
+                                                  int register_, typename V::Mask m) {
+#pragma GCC unroll 8
+    for (int j = 0; j < G; ++j) {
+        if (j == register_) {
+            dst.x[0][j] = V::Blend(dst.x[0][j], src.x[0][j], m);
+            dst.x[1][j] = V::Blend(dst.x[1][j], src.x[1][j], m);
+            dst.y[0][j] = V::Blend(dst.y[0][j], src.y[0][j], m);
+            dst.y[1][j] = V::Blend(dst.y[1][j], src.y[1][j], m);
         }
-        if constexpr (P == 0) {
-            if (starting < sections && starting % G == j) {
-                const typename V::Mask m = slots.slot[starting / G];
-                q.x[0][j] = V::Blend(q.x[0][j], before.x[0][j], m);
-                q.x[1][j] = V::Blend(q.x[1][j], before.x[1][j], m);
-                q.y[0][j] = V::Blend(q.y[0][j], before.y[0][j], m);
-                q.y[1][j] = V::Blend(q.y[1][j], before.y[1][j], m);
-            }
-        }
-        StepRegister<V, G, Masked, E, K, MidSide, P>(q, p, j, first, exit, last);
     }
-    return last;
 }
 
-// A section's histories after its last sample (step n, n % 2 == P) blended into
-// taken, in the layout of a bank pair: taken.x[0] holds x1, taken.x[1] x2,
+// A section's histories after its last sample (step n, n % 2 == P) into taken,
+// in the layout of a bank pair: taken.x[0] holds x1, taken.x[1] x2,
 // taken.y[0] y1 and taken.y[1] y2 of every section once it is done.
 template <class V, int G, int P>
-ZK_KERNEL_TARGET inline void Take(const Pipe<V, G>& q, const SlotMasks<V>& slots, int section,
-                                  Pipe<V, G>& taken) {
+ZK_KERNEL_TARGET ZK_STEP_INLINE void Take(const Pipe<V, G>& q, const SlotMasks<V>& slots,
+                                          int section, Pipe<V, G>& taken) {
     constexpr int kLatest = 1 - P; // the bank step n wrote
-    const int j = section % G;
     const typename V::Mask m = slots.slot[section / G];
-    taken.x[0][j] = V::Blend(taken.x[0][j], q.x[kLatest][j], m);
-    taken.x[1][j] = V::Blend(taken.x[1][j], q.x[P][j], m);
-    taken.y[0][j] = V::Blend(taken.y[0][j], q.y[kLatest][j], m);
-    taken.y[1][j] = V::Blend(taken.y[1][j], q.y[P][j], m);
+    const int register_ = section % G;
+#pragma GCC unroll 8
+    for (int j = 0; j < G; ++j) {
+        if (j == register_) {
+            taken.x[0][j] = V::Blend(taken.x[0][j], q.x[kLatest][j], m);
+            taken.x[1][j] = V::Blend(taken.x[1][j], q.x[P][j], m);
+            taken.y[0][j] = V::Blend(taken.y[0][j], q.y[kLatest][j], m);
+            taken.y[1][j] = V::Blend(taken.y[1][j], q.y[P][j], m);
+        }
+    }
+}
+
+// A step while the pipeline fills or drains: every register steps, as in the
+// steady state. Lanes whose section has not started compute on what the lanes
+// before them hold, and lanes whose section is done go on computing; no one
+// reads either (the pass's output is taken once its last section has started,
+// and what a done section makes next reaches its successor only after that
+// one's own last sample). When a section starts (starting, at step kStagger s,
+// always with P == 0) its lanes get back the histories it had before the
+// block; when it takes its last sample (finishing) its histories go to taken.
+// Stepping every register costs less than testing which ones run: the tests
+// and a register index known only at run time put the pipe on the stack.
+template <class V, int G, bool Masked, int E, int K, bool MidSide, int P>
+ZK_KERNEL_TARGET ZK_STEP_INLINE __m128d EdgeStep(Pipe<V, G>& q, const Pipe<V, G>& before,
+                                                 Pipe<V, G>& taken, const SlotMasks<V>& slots,
+                                                 const Group<V>* p, __m128d in, int starting,
+                                                 int finishing, const Exit<V, K>& exit) {
+    if constexpr (P == 0) {
+        if (starting >= 0) {
+            // Before the step: the restored lanes of bank 1 are also what the
+            // next register's unstarted section reads as its input; no one
+            // reads that.
+            BlendSection<V, G>(q, before, starting % G, slots.slot[starting / G]);
+        }
+    }
+    const __m128d last = Step<V, G, Masked, E, K, MidSide, P>(q, p, in, exit);
+    if (finishing >= 0) {
+        Take<V, G, P>(q, slots, finishing, taken);
+    }
+    return last;
 }
 
 // Runs the stages pass[0..sections) over buf[0..count), G registers for them:
@@ -412,24 +431,19 @@ ZK_KERNEL_TARGET void RunPass(__m128d* buf, long count, const StereoStage* const
             continue;
         }
         const __m128d in = n < count ? buf[n] : _mm_setzero_pd();
-        // Section s takes its last sample at step count - 1 + kStagger s.
+        // Section s starts at step kStagger s and takes its last sample at
+        // step count - 1 + kStagger s.
         const long since = n - (count - 1);
-        const bool done = since >= 0 && since % kStagger == 0 && since / kStagger < sections;
-        const int section = static_cast<int>(since / kStagger);
-        __m128d y;
-        if (n % 2 == 0) {
-            y = EdgeStep<V, G, Masked, E, K, MidSide, 0>(q, before, slots, p, in, n, count,
-                                                         sections, out);
-            if (done) {
-                Take<V, G, 0>(q, slots, section, taken);
-            }
-        } else {
-            y = EdgeStep<V, G, Masked, E, K, MidSide, 1>(q, before, slots, p, in, n, count,
-                                                         sections, out);
-            if (done) {
-                Take<V, G, 1>(q, slots, section, taken);
-            }
-        }
+        const int starting =
+            n % kStagger == 0 && n / kStagger < sections ? static_cast<int>(n / kStagger) : -1;
+        const int finishing = since >= 0 && since % kStagger == 0 && since / kStagger < sections
+                                  ? static_cast<int>(since / kStagger)
+                                  : -1;
+        const __m128d y =
+            n % 2 == 0 ? EdgeStep<V, G, Masked, E, K, MidSide, 0>(q, before, taken, slots, p, in,
+                                                                  starting, finishing, out)
+                       : EdgeStep<V, G, Masked, E, K, MidSide, 1>(q, before, taken, slots, p, in,
+                                                                  starting, finishing, out);
         if (n >= kLatency) {
             buf[n - kLatency] = y;
         }
