@@ -23,16 +23,22 @@ struct AvxLanes {
     static constexpr int kMaxRegisters = 4;
     static constexpr int SlotLane(int slot) { return 2 * slot; }
 
-    ZK_KERNEL_TARGET static Reg Gather(const double* const* rows, int offset) {
-        auto at = [&](int l) { return rows[l] != nullptr ? rows[l][offset] : 0.0; };
-        return _mm256_setr_pd(at(0), at(1), at(2), at(3));
+    template <int N> ZK_KERNEL_TARGET static void LoadColumns(const double* const* rows, Reg* out) {
+        for (int k = 0; k < N; ++k) {
+            auto at = [&](int l) { return rows[l] != nullptr ? rows[l][k] : 0.0; };
+            out[k] = _mm256_setr_pd(at(0), at(1), at(2), at(3));
+        }
     }
-    ZK_KERNEL_TARGET static void Scatter(double* const* rows, int offset, Reg r) {
-        alignas(32) double lanes[4];
-        _mm256_store_pd(lanes, r);
+    ZK_KERNEL_TARGET static void StoreColumns4(double* const* rows, const Reg* in) {
+        alignas(32) double lanes[4][4];
+        for (int k = 0; k < 4; ++k) {
+            _mm256_store_pd(lanes[k], in[k]);
+        }
         for (int l = 0; l < 4; ++l) {
             if (rows[l] != nullptr) {
-                rows[l][offset] = lanes[l];
+                for (int k = 0; k < 4; ++k) {
+                    rows[l][k] = lanes[k][l];
+                }
             }
         }
     }

@@ -32,7 +32,8 @@
 // a pass-through into every lane of every step.
 //
 // The lane type V provides: Reg, Mask, Pick, kSections, kMaxRegisters, SlotLane
-// (a slot's first lane), Gather and Scatter (lane l from or to rows[l][offset],
+// (a slot's first lane), LoadColumns<N> (register k lane l from rows[l][k],
+// k < N, zero for a null row) and StoreColumns4 (the reverse for N = 4,
 // skipping null rows), Mul, Add, Sub, MaskOf (one flag per lane), SlotMask (a
 // slot's lanes), Blend (mask ? take : keep), Feed (the first register's inputs:
 // the pass's input, then the last register's outputs moved up a slot), PickOf
@@ -109,12 +110,14 @@ ZK_KERNEL_TARGET void LoadGroup(const StereoStage* const* stages, Group<V>& p, t
     }
     static_assert(sizeof(BiquadCoeffs) == 5 * sizeof(double) &&
                   sizeof(BiquadState) == 4 * sizeof(double));
-    p = {V::Gather(coeffs, 0), V::Gather(coeffs, 1), V::Gather(coeffs, 2),
-         V::Gather(coeffs, 3), V::Gather(coeffs, 4), V::MaskOf(on)};
-    x1 = V::Gather(states, 0);
-    x2 = V::Gather(states, 1);
-    y1 = V::Gather(states, 2);
-    y2 = V::Gather(states, 3);
+    typename V::Reg c[5], h[4];
+    V::template LoadColumns<5>(coeffs, c);
+    V::template LoadColumns<4>(states, h);
+    p = {c[0], c[1], c[2], c[3], c[4], V::MaskOf(on)};
+    x1 = h[0];
+    x2 = h[1];
+    y1 = h[2];
+    y2 = h[3];
 }
 
 // The difference equation in CBiquad's order: (((b0 x + b1 x1) + b2 x2) - a1 y1) - a2 y2.
@@ -450,10 +453,8 @@ ZK_KERNEL_TARGET void RunPass(__m128d* buf, long count, const StereoStage* const
         ++n;
     }
     for (int j = 0; j < G; ++j) {
-        V::Scatter(states[j], 0, taken.x[0][j]);
-        V::Scatter(states[j], 1, taken.x[1][j]);
-        V::Scatter(states[j], 2, taken.y[0][j]);
-        V::Scatter(states[j], 3, taken.y[1][j]);
+        const typename V::Reg h[4] = {taken.x[0][j], taken.x[1][j], taken.y[0][j], taken.y[1][j]};
+        V::StoreColumns4(states[j], h);
     }
 }
 
