@@ -46,6 +46,7 @@ void FollowOutputPlain(CZkmorva20MeterState& s, double* b1, double* b2, long cou
 namespace {
 
 using meterkernels::kBalanceFloor;
+using meterkernels::kOneThird;
 using meterkernels::kGate;
 
 inline __m128 Select(__m128 mask, __m128 y, __m128 x) {
@@ -85,7 +86,7 @@ inline __m128 Balance4(__m128 x, __m128 y) {
     const __m128 tMoving = _mm_and_ps(moving, t);
     auto half = [](__m128 tf) {
         const __m128d t =
-            _mm_div_pd(_mm_mul_pd(_mm_cvtps_pd(tf), _mm_set1_pd(4.0)), _mm_set1_pd(3.0));
+            _mm_mul_pd(_mm_mul_pd(_mm_cvtps_pd(tf), _mm_set1_pd(4.0)), _mm_set1_pd(kOneThird));
         const __m128d clamped = _mm_max_pd(_mm_set1_pd(-1.0), _mm_min_pd(_mm_set1_pd(1.0), t));
         return _mm_mul_pd(_mm_add_pd(clamped, _mm_set1_pd(1.0)), _mm_set1_pd(0.5));
     };

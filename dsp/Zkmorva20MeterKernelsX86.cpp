@@ -266,8 +266,8 @@ ZK_AVX2 inline __m256 Narrow(__m256d lo, __m256d hi) {
 // The double part of Balance() on four values: scaling, clamp (min and max with t
 // second let a NaN through as the rule's comparisons do), centre.
 ZK_AVX2 inline __m128 BalanceHalf(__m128 tf) {
-    const __m256d t =
-        _mm256_div_pd(_mm256_mul_pd(_mm256_cvtps_pd(tf), _mm256_set1_pd(4.0)), _mm256_set1_pd(3.0));
+    const __m256d t = _mm256_mul_pd(_mm256_mul_pd(_mm256_cvtps_pd(tf), _mm256_set1_pd(4.0)),
+                                    _mm256_set1_pd(kOneThird));
     const __m256d clamped =
         _mm256_max_pd(_mm256_set1_pd(-1.0), _mm256_min_pd(_mm256_set1_pd(1.0), t));
     return _mm256_cvtpd_ps(
@@ -471,8 +471,8 @@ template <Route R, bool Inputs> struct Avx512Kernel {
                                     x, y, _CMP_NEQ_UQ);
         const __mmask8 rising = _mm256_mask_cmp_ps_mask(moving, y, x, _CMP_GT_OQ);
         const __m256 t = _mm256_mask_sub_ps(_mm256_maskz_sub_ps(moving, q, one), rising, one, q);
-        const __m512d scaled = _mm512_div_pd(_mm512_mul_pd(_mm512_cvtps_pd(t), _mm512_set1_pd(4.0)),
-                                             _mm512_set1_pd(3.0));
+        const __m512d scaled = _mm512_mul_pd(_mm512_mul_pd(_mm512_cvtps_pd(t), _mm512_set1_pd(4.0)),
+                                             _mm512_set1_pd(kOneThird));
         const __m512d clamped =
             _mm512_max_pd(_mm512_set1_pd(-1.0), _mm512_min_pd(_mm512_set1_pd(1.0), scaled));
         const __m256 balance = _mm512_cvtpd_ps(

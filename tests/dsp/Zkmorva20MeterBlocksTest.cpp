@@ -375,6 +375,43 @@ TEST(Zkmorva20MeterBlocks, BestKernelIsTheWidestSupported) {
     EXPECT_TRUE(mk::Supported(mk::Isa::Plain));
 }
 
+// The block kernels scale the balance term by 4/3 as a product with kOneThird
+// where the rule divides by 3.0. Both, through the rest of the rule, on floats
+// t spread over [-1, 1] (a prime stride through every exponent and mantissa,
+// both signs) and on every float near 0.75 (where 4t/3 meets the clamp) and
+// near 1: the float balance must be the same bit for bit.
+TEST(Zkmorva20MeterBlocks, BalanceScalingByOneThirdEqualsTheDivision) {
+    auto balance = [](double scaled) {
+        const double raw = scaled > 1.0 ? 2.0 : (scaled < -1.0 ? 0.0 : scaled + 1.0);
+        return static_cast<float>(raw * 0.5);
+    };
+    long checked = 0, differing = 0;
+    float first = 0.0f;
+    auto check = [&](float t) {
+        const float divided = balance(static_cast<double>(t) * 4.0 / 3.0);
+        const float multiplied =
+            balance(static_cast<double>(t) * 4.0 * zk20::meterkernels::kOneThird);
+        if (FloatBits(divided) != FloatBits(multiplied) && differing++ == 0) {
+            first = t;
+        }
+        ++checked;
+    };
+    const std::uint32_t one = FloatBits(1.0f);
+    for (std::uint32_t bits = 0; bits <= one; bits += 997) {
+        check(std::bit_cast<float>(bits));
+        check(-std::bit_cast<float>(bits));
+    }
+    for (const float centre : {0.75f, 1.0f}) {
+        const std::uint32_t at = FloatBits(centre);
+        for (std::uint32_t bits = at - 20000; bits <= std::min(at + 20000, one); ++bits) {
+            check(std::bit_cast<float>(bits));
+            check(-std::bit_cast<float>(bits));
+        }
+    }
+    EXPECT_EQ(differing, 0) << "of " << checked << ", the first at t = " << first;
+    EXPECT_GT(checked, 2000000);
+}
+
 // The count after n increments of 1.0f in one step, wherever that is exact,
 // and one increment at a time elsewhere (2^24 and beyond, fractions, negative,
 // infinite and NaN counts, denormals).
