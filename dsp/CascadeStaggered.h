@@ -313,41 +313,32 @@ ZK_KERNEL_TARGET ZK_STEP_INLINE void TwoSteps(Pipe<V, G>& q, const Group<V>* p, 
     }
 }
 
-// A section's lanes of register j's four histories blended from src into dst,
-// the register chosen by unrolled tests so that each history keeps its
-// register (an index known only at run time put the whole pipe on the stack).
-template <class V, int G>
+// The lanes m of register target's four histories blended from src into dst,
+// dst's banks in the layout of a bank pair (x[0] holds x1, x[1] x2, y[0] y1,
+// y[1] y2) and src's latest values in bank Latest. The register is chosen by
+// unrolled tests so that each history keeps its register (an index known only
+// at run time put the whole pipe on the stack).
+template <class V, int G, int Latest>
 ZK_KERNEL_TARGET ZK_STEP_INLINE void BlendSection(Pipe<V, G>& dst, const Pipe<V, G>& src,
-                                                  int register_, typename V::Mask m) {
+                                                  int target, typename V::Mask m) {
 #pragma GCC unroll 8
     for (int j = 0; j < G; ++j) {
-        if (j == register_) {
-            dst.x[0][j] = V::Blend(dst.x[0][j], src.x[0][j], m);
-            dst.x[1][j] = V::Blend(dst.x[1][j], src.x[1][j], m);
-            dst.y[0][j] = V::Blend(dst.y[0][j], src.y[0][j], m);
-            dst.y[1][j] = V::Blend(dst.y[1][j], src.y[1][j], m);
+        if (j == target) {
+            dst.x[0][j] = V::Blend(dst.x[0][j], src.x[Latest][j], m);
+            dst.x[1][j] = V::Blend(dst.x[1][j], src.x[1 - Latest][j], m);
+            dst.y[0][j] = V::Blend(dst.y[0][j], src.y[Latest][j], m);
+            dst.y[1][j] = V::Blend(dst.y[1][j], src.y[1 - Latest][j], m);
         }
     }
 }
 
 // A section's histories after its last sample (step n, n % 2 == P) into taken,
-// in the layout of a bank pair: taken.x[0] holds x1, taken.x[1] x2,
-// taken.y[0] y1 and taken.y[1] y2 of every section once it is done.
+// which holds every section's once it is done (after step n the latest values
+// are in the bank step n wrote, 1 - P).
 template <class V, int G, int P>
 ZK_KERNEL_TARGET ZK_STEP_INLINE void Take(const Pipe<V, G>& q, const SlotMasks<V>& slots,
                                           int section, Pipe<V, G>& taken) {
-    constexpr int kLatest = 1 - P; // the bank step n wrote
-    const typename V::Mask m = slots.slot[section / G];
-    const int register_ = section % G;
-#pragma GCC unroll 8
-    for (int j = 0; j < G; ++j) {
-        if (j == register_) {
-            taken.x[0][j] = V::Blend(taken.x[0][j], q.x[kLatest][j], m);
-            taken.x[1][j] = V::Blend(taken.x[1][j], q.x[P][j], m);
-            taken.y[0][j] = V::Blend(taken.y[0][j], q.y[kLatest][j], m);
-            taken.y[1][j] = V::Blend(taken.y[1][j], q.y[P][j], m);
-        }
-    }
+    BlendSection<V, G, 1 - P>(taken, q, section % G, slots.slot[section / G]);
 }
 
 // A step while the pipeline fills or drains: every register steps, as in the
@@ -370,7 +361,7 @@ ZK_KERNEL_TARGET ZK_STEP_INLINE __m128d EdgeStep(Pipe<V, G>& q, const Pipe<V, G>
             // Before the step: the restored lanes of bank 1 are also what the
             // next register's unstarted section reads as its input; no one
             // reads that.
-            BlendSection<V, G>(q, before, starting % G, slots.slot[starting / G]);
+            BlendSection<V, G, 0>(q, before, starting % G, slots.slot[starting / G]);
         }
     }
     const __m128d last = Step<V, G, Masked, E, K, MidSide, P>(q, p, in, exit);
