@@ -1,7 +1,6 @@
 #include "cli/HostedUnit.h"
 
 #include "cli/CliError.h"
-#include "framework/AUEvents.h"
 
 #include <algorithm>
 #include <cmath>
@@ -20,15 +19,15 @@ void Expect(OSStatus status, const UnitKind& kind, const char* what) {
 
 HostedUnit::HostedUnit(const UnitKind& kind, double sampleRate, unsigned channels,
                        unsigned maxFrames)
-    : kind(kind), loop(CFRunLoop::CreatePumped()), unit(kind.open()), channels(channels),
-      maxFrames(maxFrames) {
-    if (!unit) {
+    : kind(kind), unit(kind.open()), channels(channels), maxFrames(maxFrames) {
+    events = dynamic_cast<CZkmorvaAU*>(unit.get());
+    if (events == nullptr) {
         throw CliError(std::string(kind.title) + " could not be opened");
     }
+    events->UseDirectEvents();
     Expect(unit->SetSampleRateAndChannels(sampleRate, channels, channels), kind,
            "setting the stream format");
     Expect(unit->SetMaxFramesPerSlice(maxFrames), kind, "setting the block size");
-    ScopedCurrentRunLoop scope(loop);
     Expect(unit->DoInitialize(), kind, "initialising");
 }
 
@@ -37,42 +36,24 @@ void HostedUnit::RestoreState(std::string_view document, const std::string& sour
     if (unit->RestoreState(document, &error) != noErr) {
         throw CliError("preset " + source + ": " + error);
     }
-    loop->Pump();
 }
 
 void HostedUnit::Apply(std::span<const Setting> settings) {
+    std::vector<zk::ParameterEvent> batch;
+    batch.reserve(settings.size());
     for (const Setting& s : settings) {
-        AudioUnitParameter p{unit.get(), s.id, kAudioUnitScope_Global, 0};
-        Expect(AUParameterSet(nullptr, nullptr, &p, s.value, 0), kind, "setting a parameter");
-        loop->Pump();
+        batch.push_back({kAudioUnitEvent_ParameterValueChange, s.id, s.value});
     }
+    events->ApplyParameterEvents(batch);
 }
 
 void HostedUnit::Reset() {
     Expect(unit->DoReset(kAudioUnitScope_Global, 0), kind, "reset");
-    loop->Pump();
-}
-
-void HostedUnit::Settle() {
-    constexpr unsigned kFrames = 64;
-    std::vector<std::vector<float>> in(channels, std::vector<float>(kFrames, 0.0f));
-    std::vector<std::vector<float>> out = in;
-    std::vector<const float*> ip(channels);
-    std::vector<float*> op(channels);
-    for (unsigned c = 0; c < channels; ++c) {
-        ip[c] = in[c].data();
-        op[c] = out[c].data();
-    }
-    Render(ip.data(), op.data(), std::min(kFrames, maxFrames));
-    loop->Pump();
 }
 
 void HostedUnit::BeginGesture(AudioUnitParameterID id) {
-    AudioUnitEvent e;
-    e.mEventType = kAudioUnitEvent_BeginParameterChangeGesture;
-    e.mArgument.mParameter = {unit.get(), id, kAudioUnitScope_Global, 0};
-    Expect(AUEventListenerNotify(nullptr, nullptr, &e), kind, "starting a gesture");
-    loop->Pump();
+    const zk::ParameterEvent begin{kAudioUnitEvent_BeginParameterChangeGesture, id, 0.0f};
+    events->ApplyParameterEvents({&begin, 1});
 }
 
 unsigned HostedUnit::LatencyFrames() {
@@ -94,7 +75,6 @@ void HostedUnit::Render(const float* const* inputs, float* const* outputs, unsig
         throw CliError(std::string(kind.title) + ": render failed (error " +
                        std::to_string(status) + ")");
     }
-    loop->Pump();
 }
 
 } // namespace zkcli

@@ -34,7 +34,6 @@ std::string MakePresetDocument(const UnitKind& unit, std::span<const Setting> se
     // master link's switches) are saved as a render with the same settings has them.
     HostedUnit host(unit, 48000.0, unit.fixedChannels != 0 ? unit.fixedChannels : 1, 512);
     host.Apply(settings);
-    host.Settle();
     host.Unit().SetPresetName(name);
     return host.Unit().SaveState();
 }

@@ -46,7 +46,6 @@ RenderReport RenderFile(const RenderRequest& request, std::ostream& progressStre
         listen = catalog.FindSettable(request.listen).id;
     }
     host.Apply(settings);
-    host.Settle();
     host.Reset();
 
     const FileFormat format{outputFormat, channels, static_cast<int>(source->SampleRate())};

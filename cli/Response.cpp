@@ -58,7 +58,6 @@ Response MeasureResponse(const UnitKind& unit, std::span<const Setting> settings
         host.RestoreState(*setup.presetDocument, setup.presetSource);
     }
     host.Apply(settings);
-    host.Settle();
 
     Response response;
     response.frequencies.assign(frequencies.begin(), frequencies.end());

@@ -506,11 +506,17 @@ void CZkmorva20SignalProcessing::BeginAutoListen(long id) {
         listenGain = 1.0;
         // A linked control is set up on both channels: the second pass works on
         // the counterpart. The bound is re-read each pass, as the unit may change it.
+        long passId = id;
         for (long k = 0; k <= (GetLinkStatus(id) & 255); ++k) {
             if (k == 1) {
-                id = GetLinkedControl(id);
+                passId = GetLinkedControl(id);
             }
-            BeginListenPass(id);
+            BeginListenPass(passId);
+        }
+        // The display names the control touched; the editor lights its partner
+        // too while the section is linked.
+        if (autoListenActive) {
+            DrawAutoListen(true, id);
         }
     }
     textBoxActive.store(false, std::memory_order_relaxed);
@@ -554,20 +560,19 @@ void CZkmorva20SignalProcessing::BeginListenPass(long id) {
     if ((kinds & zk20::kListenGain) && c.role.kind == zk20::ListenKind::BandGain) {
         autoListenActive = true;
     }
-    if (autoListenActive) {
-        DrawAutoListen(true, id);
-    }
 }
 
 void CZkmorva20SignalProcessing::EndAutoListen(long id) {
     if (!autoListenOn || autoListenControl != id) {
         return;
     }
+    DrawAutoListen(false, id);
+    long passId = id;
     for (long k = 0; k <= (GetLinkStatus(id) & 255); ++k) {
         if (k == 1) {
-            id = GetLinkedControl(id);
+            passId = GetLinkedControl(id);
         }
-        EndListenPass(id);
+        EndListenPass(passId);
     }
     if (autoListenActive) {
         autoListenActive = false;
@@ -576,7 +581,6 @@ void CZkmorva20SignalProcessing::EndAutoListen(long id) {
 }
 
 void CZkmorva20SignalProcessing::EndListenPass(long id) {
-    DrawAutoListen(false, id);
     const zk20::LocatedControl c = zk20::LocateControl(id);
     if (c.role.kind == zk20::ListenKind::BandQ) {
         const size_t band = static_cast<size_t>(zk20::BandIndex(c.role.section));

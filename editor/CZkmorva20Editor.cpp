@@ -8,6 +8,7 @@
 #include "editor/ValueMapping.h"
 #include "editor/Zkmorva20Layout.h"
 #include "framework/AUBase.h"
+#include "units/Zkmorva20Links.h"
 #include "units/ZkmorvaAU.h"
 #include "widgets/CMovieBitmap.h"
 #include "widgets/COnOffButton.h"
@@ -329,15 +330,22 @@ void CZkmorva20Editor::DrawAutoListen(bool on, int band) {
     }
     const int channel = ChannelOf(band);
     const long input = CurveInput(band);
+    // A linked section is heard on both channels (channel 1's switch decides, as
+    // in the unit's routing), so both curves light.
+    const zk::z20links::LinkEntry link = zk::z20links::Entry(band);
+    const bool linked = link.channel1Link != zk::z20links::kNone &&
+                        GetUnitValue(static_cast<long>(link.channel1Link)) != 0.f;
     for (std::size_t c = 0; c < curves.size(); ++c) {
         CZkmorvaEqCurve* curve = curves[c];
         if (curve == nullptr) {
             continue;
         }
-        const bool lit = on && channel == static_cast<int>(c) && input >= 0;
+        const bool own = channel == static_cast<int>(c);
+        const bool lit = on && input >= 0 && (own || linked);
         curve->setCurve(CZkmorvaEqCurve::kHighlightInput, lit ? 1.f : 0.f);
         if (lit) {
-            curve->setCurve(input, GetValue(band)); // marks the band highlighted
+            // marks the band highlighted
+            curve->setCurve(input, GetValue(own ? band : static_cast<long>(link.counterpart)));
         }
         curve->setDirty();
     }

@@ -75,14 +75,18 @@ float CZkmorvaEditor::CalcMeters(float x, bool isDecibel) {
     return static_cast<float>((std::log10(level) + 3.1) / 3.12);
 }
 
-float CZkmorvaEditor::GetValue(long tag) {
+AudioUnitParameterValue CZkmorvaEditor::GetUnitValue(long tag) {
     AudioUnitParameterValue value = 0.f;
     if (unit == nullptr || tag < 0 ||
         AudioUnitGetParameter(unit, static_cast<AudioUnitParameterID>(tag), kAudioUnitScope_Global,
                               0, &value) != noErr) {
         value = 0.f;
     }
-    return ConvertToVSTValue(value, tag);
+    return value;
+}
+
+float CZkmorvaEditor::GetValue(long tag) {
+    return ConvertToVSTValue(GetUnitValue(tag), tag);
 }
 
 float CZkmorvaEditor::GetDefaultValue(long tag) {

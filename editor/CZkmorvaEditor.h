@@ -65,6 +65,8 @@ public:
 
     // The unit's current and default value of a parameter, as control values.
     virtual float GetValue(long tag);
+    // The parameter's value in its own unit (0 when it cannot be read).
+    AudioUnitParameterValue GetUnitValue(long tag);
     virtual float GetDefaultValue(long tag);
 
     void idle() override;

@@ -245,6 +245,8 @@ public:
     // property-change event of kAudioUnitProperty_ClassInfo follows.
     OSStatus RestoreState(std::string_view document, std::string* outError = nullptr);
     const std::string& GetPresetName() const { return mPresetName; }
+    // Called by RestoreState once the values are stored, before listeners hear of them.
+    virtual void StateRestored() {}
     void SetPresetName(std::string name) { mPresetName = std::move(name); }
 
 protected:

@@ -719,6 +719,7 @@ OSStatus AUBase::RestoreState(std::string_view document, std::string* outError) 
         g->SetParameter(id, v);
     }
     mPresetName = std::move(name);
+    StateRestored();
     for (const auto& [id, v] : values) {
         AudioUnitEvent e;
         e.mEventType = kAudioUnitEvent_ParameterValueChange;

@@ -81,7 +81,7 @@ OSStatus CZkmorva10AU::Initialize() {
     if (result != noErr) {
         return result;
     }
-    CreateParameterListener(kZ10LastDispatched);
+    PrepareParameterEvents(kZ10LastDispatched);
     Reset(kAudioUnitScope_Global, 0);
     return result;
 }
@@ -94,9 +94,7 @@ OSStatus CZkmorva10AU::Reset(AudioUnitScope scope, AudioUnitElement element) {
     for (UInt32 c = 0; c < historyChannels; ++c) {
         SaveChannelHistory(c); // every channel starts from the cleared bypass ring
     }
-    for (AudioUnitParameterID id = 0; id < kZ10ParameterCount; ++id) {
-        UpdateParameters(id);
-    }
+    UpdateAllParameters();
     return AUBase::Reset(scope, element);
 }
 
@@ -131,11 +129,8 @@ void CZkmorva10AU::DrawAutoListen(bool on, long parameterId) {
     SetAutoListenDisplay(on, parameterId);
 }
 
-void CZkmorva10AU::HandleParameterEvent(AudioUnitEventType type, AudioUnitParameterID id) {
+void CZkmorva10AU::HandleGesture(AudioUnitEventType type, AudioUnitParameterID id) {
     switch (type) {
-    case kAudioUnitEvent_ParameterValueChange:
-        UpdateParameters(id);
-        break;
     case kAudioUnitEvent_BeginParameterChangeGesture:
         BeginAutoListen(static_cast<long>(id));
         break;
@@ -144,12 +139,6 @@ void CZkmorva10AU::HandleParameterEvent(AudioUnitEventType type, AudioUnitParame
         break;
     default:
         break;
-    }
-}
-
-void CZkmorva10AU::UpdateAllParameters() {
-    for (AudioUnitParameterID id = 0; id <= kZ10LastDispatched; ++id) {
-        UpdateParameters(id);
     }
 }
 

@@ -49,8 +49,7 @@ protected:
         return zk::kZkmorva10ValueTexts;
     }
     OSStatus GetValueForText(AudioUnitParameterID id, AudioUnitParameterValue& out) override;
-    void HandleParameterEvent(AudioUnitEventType type, AudioUnitParameterID id) override;
-    void UpdateAllParameters() override;
+    void HandleGesture(AudioUnitEventType type, AudioUnitParameterID id) override;
 
 private:
     // The sections whose history is kept per channel, in swap order.

@@ -41,16 +41,14 @@ OSStatus CZkmorva20AU::Initialize() {
     if (result != noErr) {
         return result;
     }
-    CreateParameterListener(kZ20LastDispatched);
+    PrepareParameterEvents(kZ20LastDispatched);
     Reset(kAudioUnitScope_Global, 0);
     return result;
 }
 
 OSStatus CZkmorva20AU::Reset(AudioUnitScope scope, AudioUnitElement element) {
     InitBuffers();
-    for (AudioUnitParameterID id = 0; id < kZ20ParameterCount; ++id) {
-        UpdateParameters(id);
-    }
+    UpdateAllParameters();
     return AUBase::Reset(scope, element);
 }
 
@@ -119,30 +117,16 @@ void CZkmorva20AU::DrawAutoListen(bool on, long parameterId) {
     SetAutoListenDisplay(on, parameterId);
 }
 
-void CZkmorva20AU::SetTouchedParameter(AudioUnitParameterID id) {
-    touchedParameter.store(id, std::memory_order_relaxed);
-}
-
-void CZkmorva20AU::HandleParameterEvent(AudioUnitEventType type, AudioUnitParameterID id) {
+void CZkmorva20AU::HandleGesture(AudioUnitEventType type, AudioUnitParameterID id) {
     switch (type) {
-    case kAudioUnitEvent_ParameterValueChange:
-        UpdateParameters(id);
-        break;
     case kAudioUnitEvent_BeginParameterChangeGesture:
         BeginAutoListen(static_cast<long>(id));
-        SetTouchedParameter(id);
         break;
     case kAudioUnitEvent_EndParameterChangeGesture:
         EndAutoListen(static_cast<long>(id));
         break;
     default:
         break;
-    }
-}
-
-void CZkmorva20AU::UpdateAllParameters() {
-    for (AudioUnitParameterID id = 0; id <= kZ20LastDispatched; ++id) {
-        UpdateParameters(id);
     }
 }
 

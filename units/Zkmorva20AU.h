@@ -12,16 +12,15 @@
 // The two-channel EQ unit: a complete chain per channel, links between the
 // channels, a master link, solo, mid/side stage and meters. 2 inputs, 2 outputs.
 //
-// Parameter events reach the processor on the render thread (see CZkmorvaAU).
-// Linked changes are passed on there with AUParameterSet, so that the partner's
-// change reaches the listeners (this unit's and the editor's) like any other.
+// Parameter events reach the processor on the render thread (see CZkmorvaAU). A
+// change from outside to a linked control moves its partner, a solo switched on
+// switches the other off, and the master link sets every link switch: the unit's
+// own changes, made where its host hears them.
 class CZkmorva20AU : public CZkmorvaAU, public CZkmorva20SignalProcessing {
 public:
     static constexpr OSType kType = MakeFourCC("aufx");
     static constexpr OSType kSubType = MakeFourCC("Zk20");
     static constexpr OSType kManufacturer = MakeFourCC("Vnqe");
-    // touchedParameter while no gesture has begun.
-    static constexpr AudioUnitParameterID kNoTouchedParameter = 110;
 
     explicit CZkmorva20AU(AudioComponentInstance instance);
     ~CZkmorva20AU() override;
@@ -47,12 +46,7 @@ public:
     void UpdateParameters(AudioUnitParameterID id) override;
     long GetLinkStatus(long id) override;
     long GetLinkedControl(long id) override;
-    virtual void SetTouchedParameter(AudioUnitParameterID id);
     void DrawAutoListen(bool on, long parameterId) override;
-
-    AudioUnitParameterID GetTouchedParameter() const {
-        return touchedParameter.load(std::memory_order_relaxed);
-    }
 
 protected:
     bool GetTextBoxFlag() const override { return IsTextBoxActive(); }
@@ -70,20 +64,12 @@ protected:
     OSStatus GetValueForText(AudioUnitParameterID id, AudioUnitParameterValue& out) override {
         return GetParameter(id, kAudioUnitScope_Global, 0, out);
     }
-    void HandleParameterEvent(AudioUnitEventType type, AudioUnitParameterID id) override;
-    void UpdateAllParameters() override;
+    void HandleGesture(AudioUnitEventType type, AudioUnitParameterID id) override;
+    void AnswerChange(AudioUnitParameterID id) override;
 
 private:
-    float StoredValue(AudioUnitParameterID id) const;
-    // Sets a parameter so that listeners are told; real-time safe.
-    void PostParameter(AudioUnitParameterID id, float value);
     void UpdateChannelControl(AudioUnitParameterID id, double v);
     void UpdateSolo(AudioUnitParameterID id, float v);
-    void UpdateMasterLink(float v);
-    void PropagateLink(AudioUnitParameterID id, float v);
-
-    // Written on the render thread; atomic so that tests and tools may look.
-    std::atomic<AudioUnitParameterID> touchedParameter{kNoTouchedParameter};
 };
 
 // The component entry of the two-channel EQ and its description.

@@ -1,6 +1,6 @@
 // The two-channel EQ's parameter dispatch: stored values into processor settings
-// and filters, link propagation, solo and master link. Runs on the render thread
-// (from ApplyPendingCommands) and in Reset.
+// and filters; and the unit's answers to changes from outside: linked partners,
+// solo and master link. Runs on the render thread (batches) and in Reset.
 #include "units/Zkmorva20AU.h"
 
 #include "dsp/Truncate.h"
@@ -138,22 +138,11 @@ constexpr std::array<GlobalGain, 4> kGlobalGains{{
 
 } // namespace
 
-float CZkmorva20AU::StoredValue(AudioUnitParameterID id) const {
-    AudioUnitParameterValue v = 0.0f;
-    PeekParameter(kAudioUnitScope_Global, 0, id, v);
-    return v;
-}
-
-void CZkmorva20AU::PostParameter(AudioUnitParameterID id, float value) {
-    const AudioUnitParameter p{GetComponentInstance(), id, kAudioUnitScope_Global, 0};
-    AUParameterSet(nullptr, nullptr, &p, value, 0);
-}
-
 // Only channel 1's switch is consulted, also for channel 2's controls (intended);
 // a NaN switch counts as on.
 long CZkmorva20AU::GetLinkStatus(long id) {
     const AudioUnitParameterID link = z20links::Entry(id).channel1Link;
-    return link != z20links::kNone && StoredValue(link) != 0.0f ? 1 : 0;
+    return link != z20links::kNone && StoredParameter(link) != 0.0f ? 1 : 0;
 }
 
 long CZkmorva20AU::GetLinkedControl(long id) {
@@ -164,16 +153,14 @@ void CZkmorva20AU::UpdateParameters(AudioUnitParameterID id) {
     if (id > kZ20LastDispatched) {
         return;
     }
-    // Links, solo and the master link pass on what was set; the processor only
-    // gets values of the parameter's range.
-    const float raw = StoredValue(id);
+    // The processor only gets values of the parameter's range.
+    const float raw = StoredParameter(id);
     const float stored = DispatchValue(kZkmorva20Parameters[id], raw);
     const double v = stored;
     const bool on = stored != 0.0f;
 
     if (id >= kZ20Channel1First) {
         UpdateChannelControl(id, v);
-        PropagateLink(id, raw);
         return;
     }
     for (const GlobalSwitch& s : kGlobalSwitches) {
@@ -185,7 +172,6 @@ void CZkmorva20AU::UpdateParameters(AudioUnitParameterID id) {
     for (const GlobalGain& g : kGlobalGains) {
         if (g.id == id) {
             this->*g.field = ConvertDecibelsToFactor(v, kGainFloorDb);
-            PropagateLink(id, raw);
             return;
         }
     }
@@ -200,9 +186,6 @@ void CZkmorva20AU::UpdateParameters(AudioUnitParameterID id) {
         autoListenMode = mode;
         break;
     }
-    case kZ20MasterLink:
-        UpdateMasterLink(raw);
-        break;
     case kZ20MonoMaker:
         monoMakerFrequency = v;
         GetMonoMaker().Update(v, kMonoMakerShelfLimitHz);
@@ -210,7 +193,7 @@ void CZkmorva20AU::UpdateParameters(AudioUnitParameterID id) {
     case kZ20StereoWidth:
         stereoWidth = v * 0.01;
         break;
-    default: // the gain link switches: nothing to push
+    default: // the master link and the gain link switches: nothing to push
         break;
     }
 }
@@ -264,52 +247,45 @@ void CZkmorva20AU::UpdateChannelControl(AudioUnitParameterID id, double v) {
     }
 }
 
-// A change made under a gesture on this control (or on the other axis of a shifter's
-// two-axis control) moves the counterpart when the section's link on this control's
-// own channel is on. The counterpart's own update does not pass it on again: it is
-// not the touched control.
-void CZkmorva20AU::PropagateLink(AudioUnitParameterID id, float v) {
-    const z20links::LinkEntry e = z20links::Entry(id);
-    if (!e.isMember) {
-        return;
-    }
-    const AudioUnitParameterID touched = GetTouchedParameter();
-    const bool touchedHere =
-        touched == id || (e.twoAxisPartner != z20links::kNone && touched == e.twoAxisPartner);
-    if (touchedHere && StoredValue(e.ownLink) != 0.0f) {
-        PostParameter(e.counterpart, v);
-    }
-}
-
-// Solo acts only for the control under a gesture, so a solo restored from a saved
-// state or written by automation has no effect; intended.
+// The solo heard is the one switched on last; switching it off leaves the other
+// channel's, if that is on.
 void CZkmorva20AU::UpdateSolo(AudioUnitParameterID id, float v) {
-    if (GetTouchedParameter() != id) {
-        return;
-    }
-    const bool channel1 = id == kZ20Ch1Solo;
+    const int channel = id == kZ20Ch1Solo ? 1 : 2;
+    const AudioUnitParameterID other = id == kZ20Ch1Solo ? kZ20Ch2Solo : kZ20Ch1Solo;
     if (v == 1.0f) {
-        PostParameter(channel1 ? kZ20Ch2Solo : kZ20Ch1Solo, 0.0f);
-        soloMode = channel1 ? 1 : 2;
-    } else {
-        soloMode = 0;
+        soloMode = channel;
+    } else if (soloMode == channel) {
+        soloMode = StoredParameter(other) == 1.0f ? 3 - channel : 0;
     }
 }
 
-// 0.1 and 0.9 exactly (single precision) are snap requests to off and on, kept as
-// deliberate values; anything else is copied to every link switch.
-void CZkmorva20AU::UpdateMasterLink(float v) {
-    constexpr float kSnapOff = 0.1f;
-    constexpr float kSnapOn = 0.9f;
-    if (v == kSnapOff) {
-        PostParameter(kZ20MasterLink, 0.0f);
+// A change from outside moves the counterpart of a linked control (the section's
+// link on the control's own channel), switches the other solo off, and the master
+// link copies itself to every link switch. The master link's 0.1 and 0.9 (single
+// precision) are requests to snap to off and on, kept as deliberate values.
+void CZkmorva20AU::AnswerChange(AudioUnitParameterID id) {
+    const float v = StoredParameter(id);
+    if (id == kZ20Ch1Solo || id == kZ20Ch2Solo) {
+        if (v == 1.0f) {
+            SetOwnParameter(id == kZ20Ch1Solo ? kZ20Ch2Solo : kZ20Ch1Solo, 0.0f);
+        }
         return;
     }
-    if (v == kSnapOn) {
-        PostParameter(kZ20MasterLink, 1.0f);
+    if (id == kZ20MasterLink) {
+        constexpr float kSnapOff = 0.1f;
+        constexpr float kSnapOn = 0.9f;
+        float links = v;
+        if (v == kSnapOff || v == kSnapOn) {
+            links = v == kSnapOn ? 1.0f : 0.0f;
+            SetOwnParameter(kZ20MasterLink, links, true);
+        }
+        for (AudioUnitParameterID link : z20links::kLinkParameters) {
+            SetOwnParameter(link, links);
+        }
         return;
     }
-    for (AudioUnitParameterID link : z20links::kLinkParameters) {
-        PostParameter(link, v);
+    const z20links::LinkEntry e = z20links::Entry(id);
+    if (e.isMember && StoredParameter(e.ownLink) != 0.0f) {
+        SetOwnParameter(e.counterpart, v);
     }
 }

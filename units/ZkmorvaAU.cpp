@@ -127,8 +127,22 @@ void CZkmorvaAU::SetAutoListenDisplay(bool on, long parameterId) {
     PropertyChanged(kAutoListenDisplayProperty, kAudioUnitScope_Global, 0);
 }
 
-bool CZkmorvaAU::CreateParameterListener(AudioUnitParameterID lastId) {
+bool CZkmorvaAU::PrepareParameterEvents(AudioUnitParameterID lastId) {
     RemoveParameterListener();
+    const std::size_t count = Globals()->GetNumberOfParameters();
+    dispatched.assign(count, 0.0f);
+    inBatch.assign(count, 0);
+    batchValues.clear();
+    batchValues.reserve(count);
+    // Answers set one parameter each, the master link each switch; gestures
+    // split a batch, so a few times the parameter count.
+    ownChanges.clear();
+    ownChanges.reserve(4 * count);
+    pendingBatch.clear();
+    pendingBatch.reserve(commands.capacity());
+    if (directEvents) {
+        return true;
+    }
     if (AUEventListenerCreate(&CZkmorvaAU::EventListenerDispatcher, this, CFRunLoopGetCurrent(),
                               kCFRunLoopDefaultMode, kListenerInterval, kListenerInterval,
                               &eventListener) != noErr) {
@@ -189,8 +203,108 @@ void CZkmorvaAU::ApplyPendingCommands() {
     if (resyncNeeded.exchange(false, std::memory_order_acquire)) {
         UpdateAllParameters();
     }
+    if (directEvents) {
+        return;
+    }
+    pendingBatch.clear();
     zk::ParameterCommand command;
-    while (commands.TryPop(command)) {
-        HandleParameterEvent(command.type, command.id);
+    while (pendingBatch.size() < pendingBatch.capacity() && commands.TryPop(command)) {
+        pendingBatch.push_back({command.type, command.id, 0.0f});
+    }
+    // The listener's value changes were stored when they were set.
+    ApplyBatch(pendingBatch, false);
+}
+
+void CZkmorvaAU::ApplyParameterEvents(std::span<const zk::ParameterEvent> events) {
+    if (resyncNeeded.exchange(false, std::memory_order_acquire)) {
+        UpdateAllParameters();
+    }
+    ApplyBatch(events, true);
+}
+
+float CZkmorvaAU::StoredParameter(AudioUnitParameterID id) const {
+    AudioUnitParameterValue v = 0.0f;
+    PeekParameter(kAudioUnitScope_Global, 0, id, v);
+    return v;
+}
+
+void CZkmorvaAU::Dispatch(AudioUnitParameterID id) {
+    UpdateParameters(id);
+    dispatched[id] = StoredParameter(id);
+}
+
+void CZkmorvaAU::UpdateAllParameters() {
+    const UInt32 count = Globals()->GetNumberOfParameters();
+    for (AudioUnitParameterID id = 0; id < count; ++id) {
+        UpdateParameters(id);
+        if (id < dispatched.size()) {
+            dispatched[id] = StoredParameter(id);
+        }
+    }
+}
+
+namespace {
+// Bit for bit, so that a NaN that stays a NaN is no change.
+bool SameBits(float a, float b) {
+    return std::memcmp(&a, &b, sizeof a) == 0;
+}
+} // namespace
+
+void CZkmorvaAU::ApplyBatch(std::span<const zk::ParameterEvent> events, bool storeValues) {
+    ownChanges.clear();
+    for (const zk::ParameterEvent& e : events) {
+        if (e.id >= dispatched.size()) {
+            continue;
+        }
+        if (e.type != kAudioUnitEvent_ParameterValueChange) {
+            // A gesture sees the answers to the values before it.
+            AnswerBatch();
+            HandleGesture(e.type, e.id);
+            continue;
+        }
+        if (storeValues) {
+            AUBase::SetParameter(e.id, kAudioUnitScope_Global, 0, e.value, 0);
+        }
+        // A value the processor already has changes nothing and asks no answer, so
+        // hosts that send every value every block, or echo the unit's own changes,
+        // cost nothing and never undo a switch the master link set.
+        if (SameBits(StoredParameter(e.id), dispatched[e.id])) {
+            continue;
+        }
+        Dispatch(e.id);
+        if (!inBatch[e.id]) {
+            inBatch[e.id] = 1;
+            batchValues.push_back(e.id);
+        }
+    }
+    AnswerBatch();
+}
+
+void CZkmorvaAU::AnswerBatch() {
+    if (ownChangesReachHost) {
+        for (AudioUnitParameterID id : batchValues) {
+            AnswerChange(id);
+        }
+    }
+    for (AudioUnitParameterID id : batchValues) {
+        inBatch[id] = 0;
+    }
+    batchValues.clear();
+}
+
+void CZkmorvaAU::SetOwnParameter(AudioUnitParameterID id, float value, bool overrideBatch) {
+    if (id >= dispatched.size() || (inBatch[id] && !overrideBatch)) {
+        return;
+    }
+    if (directEvents) {
+        AUBase::SetParameter(id, kAudioUnitScope_Global, 0, value, 0);
+    } else {
+        // Listeners other than the unit's own hear it (an editor in this process).
+        const AudioUnitParameter p{GetComponentInstance(), id, kAudioUnitScope_Global, 0};
+        AUParameterSet(eventListener, this, &p, value, 0);
+    }
+    Dispatch(id);
+    if (ownChanges.size() < ownChanges.capacity()) {
+        ownChanges.push_back({id, value});
     }
 }

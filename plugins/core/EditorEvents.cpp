@@ -14,21 +14,19 @@ bool PluginCore::HandleEditorEvent(std::string_view message) {
         return false;
     }
     if (event->kind == EditorEvent::Kind::kTextBox) {
-        const UInt8 on = 1;
-        return unit->SetProperty(CZkmorvaAU::kTextBoxCurrentControlProperty, kAudioUnitScope_Global,
-                                 0, &on, sizeof on) == noErr;
+        Queue({kTextBoxEvent, 0, 0.0f});
+        return true;
     }
     const bool isInput = std::any_of(parameters.begin(), parameters.end(),
                                      [&](const auto& p) { return p.id == event->id && !p.output; });
     if (!isInput) {
         return false;
     }
-    AudioUnitEvent gesture;
-    gesture.mEventType = event->kind == EditorEvent::Kind::kBeginGesture
-                             ? kAudioUnitEvent_BeginParameterChangeGesture
-                             : kAudioUnitEvent_EndParameterChangeGesture;
-    gesture.mArgument.mParameter = {unit.get(), event->id, kAudioUnitScope_Global, 0};
-    return AUEventListenerNotify(nullptr, nullptr, &gesture) == noErr;
+    Queue({event->kind == EditorEvent::Kind::kBeginGesture
+               ? kAudioUnitEvent_BeginParameterChangeGesture
+               : kAudioUnitEvent_EndParameterChangeGesture,
+           event->id, 0.0f});
+    return true;
 }
 
 float PluginCore::AutoListenDisplayValue() const {

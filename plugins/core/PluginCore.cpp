@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <climits>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -22,15 +23,24 @@ PluginCore::PluginCore(const UnitDescriptor& d) : descriptor(d) {
         return;
     }
     parameters = DescribeParameters(*unit, d);
+    zkUnit = dynamic_cast<CZkmorvaAU*>(unit.get());
+    if (zkUnit == nullptr) {
+        std::fprintf(stderr, "zkmorva: the unit takes no direct events\n");
+        unit.reset();
+        return;
+    }
+    zkUnit->UseDirectEvents();
+    for (std::size_t i = 0; i < parameters.size(); ++i) {
+        const AudioUnitParameterID id = parameters[i].id;
+        if (id >= indexOfId.size()) {
+            indexOfId.resize(id + 1, UINT32_MAX);
+        }
+        indexOfId[id] = static_cast<std::uint32_t>(i);
+    }
+    batch.reserve(kQueueCapacity);
 }
 
-PluginCore::~PluginCore() {
-    // The unit removes its listener before the parameter thread goes away.
-    unit.reset();
-    if (parameterThread) {
-        parameterThread->Stop();
-    }
-}
+PluginCore::~PluginCore() = default;
 
 void PluginCore::LogOnce(std::atomic<bool>& flag, const std::string& message) const {
     if (!flag.exchange(true)) {
@@ -47,8 +57,50 @@ void PluginCore::SetParameter(std::size_t index, float value) {
         return;
     }
     value = std::clamp(value, p.minValue, p.maxValue);
-    AudioUnitParameter address{unit.get(), p.id, kAudioUnitScope_Global, 0};
-    AUParameterSet(nullptr, nullptr, &address, value, 0);
+    unit->AUBase::SetParameter(p.id, kAudioUnitScope_Global, 0, value, 0);
+    Queue({kAudioUnitEvent_ParameterValueChange, p.id, value});
+}
+
+void PluginCore::Queue(const zk::ParameterEvent& event) {
+    if (!queue.TryPush(event)) {
+        // Thousands of events between two blocks: the store has every value, so
+        // the next block re-reads all of them (without the unit's answers).
+        overflowedEvents.fetch_add(1, std::memory_order_relaxed);
+        zkUnit->RequestFullUpdate();
+    }
+}
+
+// Text-box events set their flag in the queue's order, between the events around them.
+void PluginCore::ApplyQueued(OwnChangeSink* sink) {
+    zkUnit->SetOwnChangesReachHost(sink != nullptr);
+    bool more = true;
+    while (more) {
+        batch.clear();
+        zk::ParameterEvent e;
+        bool textBox = false;
+        while (batch.size() < batch.capacity() && (more = queue.TryPop(e))) {
+            if (e.type == kTextBoxEvent) {
+                textBox = true;
+                break;
+            }
+            batch.push_back(e);
+        }
+        // Called for an empty batch too: it brings in a restored state.
+        zkUnit->ApplyParameterEvents(batch);
+        if (sink != nullptr) {
+            for (const zk::ParameterChange& c : zkUnit->OwnChanges()) {
+                if (c.id < indexOfId.size() && indexOfId[c.id] != UINT32_MAX) {
+                    sink->ParameterSetByUnit(indexOfId[c.id], c.value);
+                }
+            }
+        }
+        if (textBox) {
+            const UInt8 on = 1;
+            unit->SetProperty(CZkmorvaAU::kTextBoxCurrentControlProperty, kAudioUnitScope_Global, 0,
+                              &on, sizeof on);
+        }
+        more = more && (textBox || batch.size() == batch.capacity());
+    }
 }
 
 float PluginCore::GetParameter(std::size_t index) const {
@@ -85,9 +137,6 @@ bool PluginCore::Activate(double sampleRate, UInt32 hostBlockFrames) {
         LogOnce(loggedActivation, "refusing sample rate " + std::to_string(sampleRate));
         return false;
     }
-    if (!parameterThread) {
-        parameterThread = CFRunLoop::CreateThreaded();
-    }
     unitMaxFrames = std::clamp(hostBlockFrames, kMinUnitFrames, kMaxUnitFrames);
     OSStatus status =
         unit->SetSampleRateAndChannels(sampleRate, descriptor.channels, descriptor.channels);
@@ -95,8 +144,6 @@ bool PluginCore::Activate(double sampleRate, UInt32 hostBlockFrames) {
         status = unit->SetMaxFramesPerSlice(unitMaxFrames);
     }
     if (status == noErr) {
-        // The unit's listener belongs to the run loop current while it initialises.
-        ScopedCurrentRunLoop scope(parameterThread);
         status = unit->DoInitialize();
     }
     if (status != noErr) {
@@ -134,7 +181,11 @@ void PluginCore::PassThrough(const float* const* inputs, float* const* outputs, 
     }
 }
 
-void PluginCore::Process(const float* const* inputs, float* const* outputs, UInt32 frames) {
+void PluginCore::Process(const float* const* inputs, float* const* outputs, UInt32 frames,
+                         OwnChangeSink* sink) {
+    if (active) {
+        ApplyQueued(sink);
+    }
     if (frames == 0) {
         return;
     }

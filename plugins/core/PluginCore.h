@@ -1,19 +1,26 @@
 #pragma once
 
-// The format-independent body of a plug-in: it owns one unit and the unit's
-// parameter thread, and turns host calls into unit calls.
+// The format-independent body of a plug-in: it owns one unit and turns host calls
+// into unit calls.
+//
+// Host values and the editor's gestures are queued as they come (any thread) and
+// applied by Process on the audio thread, all that came since the last Process, in
+// order and as one batch, before its frames are rendered: a format that calls
+// Process once per segment between events gets every change on its frame. The
+// framework's parameter listener, with its interval and coalescing, is not used:
+// what the unit plays depends only on the host's events and the block schedule.
 //
 // Threads: the constructor, Activate, Deactivate, SaveState and RestoreState run
-// on the host's main thread; Process, SetParameter, SetBypass and GetParameter
-// may run on the audio thread and never allocate, lock or log. The unit's
-// parameter-event listener runs on a framework-owned run loop thread, installed
-// as the current run loop while the unit initialises.
+// on the host's main thread; Process, SetParameter, SetBypass, GetParameter and
+// HandleEditorEvent may run on any thread (Process on the audio thread) and never
+// allocate, lock or log.
 
 #include "framework/AUBase.h"
 #include "framework/Component.h"
-#include "framework/RunLoop.h"
+#include "framework/LockFreeQueue.h"
 #include "plugins/core/HostParameters.h"
 #include "plugins/core/UnitDescriptor.h"
+#include "units/ZkmorvaAU.h"
 
 #include <atomic>
 #include <cstdint>
@@ -23,6 +30,15 @@
 #include <vector>
 
 namespace zkplug {
+
+// Where the unit's own parameter changes go: to the host, by the format's means.
+class OwnChangeSink {
+public:
+    virtual void ParameterSetByUnit(std::uint32_t index, float value) = 0;
+
+protected:
+    ~OwnChangeSink() = default;
+};
 
 class PluginCore {
 public:
@@ -42,9 +58,10 @@ public:
     UInt32 Channels() const { return descriptor.channels; }
     const std::vector<HostParameter>& Parameters() const { return parameters; }
 
-    // Host parameter index (table order) -> value. Inputs are stored in the unit and
-    // a value-change event is posted to its parameter thread; non-finite values
-    // are ignored, others clamped to the range. Outputs (meters) are ignored.
+    // Host parameter index (table order) -> value. Inputs are stored in the unit
+    // (so the host reads them back at once) and queued for the next Process;
+    // non-finite values are ignored, others clamped to the range. Outputs (meters)
+    // are ignored.
     void SetParameter(std::size_t index, float value);
     // Inputs: the stored value. Meters: the unit's reading.
     float GetParameter(std::size_t index) const;
@@ -52,11 +69,9 @@ public:
     void SetBypass(bool on);
     bool IsBypassed() const;
 
-    // Editor events from the plug-in UI (EditorLink.h). A gesture is posted to the
-    // unit's listener as begin/end events, as the editor does in process, so the
-    // unit starts and ends auto-listen; "textbox" sets property 65536. Malformed
-    // messages and ids that are not input parameters are ignored (false). Any
-    // thread; never allocates, locks or logs.
+    // Editor events from the plug-in UI (EditorLink.h), queued with the host's
+    // values: a gesture begins or ends auto-listen; "textbox" sets property 65536.
+    // Malformed messages and ids that are not input parameters are ignored (false).
     bool HandleEditorEvent(std::string_view message);
     // The unit's auto-listen display (property 65537), encoded for an output parameter.
     float AutoListenDisplayValue() const;
@@ -70,9 +85,13 @@ public:
     UInt32 LatencyFrames() const { return latencyFrames; }
     UInt32 UnitMaxFrames() const { return unitMaxFrames; }
 
-    // Any number of frames, in place or not. Before activation, or if the unit
+    // Applies what was queued, then renders any number of frames, in place or not.
+    // The unit answers changes with changes of its own (a linked partner, the
+    // master link's switches, the other solo) only when `sink` takes them to the
+    // host; null when the host cannot hear them. Before activation, or if the unit
     // refuses a block, input is copied to output.
-    void Process(const float* const* inputs, float* const* outputs, UInt32 frames);
+    void Process(const float* const* inputs, float* const* outputs, UInt32 frames,
+                 OwnChangeSink* sink = nullptr);
 
     // The class-information document, the same as the renderer's presets.
     std::string SaveState() const;
@@ -85,15 +104,29 @@ public:
 
     // Blocks the unit refused (passed through instead); for diagnostics.
     std::uint64_t RefusedBlocks() const { return refusedBlocks.load(std::memory_order_relaxed); }
+    // Events that found the queue full (every parameter was then re-read); diagnostics.
+    std::uint64_t OverflowedEvents() const {
+        return overflowedEvents.load(std::memory_order_relaxed);
+    }
+
+    // Text-box events travel in the queue with this type.
+    static constexpr AudioUnitEventType kTextBoxEvent = 100;
+    static constexpr std::size_t kQueueCapacity = 4096;
 
 private:
+    void Queue(const zk::ParameterEvent& event);
+    void ApplyQueued(OwnChangeSink* sink);
     void PassThrough(const float* const* inputs, float* const* outputs, UInt32 frames);
     void LogOnce(std::atomic<bool>& flag, const std::string& message) const;
 
     const UnitDescriptor& descriptor;
     AudioUnitPtr unit;
-    std::shared_ptr<CFRunLoop> parameterThread; // created at first activation
+    CZkmorvaAU* zkUnit = nullptr; // the same unit, for its event entry
     std::vector<HostParameter> parameters;
+    std::vector<std::uint32_t> indexOfId; // host index by parameter id
+    LockFreeQueue<zk::ParameterEvent, kQueueCapacity> queue;
+    std::vector<zk::ParameterEvent> batch; // audio thread; capacity kQueueCapacity
+    std::atomic<std::uint64_t> overflowedEvents{0};
     bool active = false;
     UInt32 latencyFrames = 0;
     UInt32 unitMaxFrames = kMinUnitFrames;

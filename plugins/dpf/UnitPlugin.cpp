@@ -5,6 +5,7 @@
 #include "DistrhoPlugin.hpp"
 #include "plugins/core/EditorLink.h"
 #include "plugins/core/PluginCore.h"
+#include "plugins/core/ProcessReport.h"
 
 #include <cstring>
 #include <memory>
@@ -17,7 +18,7 @@ namespace {
 // The state key under which hosts save the class-information document.
 constexpr const char* kStateKey = "ClassInfo";
 
-class UnitPlugin : public Plugin {
+class UnitPlugin : public Plugin, private zkplug::OwnChangeSink {
 public:
     explicit UnitPlugin(const zkplug::UnitDescriptor& d)
         : Plugin(zkplug::HostParameterCount(d), 0, 1), core(d), bypassIndex(zkplug::BypassIndex(d)),
@@ -139,16 +140,33 @@ protected:
     void activate() override {
         core.Activate(getSampleRate(), getBufferSize());
         setLatency(core.LatencyFrames());
+        // A host that takes change requests (LV2 with the extension, the JACK app)
+        // accepts this one, which asks for the value the parameter already has.
+        changeRequestsReachHost =
+            !core.Parameters().empty() && requestParameterValueChange(0, core.GetParameter(0));
     }
 
     void deactivate() override { core.Deactivate(); }
 
+    // CLAP and VST3 wrappers install a report and turn it into output events.
     void run(const float** inputs, float** outputs, uint32_t frames) override {
-        core.Process(inputs, outputs, frames);
+        report = zkplug::CurrentProcessReport();
+        const bool reachHost = report != nullptr || changeRequestsReachHost;
+        core.Process(inputs, outputs, frames, reachHost ? this : nullptr);
+    }
+
+    void ParameterSetByUnit(std::uint32_t index, float value) override {
+        if (report != nullptr) {
+            report->Add(index, value);
+        } else {
+            requestParameterValueChange(index, value);
+        }
     }
 
 private:
     zkplug::PluginCore core;
+    zkplug::ProcessReport* report = nullptr; // during run() only
+    bool changeRequestsReachHost = false;
     const uint32_t bypassIndex;
     const uint32_t autoListenIndex;
 };

@@ -65,7 +65,8 @@ TEST(AUView, ChannelTwoAutomationReachesItsControls) {
 // A drag on a band's Q knob starts auto-listen in the unit (begin gesture), the
 // unit publishes it through property 65537 and the curve highlights that band.
 template <class Rig>
-void CheckAutoListenReachesTheCurve(Rig& rig, long qTag, int channel, long curveInput) {
+void CheckAutoListenReachesTheCurve(Rig& rig, long qTag, int channel, long curveInput,
+                                    bool linked = false) {
     CControl* knob = rig.editor->getControls().first(qTag, zkeditor::Role::kKnob);
     ASSERT_NE(knob, nullptr);
     const CPoint centre = Rig::Centre(knob->getViewSize());
@@ -79,7 +80,8 @@ void CheckAutoListenReachesTheCurve(Rig& rig, long qTag, int channel, long curve
         curve = rig.editor->getCurve();
     } else {
         curve = rig.editor->getCurve(channel);
-        EXPECT_FALSE(rig.editor->getCurve(1 - channel)->isHighlightEnabled());
+        EXPECT_EQ(rig.editor->getCurve(1 - channel)->isHighlightEnabled(), linked)
+            << "a linked section is heard, and lit, on both channels";
     }
     EXPECT_TRUE(curve->isHighlightEnabled());
     EXPECT_EQ(curve->getHighlightedInput(), curveInput);
@@ -96,9 +98,8 @@ TEST(AUView, AutoListenGestureShowsOnTheCurve) {
     auto rig10 = zktest::MakeRig10();
     CheckAutoListenReachesTheCurve(*rig10, 17, 0, 11);
     auto rig20 = zktest::MakeRig20();
-    // Unlinked, so that the unit listens to channel 2 alone (linked, it reports
-    // the partner last and that channel's curve lights).
-    Automate(rig20->host, 4, 0.f);
+    CheckAutoListenReachesTheCurve(*rig20, 32 + 41, 1, 11, true);
+    Automate(rig20->host, 4, 0.f); // every link off
     rig20->host.Pump();
     CheckAutoListenReachesTheCurve(*rig20, 32 + 41, 1, 11);
 }

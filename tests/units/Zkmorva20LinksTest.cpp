@@ -1,5 +1,6 @@
 // Links, master link, solo and auto-listen routing of the two-channel EQ, driven
-// through the event service as a host and the editor drive it.
+// through the event service as an editor in the same process drives it, and
+// through the direct entry the plug-ins and the renderer use.
 #include "units/Zkmorva20Links.h"
 #include "Zkmorva20TestSupport.h"
 
@@ -21,74 +22,6 @@ constexpr AudioUnitParameterID kMfGainL = 33, kMfLinkL = 35, kMfGainR = 74, kMfL
 constexpr AudioUnitParameterID kBsFreqL = 51, kBsGainL = 52, kBsOnL = 54;
 constexpr AudioUnitParameterID kBsFreqR = 92, kBsGainR = 93, kBsOnR = 95;
 
-// Sets a value the way the editor does: begin gesture, set, end gesture.
-void Touch(UnitHost& host, AudioUnitParameterID id, float value) {
-    host.Gesture(id, true);
-    host.Set(id, value);
-    Settle(host);
-    host.Gesture(id, false);
-}
-
-TEST(Zkmorva20AULinks, AGestureOnALinkedControlMovesItsPartner) {
-    auto host = MakeHost20();
-    auto& unit = host->As<CZkmorva20AU>();
-
-    Touch(*host, kLfGainL, 6.0f);
-    EXPECT_EQ(host->Get(kLfGainR), 6.0f);
-    // The partner's change went through the listener into channel 2's band.
-    EXPECT_NEAR(unit.GetChannelSettings(1).lf.gain, std::pow(10.0, 6.0 / 20.0), 1e-12);
-    EXPECT_EQ(unit.GetChannelFilters(1).bandFilter[0].GetParameters().gain,
-              unit.GetChannelSettings(1).lf.gain);
-
-    // Channel 2 controls follow their own channel's switch when they are touched.
-    host->Set(kMfLinkL, 0.0f);
-    Touch(*host, kMfGainR, 5.0f);
-    EXPECT_EQ(host->Get(kMfGainL), 5.0f) << "channel 2's MF link is on";
-    host->Set(kMfLinkR, 0.0f);
-    Touch(*host, kMfGainR, 2.0f);
-    EXPECT_EQ(host->Get(kMfGainL), 5.0f) << "channel 2's MF link is off";
-
-    // The gains pair 6 with 10.
-    Touch(*host, kZ20Input1Gain, -6.0f);
-    EXPECT_EQ(host->Get(kZ20Input2Gain), -6.0f);
-    EXPECT_NEAR(unit.inputGain2, std::pow(10.0, -6.0 / 20.0), 1e-12);
-    EXPECT_EQ(host->Get(kZ20Output2Gain), 0.0f) << "the output gains are a separate pair";
-}
-
-TEST(Zkmorva20AULinks, AutomationOrAnOpenLinkMovesOneChannelOnly) {
-    auto host = MakeHost20();
-    auto& unit = host->As<CZkmorva20AU>();
-
-    host->Set(kLmfGainL, -3.0f); // no gesture: automation
-    Settle(*host);
-    EXPECT_EQ(host->Get(kLmfGainR), 0.0f);
-    EXPECT_EQ(unit.GetChannelSettings(1).lmf.gain, 1.0);
-    EXPECT_NEAR(unit.GetChannelSettings(0).lmf.gain, std::pow(10.0, -3.0 / 20.0), 1e-12);
-
-    host->Set(kLmfLinkL, 0.0f);
-    Touch(*host, kLmfGainL, 4.0f);
-    EXPECT_EQ(host->Get(kLmfGainR), 0.0f) << "link off";
-    EXPECT_EQ(host->Get(kLmfGainL), 4.0f);
-}
-
-// The shifter's frequency and gain are one two-axis control: a gesture begun on
-// the frequency carries the gain across too, but not the section's switch.
-TEST(Zkmorva20AULinks, AShifterMovesAsOneTwoAxisControl) {
-    auto host = MakeHost20();
-    host->Gesture(kBsFreqL, true);
-    host->Set(kBsFreqL, 120.0f);
-    host->Set(kBsGainL, 6.0f);
-    host->Set(kBsOnL, 0.0f);
-    Settle(*host);
-    host->Gesture(kBsFreqL, false);
-    EXPECT_EQ(host->Get(kBsFreqR), 120.0f);
-    EXPECT_EQ(host->Get(kBsGainR), 6.0f);
-    EXPECT_EQ(host->Get(kBsOnR), 1.0f);
-    auto& unit = host->As<CZkmorva20AU>();
-    EXPECT_EQ(unit.GetChannelSettings(1).bassShift.frequency, 120.0);
-    EXPECT_NEAR(unit.GetChannelSettings(1).bassShift.gain, std::pow(10.0, 6.0 / 20.0), 1e-12);
-}
-
 bool AllLinksAre(UnitHost& host, float value) {
     bool all = true;
     for (AudioUnitParameterID link : z20links::kLinkParameters) {
@@ -100,6 +33,86 @@ bool AllLinksAre(UnitHost& host, float value) {
     return all;
 }
 
+TEST(Zkmorva20AULinks, AChangeToALinkedControlMovesItsPartner) {
+    auto host = MakeHost20();
+    auto& unit = host->As<CZkmorva20AU>();
+
+    host->Set(kLfGainL, 6.0f);
+    Settle(*host);
+    EXPECT_EQ(host->Get(kLfGainR), 6.0f);
+    EXPECT_NEAR(unit.GetChannelSettings(1).lf.gain, std::pow(10.0, 6.0 / 20.0), 1e-12);
+    EXPECT_EQ(unit.GetChannelFilters(1).bandFilter[0].GetParameters().gain,
+              unit.GetChannelSettings(1).lf.gain);
+
+    // Channel 2 controls follow their own channel's switch.
+    host->Set(kMfLinkL, 0.0f);
+    host->Set(kMfGainR, 5.0f);
+    Settle(*host);
+    EXPECT_EQ(host->Get(kMfGainL), 5.0f) << "channel 2's MF link is on";
+    host->Set(kMfLinkR, 0.0f);
+    host->Set(kMfGainR, 2.0f);
+    Settle(*host);
+    EXPECT_EQ(host->Get(kMfGainL), 5.0f) << "channel 2's MF link is off";
+
+    // The gains pair 6 with 10; a shifter's axes and switch each move their own partner.
+    host->Set(kZ20Input1Gain, -6.0f);
+    host->Set(kBsFreqL, 120.0f);
+    Settle(*host);
+    host->Set(kBsOnL, 0.0f);
+    Settle(*host);
+    EXPECT_EQ(host->Get(kZ20Input2Gain), -6.0f);
+    EXPECT_NEAR(unit.inputGain2, std::pow(10.0, -6.0 / 20.0), 1e-12);
+    EXPECT_EQ(host->Get(kZ20Output2Gain), 0.0f) << "the output gains are a separate pair";
+    EXPECT_EQ(host->Get(kBsFreqR), 120.0f);
+    EXPECT_EQ(unit.GetChannelSettings(1).bassShift.frequency, 120.0);
+    EXPECT_EQ(host->Get(kBsOnR), 0.0f);
+    EXPECT_EQ(host->Get(kBsGainR), 0.0f) << "an axis not changed stays";
+}
+
+// The unit answers only changes from outside, and never overrides a value that came
+// with the same batch, so a host or preset that sets both sides keeps both.
+TEST(Zkmorva20AULinks, WhatTheBatchSetsWinsAndUnchangedValuesAskNothing) {
+    auto host = MakeHost20();
+    host->Set(kLmfGainL, 4.0f); // one block start: both sides differ, link on
+    host->Set(kLmfGainR, -2.0f);
+    Settle(*host);
+    EXPECT_EQ(host->Get(kLmfGainL), 4.0f);
+    EXPECT_EQ(host->Get(kLmfGainR), -2.0f);
+
+    host->Set(kLmfLinkL, 0.0f);
+    Settle(*host);
+    host->Set(kZ20MasterLink, 1.0f); // already on: no change, no answer
+    host->Set(kLmfGainL, 1.0f);
+    Settle(*host);
+    EXPECT_EQ(host->Get(kLmfLinkL), 0.0f) << "a master link sent again undid a switch";
+    EXPECT_EQ(host->Get(kLmfGainR), -2.0f) << "link off";
+}
+
+// Where the host cannot hear the unit's own changes, a change applies to its own
+// parameter only, so that host and unit never disagree.
+TEST(Zkmorva20AULinks, NoAnswersWhereTheHostCannotHearThem) {
+    auto host = MakeHost20();
+    auto& unit = host->As<CZkmorva20AU>();
+    unit.SetOwnChangesReachHost(false);
+    const zk::ParameterEvent events[] = {
+        {kAudioUnitEvent_ParameterValueChange, kLfGainL, 6.0f},
+        {kAudioUnitEvent_ParameterValueChange, kZ20Ch1Solo, 1.0f},
+        {kAudioUnitEvent_ParameterValueChange, kZ20MasterLink, 0.0f}};
+    unit.ApplyParameterEvents(events);
+    EXPECT_TRUE(unit.OwnChanges().empty());
+    EXPECT_EQ(host->Get(kLfGainR), 0.0f);
+    EXPECT_TRUE(AllLinksAre(*host, 1.0f));
+    EXPECT_EQ(unit.GetChannelSettings(0).lf.gain, std::pow(10.0, 6.0 / 20.0));
+    EXPECT_EQ(unit.GetChannelSettings(1).lf.gain, 1.0);
+
+    unit.SetOwnChangesReachHost(true);
+    const zk::ParameterEvent up{kAudioUnitEvent_ParameterValueChange, kLfGainL, 7.0f};
+    unit.ApplyParameterEvents({&up, 1});
+    ASSERT_EQ(unit.OwnChanges().size(), 1u);
+    EXPECT_EQ(unit.OwnChanges()[0].id, kLfGainR);
+    EXPECT_EQ(unit.OwnChanges()[0].value, 7.0f);
+}
+
 TEST(Zkmorva20AULinks, MasterLinkSetsAllTwentyTwoSwitches) {
     auto host = MakeHost20();
     ASSERT_EQ(z20links::kLinkParameters.size(), 22u);
@@ -109,32 +122,26 @@ TEST(Zkmorva20AULinks, MasterLinkSetsAllTwentyTwoSwitches) {
     EXPECT_TRUE(AllLinksAre(*host, 0.0f));
     EXPECT_EQ(host->Get(kZ20Ch1Solo), 0.0f);
     EXPECT_EQ(host->Get(18), 18.0f) << "a control next to a switch is untouched";
-    // With every switch off a gesture moves one channel only.
-    Touch(*host, kLfGainL, 3.0f);
-    EXPECT_EQ(host->Get(kLfGainR), 0.0f);
+    host->Set(kLfGainL, 3.0f);
+    Settle(*host);
+    EXPECT_EQ(host->Get(kLfGainR), 0.0f) << "every switch off";
     host->Set(kZ20MasterLink, 1.0f);
     Settle(*host);
     EXPECT_TRUE(AllLinksAre(*host, 1.0f));
 }
 
-// 0.1 and 0.9 are requests to snap the master link itself; the switches follow
-// only from the snapped value, one dispatch later.
+// 0.1 and 0.9 are requests to snap the master link, and the switches take the
+// snapped value.
 TEST(Zkmorva20AULinks, MasterLinkSnapValues) {
     auto host = MakeHost20();
-    const std::vector<float> block(16, 0.0f);
-
     host->Set(kZ20MasterLink, 0.1f);
-    host->Render({block, block}, 16);
-    EXPECT_EQ(host->Get(kZ20MasterLink), 0.0f);
-    EXPECT_TRUE(AllLinksAre(*host, 1.0f)) << "0.1 itself is not copied";
     Settle(*host);
+    EXPECT_EQ(host->Get(kZ20MasterLink), 0.0f);
     EXPECT_TRUE(AllLinksAre(*host, 0.0f));
 
     host->Set(kZ20MasterLink, 0.9f);
-    host->Render({block, block}, 16);
-    EXPECT_EQ(host->Get(kZ20MasterLink), 1.0f);
-    EXPECT_TRUE(AllLinksAre(*host, 0.0f)) << "0.9 itself is not copied";
     Settle(*host);
+    EXPECT_EQ(host->Get(kZ20MasterLink), 1.0f);
     EXPECT_TRUE(AllLinksAre(*host, 1.0f));
 
     // Only the exact single-precision values snap.
@@ -165,25 +172,26 @@ void ExpectHeard(UnitHost& host, double left, double right, const char* what,
     EXPECT_NEAR(h.right, right, 2e-3 * right) << what << ": right output";
 }
 
-TEST(Zkmorva20AUSolo, SoloActsOnlyUnderAGesture) {
+// The solo heard is always the one the switches show.
+TEST(Zkmorva20AUSolo, SoloIsHeardAndExclusive) {
     auto host = MakeHost20(kRate);
     ExpectHeard(*host, kLeftLevel, kRightLevel, "no solo");
 
-    // As from a saved state or automation: stored, without effect.
-    host->Set(kZ20Ch1Solo, 1.0f);
-    ExpectHeard(*host, kLeftLevel, kRightLevel, "solo L without a gesture");
-    EXPECT_EQ(host->Get(kZ20Ch1Solo), 1.0f);
-
-    Touch(*host, kZ20Ch2Solo, 1.0f);
+    host->Set(kZ20Ch2Solo, 1.0f);
     ExpectHeard(*host, kRightLevel, kRightLevel, "solo R");
-    EXPECT_EQ(host->Get(kZ20Ch1Solo), 0.0f) << "solo R clears solo L";
 
-    Touch(*host, kZ20Ch1Solo, 1.0f);
+    host->Set(kZ20Ch1Solo, 1.0f);
     ExpectHeard(*host, kLeftLevel, kLeftLevel, "solo L");
     EXPECT_EQ(host->Get(kZ20Ch2Solo), 0.0f) << "solo L clears solo R";
 
-    Touch(*host, kZ20Ch1Solo, 0.0f);
+    host->Set(kZ20Ch1Solo, 0.0f);
     ExpectHeard(*host, kLeftLevel, kRightLevel, "solo L off");
+
+    // Without answers both may be on: the one set last is heard.
+    host->As<CZkmorva20AU>().SetOwnChangesReachHost(false);
+    host->Set(kZ20Ch1Solo, 1.0f);
+    host->Set(kZ20Ch2Solo, 1.0f);
+    ExpectHeard(*host, kRightLevel, kRightLevel, "both on: the last one set");
 }
 
 // A listened control plays on both outputs: as two channels when its section is

@@ -234,7 +234,7 @@ TEST(Zkmorva20AUProperties, ValueStringsViewAndDisplayState) {
               noErr);
     EXPECT_EQ(size, 8u);
     EXPECT_EQ(d.on, 1u);
-    EXPECT_EQ(d.parameterId, 64) << "the linked pass names channel 2's control last";
+    EXPECT_EQ(d.parameterId, 23) << "the control touched, linked or not";
     EXPECT_EQ(AudioUnitSetProperty(&unit, CZkmorvaAU::kAutoListenDisplayProperty,
                                    kAudioUnitScope_Global, 0, &d, size),
               kAudioUnitErr_PropertyNotWritable);
