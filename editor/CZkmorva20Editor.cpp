@@ -235,6 +235,61 @@ void CZkmorva20Editor::feedCurve(long tag, float value) {
     }
 }
 
+void CZkmorva20Editor::beginEdit(long tag) {
+    CZkmorvaEditor::beginEdit(tag);
+    if (tag < 0 || tag > kLastParameter) {
+        return;
+    }
+    ++openGestures[static_cast<std::size_t>(tag)];
+    const zk::z20links::LinkEntry e = zk::z20links::Entry(tag);
+    if (e.isMember && GetUnitValue(static_cast<long>(e.ownLink)) != 0.f) {
+        const long partner = static_cast<long>(e.counterpart);
+        CZkmorvaEditor::beginEdit(partner);
+        ++openGestures[static_cast<std::size_t>(partner)];
+        partnerGesture[static_cast<std::size_t>(tag)] = partner;
+    }
+}
+
+void CZkmorva20Editor::endEdit(long tag) {
+    CZkmorvaEditor::endEdit(tag);
+    if (tag < 0 || tag > kLastParameter) {
+        return;
+    }
+    auto& open = openGestures[static_cast<std::size_t>(tag)];
+    open = std::max(0, open - 1);
+    long& partner = partnerGesture[static_cast<std::size_t>(tag)];
+    if (partner != 0) {
+        CZkmorvaEditor::endEdit(partner);
+        auto& partnerOpen = openGestures[static_cast<std::size_t>(partner)];
+        partnerOpen = std::max(0, partnerOpen - 1);
+        partner = 0;
+    }
+}
+
+// A parameter the answer sets outside a gesture of its own gets one around it.
+void CZkmorva20Editor::sendAnswers(long tag, float unitValue) {
+    if (tag < 0 || tag > static_cast<long>(zk::kZ20LastDispatched)) {
+        return;
+    }
+    zk::z20links::ForEachAnswer(
+        static_cast<AudioUnitParameterID>(tag), unitValue,
+        [this](AudioUnitParameterID id) { return GetUnitValue(static_cast<long>(id)); },
+        [this](AudioUnitParameterID id, float value, bool) {
+            const long target = static_cast<long>(id);
+            const bool bracket = openGestures[id] == 0;
+            if (bracket) {
+                CZkmorvaEditor::beginEdit(target);
+            }
+            zkeditor::SendParameter(unit, target, value);
+            if (bracket) {
+                CZkmorvaEditor::endEdit(target);
+            }
+            const float shown = ConvertToVSTValue(value, target);
+            controls.show(target, shown);
+            feedCurve(target, shown);
+        });
+}
+
 void CZkmorva20Editor::valueChanged(CControl* control) {
     if (!frame || control == nullptr) {
         return;
@@ -258,9 +313,11 @@ void CZkmorva20Editor::valueChanged(CControl* control) {
         HidePanel(v != 0.f);
         panelHandle->setValue(v != 0.f ? 0.f : 1.f);
     }
-    zkeditor::SendParameter(unit, tag, ConvertToAUValue(v, tag));
+    const float unitValue = ConvertToAUValue(v, tag);
+    zkeditor::SendParameter(unit, tag, unitValue);
     controls.show(tag, v);
     feedCurve(tag, v);
+    sendAnswers(tag, unitValue);
 }
 
 void CZkmorva20Editor::setParameter(long index, float value) {

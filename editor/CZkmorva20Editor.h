@@ -15,8 +15,13 @@ class CZkmorvaHelpPages;
 // The two-channel EQ's editor: a band set per channel side by side, the top row
 // of gains, mono maker and stereo width, the global switches, and a lower panel
 // (curves of both channels, eight level meters, balance and correlation) that
-// folds away, the frame then being 283 instead of 530 high. Links, solo and the
-// mid/side stage are plain parameters here: the editor only sets them.
+// folds away, the frame then being 283 instead of 530 high.
+//
+// The editor answers its own changes by the unit's rule (a linked partner, the
+// other solo, the master link's switches) and writes those parameters too, each
+// inside a gesture (the partner's alongside the control's), so that any host
+// stores and automates both sides and every control shows what the unit does,
+// also where the host never hears the unit's own changes.
 class CZkmorva20Editor : public CZkmorvaEditor {
 public:
     static constexpr int kMeterValues = 8;
@@ -34,6 +39,8 @@ public:
     void SetTextBoxAsCurrentControl() override;
 
     virtual void Initialize();
+    void beginEdit(long tag) override;
+    void endEdit(long tag) override;
     void valueChanged(CControl* control) override;
     void setParameter(long index, float value) override;
     virtual void DrawAutoListen(bool on, int band);
@@ -70,10 +77,15 @@ private:
     void buildControls(CFrame* frame);
     void buildPanel(CFrame* frame);
     void feedCurve(long tag, float value);
+    void sendAnswers(long tag, float unitValue);
     void placeRateScale(int rateClass);
 
     zkeditor::BitmapSet bitmaps;
     zkeditor::ControlRegistry controls;
+    // By parameter id: gestures open, and the partner a control's gesture opened.
+    static constexpr std::size_t kParameterSpan = 109;
+    std::array<int, kParameterSpan> openGestures{};
+    std::array<long, kParameterSpan> partnerGesture{};
     std::unique_ptr<CZkmorvaHelpPages> helpPages;
     std::array<CZkmorvaEqCurve*, 2> curves{};
     CMovieBitmap* rateIndicator = nullptr;

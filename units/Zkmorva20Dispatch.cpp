@@ -259,33 +259,10 @@ void CZkmorva20AU::UpdateSolo(AudioUnitParameterID id, float v) {
     }
 }
 
-// A change from outside moves the counterpart of a linked control (the section's
-// link on the control's own channel), switches the other solo off, and the master
-// link copies itself to every link switch. The master link's 0.1 and 0.9 (single
-// precision) are requests to snap to off and on, kept as deliberate values.
 void CZkmorva20AU::AnswerChange(AudioUnitParameterID id) {
-    const float v = StoredParameter(id);
-    if (id == kZ20Ch1Solo || id == kZ20Ch2Solo) {
-        if (v == 1.0f) {
-            SetOwnParameter(id == kZ20Ch1Solo ? kZ20Ch2Solo : kZ20Ch1Solo, 0.0f);
-        }
-        return;
-    }
-    if (id == kZ20MasterLink) {
-        constexpr float kSnapOff = 0.1f;
-        constexpr float kSnapOn = 0.9f;
-        float links = v;
-        if (v == kSnapOff || v == kSnapOn) {
-            links = v == kSnapOn ? 1.0f : 0.0f;
-            SetOwnParameter(kZ20MasterLink, links, true);
-        }
-        for (AudioUnitParameterID link : z20links::kLinkParameters) {
-            SetOwnParameter(link, links);
-        }
-        return;
-    }
-    const z20links::LinkEntry e = z20links::Entry(id);
-    if (e.isMember && StoredParameter(e.ownLink) != 0.0f) {
-        SetOwnParameter(e.counterpart, v);
-    }
+    z20links::ForEachAnswer(
+        id, StoredParameter(id), [this](AudioUnitParameterID p) { return StoredParameter(p); },
+        [this](AudioUnitParameterID p, float v, bool overridesChange) {
+            SetOwnParameter(p, v, overridesChange);
+        });
 }

@@ -181,6 +181,41 @@ constexpr const DependentList& Dependents(AudioUnitParameterID id) {
     return id <= kZ20LastDispatched ? kDependents[id] : kNoDependents;
 }
 
+// The unit's answer to a change of `id` to `value` from outside, given the other
+// values (`read(id)`): calls `set(id, value, overridesChange)` for each parameter
+// it sets, in order. A change to a linked control moves its counterpart (the
+// section's switch on the control's own channel decides); a solo switched on
+// switches the other off; the master link copies itself to every switch, and its
+// 0.1 and 0.9 (single precision) are requests to snap to off and on, which also
+// set the master link itself (`overridesChange`). The unit and the editor both
+// answer by this rule, so what the editor shows is what the unit does.
+template <class Read, class Set>
+void ForEachAnswer(AudioUnitParameterID id, float value, Read read, Set set) {
+    if (id == kZ20Ch1Solo || id == kZ20Ch2Solo) {
+        if (value == 1.0f) {
+            set(id == kZ20Ch1Solo ? kZ20Ch2Solo : kZ20Ch1Solo, 0.0f, false);
+        }
+        return;
+    }
+    if (id == kZ20MasterLink) {
+        constexpr float kSnapOff = 0.1f;
+        constexpr float kSnapOn = 0.9f;
+        float links = value;
+        if (value == kSnapOff || value == kSnapOn) {
+            links = value == kSnapOn ? 1.0f : 0.0f;
+            set(kZ20MasterLink, links, true);
+        }
+        for (AudioUnitParameterID link : kLinkParameters) {
+            set(link, links, false);
+        }
+        return;
+    }
+    const LinkEntry e = Entry(id);
+    if (e.isMember && read(e.ownLink) != 0.0f) {
+        set(e.counterpart, value, false);
+    }
+}
+
 static_assert(kDependents[kZ20MasterLink].count == 56);
 static_assert(Entry(63).channel1Link == 25 && Entry(63).ownLink == 66);
 static_assert(Entry(kZ20Output2Gain).counterpart == kZ20Output1Gain);
