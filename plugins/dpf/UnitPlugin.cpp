@@ -5,6 +5,7 @@
 #include "DistrhoPlugin.hpp"
 #include "plugins/core/EditorLink.h"
 #include "plugins/core/PluginCore.h"
+#include "plugins/core/SpectrumTap.h"
 
 #include <cstring>
 #include <memory>
@@ -20,8 +21,8 @@ constexpr const char* kStateKey = "ClassInfo";
 class UnitPlugin : public Plugin {
 public:
     explicit UnitPlugin(const zkplug::UnitDescriptor& d)
-        : Plugin(zkplug::HostParameterCount(d), 0, 1), core(d), bypassIndex(zkplug::BypassIndex(d)),
-          autoListenIndex(zkplug::AutoListenIndex(d)) {}
+        : Plugin(zkplug::HostParameterCount(d), 0, 2), core(d), tap(d.channels),
+          bypassIndex(zkplug::BypassIndex(d)), autoListenIndex(zkplug::AutoListenIndex(d)) {}
 
 protected:
     const char* getLabel() const override { return ZK_PLUGIN_LABEL; }
@@ -93,6 +94,11 @@ protected:
             state.key = kStateKey;
             state.label = "Settings";
             state.hints = kStateIsOnlyForDSP;
+        } else if (index == 1) {
+            // The editor's spectrum analyser: saved, and given to the UI on restore.
+            state.key = zkplug::kSpectrumStateKey;
+            state.label = "Spectrum analyser";
+            state.defaultValue = zk::FormatSpectrumSettings({}).c_str();
         }
     }
 
@@ -115,6 +121,9 @@ protected:
     }
 
     String getState(const char* key) const override {
+        if (key != nullptr && std::strcmp(key, zkplug::kSpectrumStateKey) == 0) {
+            return String(tap.SavedSettings().c_str());
+        }
         if (key == nullptr || std::string(key) != kStateKey) {
             return String();
         }
@@ -128,6 +137,14 @@ protected:
         // The UI's gestures and text-box flag, never saved (not a declared state).
         if (std::strcmp(key, zkplug::kEditorEventKey) == 0) {
             core.HandleEditorEvent(value);
+            return;
+        }
+        if (std::strcmp(key, zkplug::kSpectrumTapKey) == 0) {
+            tap.Publish(value);
+            return;
+        }
+        if (std::strcmp(key, zkplug::kSpectrumStateKey) == 0) {
+            tap.RestoreSettings(value);
             return;
         }
         if (std::strcmp(key, kStateKey) != 0) {
@@ -144,11 +161,14 @@ protected:
     void deactivate() override { core.Deactivate(); }
 
     void run(const float** inputs, float** outputs, uint32_t frames) override {
+        tap.CaptureInputs(inputs, frames); // before: the buffers may be shared
         core.Process(inputs, outputs, frames);
+        tap.CaptureOutputs(outputs);
     }
 
 private:
     zkplug::PluginCore core;
+    zkplug::SpectrumTap tap;
     const uint32_t bypassIndex;
     const uint32_t autoListenIndex;
 };
