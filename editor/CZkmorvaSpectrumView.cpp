@@ -6,8 +6,8 @@
 namespace {
 
 // Opacity of a trace's fill at the top and the bottom of the view, and of its edge.
-constexpr double kInputTop = 0.30, kInputBottom = 0.06;
-constexpr double kOutputTop = 0.42, kOutputBottom = 0.10, kOutputEdge = 0.75;
+constexpr double kInputTop = 0.22, kInputBottom = 0.04;
+constexpr double kOutputTop = 0.30, kOutputBottom = 0.06, kOutputEdge = 0.8;
 constexpr double kPeakAlpha = 0.55;
 constexpr CColor kNoteColour{170, 200, 190, 200};
 

@@ -127,7 +127,10 @@ bool SpectrumPanel::Animate(double now) {
         return false;
     }
     // A late frame does not make up for missed ones.
-    nextFrame = std::max(nextFrame + kFrameInterval, now);
+    if (nextFrame < 0.0 || now - nextFrame > kFrameInterval) {
+        nextFrame = now;
+    }
+    nextFrame += kFrameInterval;
     Update();
     return true;
 }
