@@ -4,6 +4,7 @@
 #include "editor/CZkmorvaEqCurve.h"
 #include "editor/CZkmorvaHelpPages.h"
 #include "editor/EditorBuild.h"
+#include "editor/SpectrumPanel.h"
 #include "editor/UrlOpener.h"
 #include "editor/ValueMapping.h"
 #include "editor/Zkmorva10Layout.h"
@@ -82,6 +83,8 @@ bool CZkmorva10Editor::open(void* parent) {
     frame->setBackground(bitmaps.get(10));
     CFrame* f = frame.get();
 
+    spectrum = std::make_unique<zkeditor::SpectrumPanel>(unit, f, zkeditor::kZkmorva10Spectrum,
+                                                         false); // under the curve
     auto curveView =
         std::make_unique<CZkmorvaEqCurve>(kCurveRect, 20.f, 40000.f, kRedCColor, kCurveFill);
     curve = curveView.get();
@@ -170,6 +173,7 @@ void CZkmorva10Editor::placeRateScale(int rateClass) {
 }
 
 void CZkmorva10Editor::close() {
+    spectrum.reset();
     controls.clear();
     helpPages.reset();
     frame.reset();

@@ -4,6 +4,7 @@
 #include "editor/CZkmorvaEqCurve.h"
 #include "editor/CZkmorvaHelpPages.h"
 #include "editor/EditorBuild.h"
+#include "editor/SpectrumPanel.h"
 #include "editor/UrlOpener.h"
 #include "editor/ValueMapping.h"
 #include "editor/Zkmorva20Layout.h"
@@ -108,6 +109,8 @@ bool CZkmorva20Editor::open(void* parent) {
     frame = std::make_unique<CFrame>(frameRect, parent, this);
     frame->setBackground(bitmaps.get(13));
     CFrame* f = frame.get();
+    spectrum = std::make_unique<zkeditor::SpectrumPanel>(unit, f, zkeditor::kZkmorva20Spectrum,
+                                                         true); // under the curves
     buildPanel(f);
     buildControls(f);
 
@@ -215,6 +218,7 @@ void CZkmorva20Editor::placeRateScale(int rateClass) {
 }
 
 void CZkmorva20Editor::close() {
+    spectrum.reset();
     controls.clear();
     helpPages.reset();
     frame.reset();

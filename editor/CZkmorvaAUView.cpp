@@ -1,5 +1,6 @@
 #include "editor/CZkmorvaAUView.h"
 
+#include "editor/SpectrumPanel.h"
 #include "framework/AUBase.h"
 #include "resources/SkinTable.h"
 #include "units/ZkmorvaAU.h"
@@ -115,6 +116,9 @@ void CZkmorvaAUView::RespondToEventTimer() {
 bool CZkmorvaAUView::TickIfDue(double now) {
     if (!editor) {
         return false;
+    }
+    if (auto* analyser = editor->getSpectrum()) {
+        analyser->Animate(now); // its own frame rate, about 30 per second
     }
     if (nextTick < 0.0) {
         nextTick = now + kTimerDelay;

@@ -5,6 +5,7 @@
 #include "editor/CTextButton.h"
 #include "editor/CVuMeterEX.h"
 #include "editor/CZkTextEdit.h"
+#include "editor/SpectrumPanel.h"
 #include "framework/AUEvents.h"
 #include "framework/CAAUParameter.h"
 #include "widgets/COnOffButton.h"

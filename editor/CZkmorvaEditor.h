@@ -5,6 +5,8 @@
 #include "widgets/AEffGUIEditor.h"
 #include "widgets/CFont.h"
 
+#include <memory>
+
 class CAnimJoystick;
 class CAnimKnobEX;
 class CZkTextEdit;
@@ -13,6 +15,9 @@ class CTextLabel;
 class CTextButton;
 class CVuMeterEX;
 class CViewContainer;
+namespace zkeditor {
+class SpectrumPanel;
+}
 
 // Common base of the two editors: bound to one effect unit, listener of all its
 // controls. It builds controls with their current and default values taken from
@@ -71,7 +76,11 @@ public:
 
     void idle() override;
 
+    // The spectrum analyser behind the curve, while the editor is open.
+    zkeditor::SpectrumPanel* getSpectrum() const { return spectrum.get(); }
+
 protected:
     AudioUnit unit;
     double sampleRate = 0.0; // last seen by the variant's idle pass
+    std::unique_ptr<zkeditor::SpectrumPanel> spectrum;
 };

@@ -18,7 +18,7 @@ cmake -S "$top" -B "$top/build-tsan" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DZK_SANI
     -DZK_BUILD_GUI=OFF -DZK_BUILD_PLUGINS=OFF -DZK_BUILD_CLI=OFF -DZK_BUILD_BENCH=OFF >/dev/null
 cmake --build "$top/build-tsan" -j "$jobs"
 (cd "$top/build-tsan" && TSAN_OPTIONS=halt_on_error=1 ctest --output-on-failure -j "$jobs" \
-    -R 'Threads|RunLoops|LockFreeQueue|EventService')
+    -R 'Threads|RunLoops|LockFreeQueue|SampleRing|EventService')
 
 echo "== suites without GUI or plug-ins under AddressSanitizer and UBSan =="
 # -O1: the same checks for a fifth less compile time than -O2.

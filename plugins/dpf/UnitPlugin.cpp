@@ -6,6 +6,7 @@
 #include "plugins/core/EditorLink.h"
 #include "plugins/core/PluginCore.h"
 #include "plugins/core/ProcessReport.h"
+#include "plugins/core/SpectrumTap.h"
 
 #include <cstring>
 #include <memory>
@@ -21,8 +22,8 @@ constexpr const char* kStateKey = "ClassInfo";
 class UnitPlugin : public Plugin, private zkplug::OwnChangeSink {
 public:
     explicit UnitPlugin(const zkplug::UnitDescriptor& d)
-        : Plugin(zkplug::HostParameterCount(d), 0, 1), core(d), bypassIndex(zkplug::BypassIndex(d)),
-          autoListenIndex(zkplug::AutoListenIndex(d)) {}
+        : Plugin(zkplug::HostParameterCount(d), 0, 2), core(d), tap(d.channels),
+          bypassIndex(zkplug::BypassIndex(d)), autoListenIndex(zkplug::AutoListenIndex(d)) {}
 
 protected:
     const char* getLabel() const override { return ZK_PLUGIN_LABEL; }
@@ -94,6 +95,11 @@ protected:
             state.key = kStateKey;
             state.label = "Settings";
             state.hints = kStateIsOnlyForDSP;
+        } else if (index == 1) {
+            // The editor's spectrum analyser: saved, and given to the UI on restore.
+            state.key = zkplug::kSpectrumStateKey;
+            state.label = "Spectrum analyser";
+            state.defaultValue = zk::FormatSpectrumSettings({}).c_str();
         }
     }
 
@@ -116,6 +122,9 @@ protected:
     }
 
     String getState(const char* key) const override {
+        if (key != nullptr && std::strcmp(key, zkplug::kSpectrumStateKey) == 0) {
+            return String(tap.SavedSettings().c_str());
+        }
         if (key == nullptr || std::string(key) != kStateKey) {
             return String();
         }
@@ -129,6 +138,14 @@ protected:
         // The UI's gestures and text-box flag, never saved (not a declared state).
         if (std::strcmp(key, zkplug::kEditorEventKey) == 0) {
             core.HandleEditorEvent(value);
+            return;
+        }
+        if (std::strcmp(key, zkplug::kSpectrumTapKey) == 0) {
+            tap.Publish(value);
+            return;
+        }
+        if (std::strcmp(key, zkplug::kSpectrumStateKey) == 0) {
+            tap.RestoreSettings(value);
             return;
         }
         if (std::strcmp(key, kStateKey) != 0) {
@@ -152,7 +169,9 @@ protected:
     void run(const float** inputs, float** outputs, uint32_t frames) override {
         report = zkplug::CurrentProcessReport();
         const bool reachHost = report != nullptr || changeRequestsReachHost;
+        tap.CaptureInputs(inputs, frames); // before: the buffers may be shared
         core.Process(inputs, outputs, frames, reachHost ? this : nullptr);
+        tap.CaptureOutputs(outputs);
     }
 
     void ParameterSetByUnit(std::uint32_t index, float value) override {
@@ -167,6 +186,7 @@ private:
     zkplug::PluginCore core;
     zkplug::ProcessReport* report = nullptr; // during run() only
     bool changeRequestsReachHost = false;
+    zkplug::SpectrumTap tap;
     const uint32_t bypassIndex;
     const uint32_t autoListenIndex;
 };

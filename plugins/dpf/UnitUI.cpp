@@ -115,7 +115,9 @@ protected:
     void parameterChanged(uint32_t index, float value) override {
         editor.ParameterChanged(index, value);
     }
-    void stateChanged(const char*, const char*) override {}
+    void stateChanged(const char* key, const char* value) override {
+        editor.StateChanged(key, value);
+    }
     void sampleRateChanged(double rate) override { editor.SampleRateChanged(rate); }
     void uiScaleFactorChanged(double scale) override { editor.ScaleChanged(scale); }
     void uiIdle() override { editor.Idle(NowSeconds()); }
@@ -171,6 +173,9 @@ private:
     void EditParameter(uint32_t index, bool started) override { editParameter(index, started); }
     void SendEditorEvent(const std::string& message) override {
         setState(zkplug::kEditorEventKey, message.c_str());
+    }
+    void SendState(const char* key, const std::string& value) override {
+        setState(key, value.c_str());
     }
 
     // --- EditorWindow

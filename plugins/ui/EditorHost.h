@@ -42,6 +42,7 @@ public:
     // Host -> UI.
     void ParameterChanged(std::uint32_t index, float value);
     void SampleRateChanged(double sampleRate);
+    void StateChanged(const char* key, const char* value) { unit->HostStateChanged(key, value); }
     // A new scale factor: the window takes the frame's size at that scale.
     void ScaleChanged(double newScale);
 

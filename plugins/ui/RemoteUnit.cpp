@@ -1,5 +1,7 @@
 #include "plugins/ui/RemoteUnit.h"
 
+#include "plugins/ui/RemoteSpectrum.h"
+
 #include "units/ParameterTable.h"
 #include "units/ValueTexts.h"
 #include "units/ZkmorvaAU.h"
@@ -25,7 +27,8 @@ constexpr AudioUnitEventType kEditorEventTypes[] = {kAudioUnitEvent_ParameterVal
 } // namespace
 
 RemoteUnit::RemoteUnit(const UnitDescriptor& d, RemoteHost& h)
-    : AUBase(nullptr, 1, 1), descriptor(d), host(h), loop(CFRunLoop::CreatePumped()) {
+    : AUBase(nullptr, 1, 1), descriptor(d), host(h), loop(CFRunLoop::CreatePumped()),
+      spectrum(std::make_unique<RemoteSpectrum>(h)) {
     CreateElements();
     AudioUnitParameterID maxId = 0;
     for (const zk::ParameterDef& p : d.parameters) {
@@ -77,6 +80,12 @@ std::optional<std::uint32_t> RemoteUnit::IndexOf(AudioUnitParameterID id) const 
 const zk::ParameterDef* RemoteUnit::Input(AudioUnitParameterID id) const {
     const auto index = IndexOf(id);
     return index && !output[*index] ? &descriptor.parameters[*index] : nullptr;
+}
+
+void RemoteUnit::HostStateChanged(const char* key, const char* value) {
+    if (spectrum->StateChanged(key, value)) {
+        PropertyChanged(zk::kSpectrumSettingsProperty, kAudioUnitScope_Global, 0);
+    }
 }
 
 bool RemoteUnit::IsInGesture(AudioUnitParameterID id) const {
@@ -202,6 +211,9 @@ OSStatus RemoteUnit::GetPropertyInfo(AudioUnitPropertyID id, AudioUnitScope scop
             outWritable = false;
             return noErr;
         default:
+            if (auto handled = spectrum->GetInfo(id, outDataSize, outWritable)) {
+                return *handled;
+            }
             break;
         }
     }
@@ -237,6 +249,9 @@ OSStatus RemoteUnit::GetProperty(AudioUnitPropertyID id, AudioUnitScope scope,
             return noErr;
         }
         default:
+            if (auto handled = spectrum->Get(id, outData)) {
+                return *handled;
+            }
             break;
         }
     }
@@ -252,6 +267,11 @@ OSStatus RemoteUnit::SetProperty(AudioUnitPropertyID id, AudioUnitScope scope,
             host.SendEditorEvent(FormatEditorEvent({EditorEvent::Kind::kTextBox, 0}));
         }
         return noErr;
+    }
+    if (scope == kAudioUnitScope_Global) {
+        if (auto handled = spectrum->Set(id, inData, inDataSize)) {
+            return *handled;
+        }
     }
     return AUBase::SetProperty(id, scope, element, inData, inDataSize);
 }

@@ -40,7 +40,11 @@ public:
     virtual void SetParameterValue(std::uint32_t index, float value) = 0;
     virtual void EditParameter(std::uint32_t index, bool started) = 0;
     virtual void SendEditorEvent(const std::string& message) = 0;
+    // A state value of the plug-in (the spectrum analyser's settings and ring request).
+    virtual void SendState(const char* /*key*/, const std::string& /*value*/) {}
 };
+
+class RemoteSpectrum;
 
 class RemoteUnit : public AUBase {
 public:
@@ -53,6 +57,8 @@ public:
     // holds in a gesture keeps the editor's value (hosts echo changes late).
     void HostParameterChanged(std::uint32_t index, float value);
     void SetHostSampleRate(double sampleRate);
+    // A state value the host reports (the spectrum analyser's settings).
+    void HostStateChanged(const char* key, const char* value);
     // Sends the editor's pending changes and gestures to the host and the DSP.
     void Pump();
     bool IsInGesture(AudioUnitParameterID id) const;
@@ -85,6 +91,7 @@ private:
     bool textBox = false;
     std::shared_ptr<CFRunLoop> loop;
     AUEventListenerRef listener = nullptr;
+    std::unique_ptr<RemoteSpectrum> spectrum;
 };
 
 } // namespace zkplug

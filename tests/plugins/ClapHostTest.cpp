@@ -4,7 +4,9 @@
 
 #include "tests/plugins/ClapHost.h"
 #include "plugins/core/EditorLink.h"
+#include "plugins/core/SpectrumTap.h"
 #include "plugins/core/UnitDescriptor.h"
+#include "plugins/dpf/StateBlob.h"
 #include "tests/plugins/DirectDrive.h"
 
 #include <gtest/gtest.h>
@@ -391,6 +393,34 @@ TEST_P(ClapPlugin, BadStatesAreRefusedWithoutChangingTheSound) {
     }
     EXPECT_TRUE(p->LoadState(good)); // and a good one still loads
     EXPECT_EQ(p->Value(IdBySymbol(Sym().lfGain)), -9.0);
+}
+
+// The spectrum analyser's choice travels with the saved state under its own key
+// (off in a new instance), and a state saved before that key existed still loads,
+// with the analyser off.
+TEST_P(ClapPlugin, SpectrumChoiceTravelsWithTheState) {
+    const std::string fresh = Create()->SaveState();
+    const std::string key = std::string(zkplug::kSpectrumStateKey) + '\0';
+    const std::size_t at = fresh.find('\0' + key);
+    ASSERT_NE(at, std::string::npos);
+    const std::size_t value = at + 1 + key.size();
+    const std::size_t end = fresh.find('\0', value);
+    ASSERT_EQ(fresh.substr(value, end - value), "off pre post lr free");
+
+    std::string chosen = fresh;
+    chosen.replace(value, end - value, "on post ms hold");
+    auto b = Create();
+    ASSERT_TRUE(b->LoadState(chosen));
+    EXPECT_EQ(zkplug::FindDpfStateValue(b->SaveState(), zkplug::kSpectrumStateKey),
+              "on post ms hold");
+
+    std::string older = fresh;
+    older.erase(at + 1, end - at); // the key, its value and their terminators
+    ASSERT_EQ(zkplug::FindDpfStateValue(older, zkplug::kSpectrumStateKey), std::nullopt);
+    auto c = Create();
+    ASSERT_TRUE(c->LoadState(older));
+    EXPECT_EQ(zkplug::FindDpfStateValue(c->SaveState(), zkplug::kSpectrumStateKey),
+              "off pre post lr free");
 }
 
 std::string CaseName(const ::testing::TestParamInfo<PluginCase>& info) {
