@@ -1,16 +1,14 @@
-// The editor link on the DSP side: the message format between the plug-in UI and
-// the DSP, the auto-listen display value, and a plug-in core that turns editor
-// events into gestures of its unit.
+// The plug-in core as a host drives it: the message format between the plug-in UI
+// and the DSP, the auto-listen display value, editor gestures and host values
+// applied before the block they precede, and the unit's own changes handed back.
 
 #include "plugins/core/EditorLink.h"
 #include "plugins/core/PluginCore.h"
 
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <cmath>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace {
@@ -54,37 +52,43 @@ TEST(EditorLink, AutoListenDisplaySurvivesTheOutputParameterForEveryParameterId)
     }
 }
 
-
-// A core running on the dummy host's thread: blocks of silence until the
-// auto-listen display reads `want` (the unit's listener thread hands gestures
-// to the next block).
-class CoreDriver {
+// A core driven block by block, as a host's audio thread drives it.
+class CoreDriver : private zkplug::OwnChangeSink {
 public:
-    explicit CoreDriver(const zkplug::UnitDescriptor& d)
-        : core(d), buffers(d.channels, std::vector<float>(256, 0.f)) {
-        EXPECT_TRUE(core.Activate(48000.0, 256));
+    explicit CoreDriver(const zkplug::UnitDescriptor& d, UInt32 frames = 256)
+        : core(d), frames(frames), buffers(d.channels, std::vector<float>(frames, 0.f)) {
+        EXPECT_TRUE(core.Activate(48000.0, frames));
         for (auto& b : buffers) {
             in.push_back(b.data());
             out.push_back(b.data());
         }
     }
-    // Waits up to `blocks` blocks (5 ms apart); a state that must not come is
-    // given a few listener intervals.
-    AutoListenState RunUntil(AutoListenState want, int blocks = 200) {
-        AutoListenState now{};
-        for (int i = 0; i < blocks; ++i) {
-            core.Process(in.data(), out.data(), 256);
-            now = zkplug::DecodeAutoListen(core.AutoListenDisplayValue());
-            if (now.on == want.on && (!want.on || now.parameterId == want.parameterId)) {
-                break;
-            }
-            std::this_thread::sleep_for(std::chrono::milliseconds(5));
-        }
-        return now;
+    // One block of silence (or of `signal`, sample i = signal(i)); the unit's own
+    // changes go to `reported` when `hostHears`.
+    AutoListenState Block(bool hostHears = false) {
+        core.Process(in.data(), out.data(), frames, hostHears ? this : nullptr);
+        return zkplug::DecodeAutoListen(core.AutoListenDisplayValue());
     }
+    void Set(AudioUnitParameterID id, float value) { core.SetParameter(IndexOf(id), value); }
+    float Get(AudioUnitParameterID id) { return core.GetParameter(IndexOf(id)); }
+    std::size_t IndexOf(AudioUnitParameterID id) const {
+        for (std::size_t i = 0; i < core.Parameters().size(); ++i) {
+            if (core.Parameters()[i].id == id) {
+                return i;
+            }
+        }
+        ADD_FAILURE() << "no parameter " << id;
+        return 0;
+    }
+
     zkplug::PluginCore core;
+    std::vector<std::pair<std::uint32_t, float>> reported;
 
 private:
+    void ParameterSetByUnit(std::uint32_t index, float value) override {
+        reported.emplace_back(index, value);
+    }
+    UInt32 frames;
     std::vector<std::vector<float>> buffers;
     std::vector<const float*> in;
     std::vector<float*> out;
@@ -97,13 +101,13 @@ TEST(EditorLink, GesturesFromTheEditorStartAndEndAutoListenInTheCore) {
         // display names the control touched, linked or not.
         const bool twenty = d == &zkplug::Zkmorva20();
         const AudioUnitParameterID q = twenty ? 32 : 17;
-        EXPECT_FALSE(driver.RunUntil({}).on);
+        EXPECT_FALSE(driver.Block().on);
         ASSERT_TRUE(driver.core.HandleEditorEvent("begin " + std::to_string(q)));
-        AutoListenState s = driver.RunUntil({true, static_cast<SInt32>(q)});
-        EXPECT_TRUE(s.on);
+        AutoListenState s = driver.Block();
+        EXPECT_TRUE(s.on) << "the gesture is applied before the next block";
         EXPECT_EQ(s.parameterId, static_cast<SInt32>(q));
         ASSERT_TRUE(driver.core.HandleEditorEvent("end " + std::to_string(q)));
-        s = driver.RunUntil({false, 0});
+        s = driver.Block();
         EXPECT_FALSE(s.on);
         EXPECT_EQ(s.parameterId, static_cast<SInt32>(q)); // the band it was on
     }
@@ -113,18 +117,82 @@ TEST(EditorLink, TextBoxSuppressesTheNextGestureAndBadEventsChangeNothing) {
     CoreDriver driver(zkplug::Zkmorva10Mono());
     EXPECT_TRUE(driver.core.HandleEditorEvent("textbox"));
     EXPECT_TRUE(driver.core.HandleEditorEvent("begin 17"));
-    EXPECT_FALSE(driver.RunUntil({true, 17}, 40).on); // typing in a box does not listen
+    EXPECT_FALSE(driver.Block().on); // typing in a box does not listen
     EXPECT_TRUE(driver.core.HandleEditorEvent("end 17"));
     EXPECT_TRUE(driver.core.HandleEditorEvent("begin 17"));
-    EXPECT_TRUE(driver.RunUntil({true, 17}).on);
+    EXPECT_TRUE(driver.Block().on);
     EXPECT_TRUE(driver.core.HandleEditorEvent("end 17"));
-    EXPECT_FALSE(driver.RunUntil({false, 0}).on);
+    EXPECT_FALSE(driver.Block().on);
 
     // Meters are outputs, 41 is no parameter of this unit: refused.
     for (const char* bad : {"begin 38", "begin 41", "begin", "ClassInfo"}) {
         EXPECT_FALSE(driver.core.HandleEditorEvent(bad)) << bad;
     }
-    EXPECT_FALSE(driver.RunUntil({true, 38}, 40).on);
+    EXPECT_FALSE(driver.Block().on);
+}
+
+// Whichever way the editor's gesture and a value travel (DPF sends gestures by its
+// state path, values by the host), a linked partner follows the value: links do
+// not wait for gestures. Only where the host hears the unit's own changes does the
+// unit make them; they come back as {host index, value}.
+TEST(EditorLink, ALinkedValueMovesItsPartnerWhateverTheGestureOrder) {
+    constexpr AudioUnitParameterID kLfGainL = 24, kLfGainR = 65;
+    for (bool valueFirst : {true, false}) {
+        CoreDriver driver(zkplug::Zkmorva20());
+        if (valueFirst) {
+            driver.Set(kLfGainL, 6.f);
+            driver.Block(true);
+            driver.core.HandleEditorEvent("begin 24");
+        } else {
+            driver.core.HandleEditorEvent("begin 24");
+            driver.Block(true);
+            driver.Set(kLfGainL, 6.f);
+        }
+        driver.Block(true);
+        driver.core.HandleEditorEvent("end 24");
+        driver.Block(true);
+        EXPECT_EQ(driver.Get(kLfGainR), 6.f) << (valueFirst ? "value first" : "gesture first");
+        ASSERT_EQ(driver.reported.size(), 1u);
+        EXPECT_EQ(driver.reported[0].first, driver.IndexOf(kLfGainR));
+        EXPECT_EQ(driver.reported[0].second, 6.f);
+    }
+    CoreDriver deaf(zkplug::Zkmorva20());
+    deaf.Set(kLfGainL, 6.f);
+    deaf.Block(false);
+    EXPECT_EQ(deaf.Get(kLfGainL), 6.f);
+    EXPECT_EQ(deaf.Get(kLfGainR), 0.f) << "a host that cannot hear it keeps what it shows";
+}
+
+// Each value a host sets before a block sounds from that block's first frame, in
+// order, none merged. The output gain scales the chain's result and keeps no
+// state, so block b of a run that changes it before every block must equal, bit
+// for bit, block b of a run that had block b's value from the start.
+TEST(EditorLink, EveryHostValueSoundsFromTheBlockItPrecedes) {
+    constexpr AudioUnitParameterID kOutputGain = 4; // Zkmorva 10: "Output Gain"
+    constexpr UInt32 kFrames = 64;
+    const std::vector<float> gains{0.f, -6.f, 3.f, -3.f, 3.f};
+    const auto run = [&](const std::vector<float>& perBlock) {
+        CoreDriver driver(zkplug::Zkmorva10Mono(), kFrames);
+        std::vector<std::vector<float>> blocks;
+        for (std::size_t b = 0; b < perBlock.size(); ++b) {
+            driver.Set(kOutputGain, 12.f); // two values in one gap: both applied, in order
+            driver.Set(kOutputGain, perBlock[b]);
+            std::vector<float> x(kFrames), y(kFrames);
+            for (std::size_t i = 0; i < x.size(); ++i) {
+                x[i] = 0.25f * std::sin(0.05f * static_cast<float>(kFrames * b + i));
+            }
+            const float* in = x.data();
+            float* out = y.data();
+            driver.core.Process(&in, &out, kFrames);
+            blocks.push_back(y);
+        }
+        return blocks;
+    };
+    const auto stepped = run(gains);
+    for (std::size_t b = 1; b < gains.size(); ++b) {
+        const auto held = run(std::vector<float>(gains.size(), gains[b]));
+        EXPECT_EQ(stepped[b], held[b]) << "block " << b << " (" << gains[b] << " dB)";
+    }
 }
 
 } // namespace
