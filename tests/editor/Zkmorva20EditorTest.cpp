@@ -101,6 +101,37 @@ TEST_F(Zkmorva20EditorTest, ChannelTwoControlsUseChannelOneTagPlus41) {
     EXPECT_NEAR(rig->Param(51 + 41), 150.f, 0.01f);
 }
 
+// The editor writes both sides of a linked pair, each inside a gesture, and the
+// other solo and the master link's switches, so that a host hearing only the
+// editor stores them all; and its controls show them at once, before any audio.
+TEST_F(Zkmorva20EditorTest, LinkedChangesAreWrittenAndShownOnBothSides) {
+    zktest::GestureRecorder gestures(&rig->host.Unit(), 108);
+    CControl* left = rig->editor->getControls().first(24, zkeditor::Role::kKnob);
+    CControl* right = rig->editor->getControls().first(65, zkeditor::Role::kKnob);
+    ASSERT_TRUE(left && right);
+    rig->Drag(Rig20::Centre(left->getViewSize()), 0, -40);
+    EXPECT_NE(rig->Param(24), 0.f);
+    EXPECT_EQ(rig->Param(65), rig->Param(24));
+    EXPECT_EQ(right->getValue(), left->getValue());
+    EXPECT_THAT(gestures.Take(),
+                ::testing::ElementsAre("begin 24", "begin 65", "end 24", "end 65"));
+
+    rig->Click(Rig20::Centre(kTopLeds[0].rect)); // solo L
+    rig->Click(Rig20::Centre(kTopLeds[1].rect)); // solo R switches solo L off
+    EXPECT_EQ(rig->Param(0), 0.f);
+    EXPECT_EQ(rig->editor->getControls().first(0, zkeditor::Role::kValue)->getValue(), 0.f);
+    gestures.Take();
+    rig->Click(Rig20::Centre(kTopLeds[3].rect)); // master link off: every lamp goes out
+    for (const auto& link : kBandLinks) {
+        EXPECT_EQ(rig->Param(static_cast<AudioUnitParameterID>(link.tag)), 0.f) << link.tag;
+        EXPECT_EQ(rig->editor->getControls().first(link.tag, zkeditor::Role::kValue)->getValue(),
+                  0.f)
+            << link.tag;
+    }
+    const std::vector<std::string> g = gestures.Take();
+    EXPECT_EQ(std::count(g.begin(), g.end(), "begin 20"), 1) << "each switch in a gesture";
+}
+
 TEST_F(Zkmorva20EditorTest, SlopeKnobsOfBothChannelsSnap) {
     rig->Click(Rig20::Centre(kTopLeds[3].rect));
     for (long tag : {18L, 88L}) {
