@@ -230,8 +230,8 @@ TEST(Zkmorva20MeterThreads, ReadsWhileRenderingStayConsistent) {
     EXPECT_EQ(badReads.load(), 0);
     EXPECT_GT(p.ReadMeters().correlationResults, 0u);
     // Every result formed on identical channels is 1; the latest one is visible.
-    // The claim after the first half second restarts the sums at the next block,
-    // so the last result covers exactly 0.6 s whatever the reader did.
+    // Half a second more gives a result whose claim restarts the sums at the next
+    // block, so the last result covers exactly 0.6 s whatever the reader did.
     Play(p, Tone(0.5), Tone(0.5), false);
     p.CalcCorrelation();
     Play(p, Tone(0.6), Tone(0.6), false);
