@@ -48,6 +48,7 @@ MeterSummary OutputMeters::Summary() const {
         s.correlation = zk20::CorrelationParameterValue(static_cast<float>(resultSum / formed));
     }
     s.balance = balance;
+    s.routedAfterMeters = routed;
     // The reading is the starting value times (1 - r)^n plus what the output made of it.
     const double perSample = std::log1p(-static_cast<double>(meters->GetMeterRelease()));
     if (!(perSample < 0.0)) {
@@ -57,7 +58,6 @@ MeterSummary OutputMeters::Summary() const {
         static_cast<double>(frames) * (meters->IsOversampling() ? 2.0 : 1.0);
     s.balanceSettled = internalSamples * perSample < std::log(kSettledWeight);
     s.balanceSettleSeconds = std::log(kSettledWeight) / perSample / meters->GetProcessSampleRate();
-    s.routedAfterMeters = routed;
     return s;
 }
 
