@@ -1,6 +1,7 @@
 #include "cli/AudioFile.h"
 
 #include "cli/CliError.h"
+#include "cli/DeclaredLength.h"
 #include "cli/OutputPath.h"
 
 #include <sndfile.h>
@@ -8,6 +9,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cmath>
+#include <mutex>
 
 namespace zkcli {
 
@@ -100,35 +102,74 @@ bool IsFloatSubtype(int format) {
            sub == SF_FORMAT_OPUS;
 }
 
+namespace {
+
+int NamedMajorFormat(const std::string& name) {
+    const auto named = MajorFormatByName(name);
+    if (!named) {
+        throw CliError("unknown output format \"" + name + "\" (known: " + KnownMajorFormats() +
+                       ")");
+    }
+    return *named;
+}
+
+int NamedSubtype(const std::string& name) {
+    const auto named = SubtypeByName(name);
+    if (!named) {
+        throw CliError("unknown sample type \"" + name + "\" (known: " + KnownSubtypes() + ")");
+    }
+    return *named;
+}
+
+// libsndfile keeps the reason an open failed in one place for the whole process:
+// files opened on several threads at once take turns, each reading its own reason.
+template <typename Open> SNDFILE* OpenSoundFile(Open open, std::string& why) {
+    static std::mutex mutex;
+    std::lock_guard<std::mutex> lock(mutex);
+    SNDFILE* file = open();
+    if (file == nullptr) {
+        why = sf_strerror(nullptr);
+    }
+    return file;
+}
+
+bool CanHold(int major, int sub) {
+    return Valid(major | sub, 2, 48000) || Valid(major | sub, 1, 48000);
+}
+
+void CheckCanHold(int major, int sub, const std::string& typeName) {
+    if (!CanHold(major, sub)) {
+        throw CliError("format " + MajorFormatName(major) + " cannot hold sample type " + typeName);
+    }
+}
+
+} // namespace
+
+void CheckFormatNames(const std::string& formatName, const std::string& typeName) {
+    const int major = formatName.empty() ? 0 : NamedMajorFormat(formatName);
+    const int sub = typeName.empty() ? 0 : NamedSubtype(typeName);
+    if (major != 0 && sub != 0) {
+        CheckCanHold(major, sub, typeName);
+    }
+}
+
 int ChooseOutputFormat(int inputFormat, const std::filesystem::path& output,
                        const std::string& formatName, const std::string& typeName) {
     int major = inputFormat & SF_FORMAT_TYPEMASK;
     if (!formatName.empty()) {
-        const auto named = MajorFormatByName(formatName);
-        if (!named) {
-            throw CliError("unknown output format \"" + formatName +
-                           "\" (known: " + KnownMajorFormats() + ")");
-        }
-        major = *named;
+        major = NamedMajorFormat(formatName);
     } else if (output.has_extension()) {
         if (const auto byExtension = MajorFormatByName(output.extension().string().substr(1))) {
             major = *byExtension;
         }
     }
-    int sub = inputFormat & SF_FORMAT_SUBMASK;
     if (!typeName.empty()) {
-        const auto named = SubtypeByName(typeName);
-        if (!named) {
-            throw CliError("unknown sample type \"" + typeName + "\" (known: " + KnownSubtypes() +
-                           ")");
-        }
-        if (!Valid(major | *named, 2, 48000) && !Valid(major | *named, 1, 48000)) {
-            throw CliError("format " + MajorFormatName(major) + " cannot hold sample type " +
-                           typeName);
-        }
-        return major | *named;
+        const int sub = NamedSubtype(typeName);
+        CheckCanHold(major, sub, typeName);
+        return major | sub;
     }
-    if (Valid(major | sub, 2, 48000) || Valid(major | sub, 1, 48000)) {
+    const int sub = inputFormat & SF_FORMAT_SUBMASK;
+    if (CanHold(major, sub)) {
         return major | sub;
     }
     for (int fallback : {SF_FORMAT_PCM_24, SF_FORMAT_FLOAT, SF_FORMAT_VORBIS, SF_FORMAT_PCM_16}) {
@@ -150,9 +191,10 @@ SoundFileReader::SoundFileReader(const std::filesystem::path& path) : path(path)
         throw CliError("input " + path.string() + " is a folder, not a sound file");
     }
     SF_INFO info{};
-    file = sf_open(path.c_str(), SFM_READ, &info);
+    std::string why;
+    file = OpenSoundFile([&] { return sf_open(path.c_str(), SFM_READ, &info); }, why);
     if (file == nullptr) {
-        throw CliError("cannot read input file " + path.string() + ": " + sf_strerror(nullptr));
+        throw CliError("cannot read input file " + path.string() + ": " + why);
     }
     if (info.channels <= 0 || info.samplerate <= 0) {
         sf_close(file);
@@ -160,7 +202,10 @@ SoundFileReader::SoundFileReader(const std::filesystem::path& path) : path(path)
         throw CliError("input file " + path.string() + " has no audio channels");
     }
     format = {info.format, static_cast<unsigned>(info.channels), info.samplerate};
-    frames = static_cast<std::uint64_t>(std::max<sf_count_t>(info.frames, 0));
+    // SF_COUNT_MAX: a stream whose length nothing says.
+    frames =
+        info.frames > 0 && info.frames < SF_COUNT_MAX ? static_cast<std::uint64_t>(info.frames) : 0;
+    announced = std::max(frames, DeclaredFrames(path).value_or(0));
 }
 
 SoundFileReader::~SoundFileReader() {
@@ -200,10 +245,10 @@ SoundFileWriter::SoundFileWriter(const std::filesystem::path& target, const File
     info.channels = static_cast<int>(format.channels);
     info.samplerate = format.sampleRate;
     // The descriptor belongs to libsndfile from here on (closed by sf_close).
-    file = sf_open_fd(temp.fd, SFM_WRITE, &info, SF_TRUE);
+    std::string why;
+    file = OpenSoundFile([&] { return sf_open_fd(temp.fd, SFM_WRITE, &info, SF_TRUE); }, why);
     temporary = temp.path;
     if (file == nullptr) {
-        const std::string why = sf_strerror(nullptr);
         std::error_code ec;
         std::filesystem::remove(temporary, ec);
         throw CliError("cannot write output file " + target.string() + ": " + why);

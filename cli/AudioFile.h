@@ -31,6 +31,10 @@ std::string KnownMajorFormats();
 std::string KnownSubtypes();
 bool IsFloatSubtype(int format);
 
+// Throws CliError for a format or sample type name that is not known, or a pair of
+// them that cannot go together.
+void CheckFormatNames(const std::string& formatName, const std::string& typeName);
+
 // The output format: the major format named, else the output's extension if it is a
 // known one, else the input's; the sample type named, else the input's when the
 // output format can hold it, else that format's usual one. Throws CliError.
@@ -47,7 +51,10 @@ public:
     const FileFormat& Format() const { return format; }
     unsigned Channels() const override { return format.channels; }
     double SampleRate() const override { return format.sampleRate; }
+    // The frames libsndfile finds, which it trims to the data that is there.
     std::uint64_t TotalFrames() const override { return frames; }
+    // The frames the header declares, where it says more than libsndfile finds.
+    std::uint64_t AnnouncedFrames() const override { return announced; }
     unsigned Read(float* const* channels, unsigned count) override;
 
 private:
@@ -55,6 +62,7 @@ private:
     SNDFILE* file = nullptr;
     FileFormat format;
     std::uint64_t frames = 0;
+    std::uint64_t announced = 0;
     std::vector<float> interleaved;
 };
 

@@ -1,6 +1,7 @@
 #include "cli/Commands.h"
 
 #include "cli/CliError.h"
+#include "cli/HelpText.h"
 
 #include <cmath>
 #include <cstdio>
@@ -9,23 +10,48 @@ namespace zkcli {
 
 namespace {
 
-void PrintUsage(std::ostream& out) {
-    out << "zkmorva: render audio through the Zkmorva EQ units\n"
-           "\n"
-           "  zkmorva render [INPUT] OUTPUT [--unit 10|20] [--preset FILE] [--set NAME=VALUE]...\n"
-           "                 [--listen NAME] [--keep-latency] [--block N] [--format F] [--type T]\n"
-           "                 [--quiet]\n"
-           "      Without INPUT the built-in demo signal is rendered.\n"
-           "  zkmorva params [10|20] [--json]\n"
-           "  zkmorva preset write OUTPUT [--unit 10|20] [--from FILE] [--set NAME=VALUE]...\n"
-           "                 [--name NAME]\n"
-           "  zkmorva preset show FILE [--json]\n"
-           "  zkmorva response [--unit 10|20] [--preset FILE] [--set NAME=VALUE]... [--points N]\n"
-           "                 [--freq HZ]... [--rate HZ] [--png FILE] [--json]\n"
-           "  zkmorva demo [FOLDER]\n"
-           "\n"
-           "NAME is a parameter's name (\"LF Gain\"), symbol (LfGain) or id (11); VALUE is in\n"
-           "its own unit (6, -3.5 dB, 2.5 kHz, on, \"Q f G\"). zkmorva params lists them.\n";
+struct CommandEntry {
+    const char* name;
+    int (*run)(std::span<const std::string> args, Console console);
+};
+
+const CommandEntry kCommands[] = {
+    {"render", &RenderCommand},     {"params", &ParamsCommand}, {"preset", &PresetCommand},
+    {"response", &ResponseCommand}, {"demo", &DemoCommand},
+};
+
+std::string CommandNames() {
+    std::string out;
+    for (const CommandHelp& c : AllCommandHelp()) {
+        out += (out.empty() ? "" : ", ") + std::string(c.name);
+    }
+    return out;
+}
+
+const CommandHelp& HelpFor(std::string_view name) {
+    const CommandHelp* help = FindCommandHelp(name);
+    if (help == nullptr) {
+        throw CliError("unknown command \"" + std::string(name) +
+                       "\" (commands: " + CommandNames() + ")");
+    }
+    return *help;
+}
+
+bool IsHelpOption(std::string_view arg) {
+    return arg == "--help" || arg == "-h";
+}
+
+// `zkmorva help [COMMAND]`
+int HelpCommand(std::span<const std::string> args, Console console) {
+    if (args.size() > 1) {
+        throw CliError("help takes at most one command name");
+    }
+    if (args.empty() || IsHelpOption(args[0])) {
+        PrintOverview(console.out);
+    } else {
+        PrintCommandHelp(HelpFor(args[0]), console.out);
+    }
+    return 0;
 }
 
 } // namespace
@@ -67,29 +93,33 @@ const UnitKind& ResolveUnit(const Arguments& args, const Preset* preset) {
 
 int RunCommandLine(std::span<const std::string> args, Console console) {
     try {
-        if (args.empty() || args[0] == "help" || args[0] == "--help" || args[0] == "-h") {
-            PrintUsage(console.out);
-            return args.empty() ? 2 : 0;
+        if (args.empty()) {
+            PrintOverview(console.out);
+            return 2;
         }
         const std::string& command = args[0];
         const auto rest = args.subspan(1);
-        if (command == "render") {
-            return RenderCommand(rest, console);
+        if (command == "help" || IsHelpOption(command)) {
+            return HelpCommand(rest, console);
         }
-        if (command == "params") {
-            return ParamsCommand(rest, console);
+        for (const CommandEntry& c : kCommands) {
+            if (command != c.name) {
+                continue;
+            }
+            // Help wins over everything else on the line, up to a "--".
+            for (const std::string& arg : rest) {
+                if (arg == "--") {
+                    break;
+                }
+                if (IsHelpOption(arg)) {
+                    PrintCommandHelp(HelpFor(command), console.out);
+                    return 0;
+                }
+            }
+            return c.run(rest, console);
         }
-        if (command == "preset") {
-            return PresetCommand(rest, console);
-        }
-        if (command == "response") {
-            return ResponseCommand(rest, console);
-        }
-        if (command == "demo") {
-            return DemoCommand(rest, console);
-        }
-        throw CliError("unknown command \"" + command +
-                       "\" (commands: render, params, preset, response, demo, help)");
+        HelpFor(command); // throws: unknown command
+        return 2;
     } catch (const CliError& e) {
         console.err << "zkmorva: " << e.what() << "\n";
         return 1;

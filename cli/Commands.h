@@ -32,6 +32,9 @@ int PresetCommand(std::span<const std::string> args, Console console);
 int ResponseCommand(std::span<const std::string> args, Console console);
 int DemoCommand(std::span<const std::string> args, Console console);
 
+// Frames per block the renderer may be asked for (the unit's buffers are this big).
+inline constexpr unsigned kMaxRenderBlock = 8192;
+
 // One render from a file (or the demo signal when `input` is empty) to a file.
 struct RenderRequest {
     std::filesystem::path input;
@@ -43,7 +46,7 @@ struct RenderRequest {
     RenderOptions options;
     std::string formatName; // empty: follow the input / the output's extension
     std::string typeName;
-    bool showProgress = false;
+    bool allowShort = false; // a file shorter than its header says: render it, warn
 };
 struct RenderReport {
     RenderStats stats;
@@ -51,13 +54,19 @@ struct RenderReport {
     unsigned channels = 0;
     double sampleRate = 0.0;
     std::uint64_t clippedSamples = 0;
-    bool hasMeters = false;
-    float correlation = 0.0f;
-    float balance = 0.0f;
+    std::vector<std::string> warnings; // about the input: damaged, short
 };
-RenderReport RenderFile(const RenderRequest& request, std::ostream& progress);
+// Checks the output before anything else; throws CliError naming the file at fault.
+// A file shorter than its header says is an error unless allowed; nothing is written
+// then.
+RenderReport RenderFile(const RenderRequest& request, const ProgressFunction& progress = {});
 void PrintRenderSummary(const RenderRequest& request, const RenderReport& report,
                         std::ostream& out);
+// Each warning as one line "zkmorva: warning: INPUT: ...".
+void PrintRenderWarnings(const RenderRequest& request, const RenderReport& report,
+                         std::ostream& err);
+// One render as a JSON object (no trailing newline), `indent` spaces deep.
+std::string RenderJson(const RenderRequest& request, const RenderReport& report, int indent);
 
 // The response command's measurement and plot, also used by the demo.
 struct Response;

@@ -51,6 +51,7 @@ int DemoCommand(std::span<const std::string> args, Console console) {
         throw CliError("cannot create output folder " + folder.string() +
                        (ec ? ": " + ec.message() : ""));
     }
+    CheckOutputFolder(folder); // before anything is rendered
 
     // The dry signal, for comparison.
     {
@@ -75,7 +76,8 @@ int DemoCommand(std::span<const std::string> args, Console console) {
         request.unit = kind;
         request.assignments = show.settings;
         request.typeName = "float";
-        const RenderReport report = RenderFile(request, console.err);
+        const RenderReport report = RenderFile(request);
+        PrintRenderWarnings(request, report, console.err);
         PrintRenderSummary(request, report, console.out);
 
         const std::vector<double> freqs = LogFrequencies(20.0, 20000.0, 61);

@@ -20,6 +20,31 @@ mode_t CurrentUmask() {
     ::umask(mask);
     return mask;
 }
+
+// Why a new file cannot be made in `folder`, or empty when it can: the only sure
+// test (permissions, read-only mounts, quotas...) is to make one.
+std::string WhyNotWritable(const fs::path& folder) {
+    std::error_code ec;
+    if (!fs::exists(folder, ec)) {
+        return "does not exist";
+    }
+    if (!fs::is_directory(folder, ec)) {
+        return "is not a folder";
+    }
+    std::string pattern = (folder / ".zkmorva-probe-XXXXXX").string();
+    const int fd = ::mkstemp(pattern.data());
+    if (fd < 0) {
+        return std::string("is not writable (") + std::strerror(errno) + ")";
+    }
+    ::close(fd);
+    ::unlink(pattern.c_str());
+    return {};
+}
+
+fs::path FolderOf(const fs::path& target) {
+    return target.has_parent_path() ? target.parent_path() : fs::path(".");
+}
+
 } // namespace
 
 void CheckOutputTarget(const fs::path& target) {
@@ -27,16 +52,29 @@ void CheckOutputTarget(const fs::path& target) {
     if (fs::is_directory(target, ec)) {
         throw CliError("output " + target.string() + " is a folder");
     }
-    const fs::path folder = target.has_parent_path() ? target.parent_path() : fs::path(".");
-    if (!fs::is_directory(folder, ec)) {
+    const fs::path folder = FolderOf(target);
+    if (const std::string why = WhyNotWritable(folder); !why.empty()) {
         throw CliError("cannot write output " + target.string() + ": folder " + folder.string() +
-                       " does not exist");
+                       " " + why);
+    }
+}
+
+void CheckOutputFolder(const fs::path& folder) {
+    if (const std::string why = WhyNotWritable(folder); !why.empty()) {
+        throw CliError("output folder " + folder.string() + " " + why);
     }
 }
 
 TemporaryFile CreateTemporaryBeside(const fs::path& target) {
-    CheckOutputTarget(target);
-    const fs::path folder = target.has_parent_path() ? target.parent_path() : fs::path(".");
+    std::error_code ec;
+    if (fs::is_directory(target, ec)) {
+        throw CliError("output " + target.string() + " is a folder");
+    }
+    const fs::path folder = FolderOf(target);
+    if (!fs::is_directory(folder, ec)) {
+        throw CliError("cannot write output " + target.string() + ": folder " + folder.string() +
+                       " does not exist");
+    }
     std::string pattern =
         (folder / ("." + target.filename().string() + ".zkmorva-XXXXXX")).string();
     std::vector<char> buffer(pattern.begin(), pattern.end());

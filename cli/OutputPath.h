@@ -13,9 +13,12 @@ struct TemporaryFile {
     std::filesystem::path path;
 };
 
-// Throws CliError naming `target` when it is a folder or its folder does not
-// exist: checked before work whose result could not be written.
+// Throws CliError naming `target` when it is a folder or its folder does not exist
+// or cannot take a new file (tried by making one): checked before work whose result
+// could not be written.
 void CheckOutputTarget(const std::filesystem::path& target);
+// The same for a folder that outputs go into; the error names `folder`.
+void CheckOutputFolder(const std::filesystem::path& folder);
 // Creates ".<name>.zkmorva-XXXXXX" beside `target`; throws CliError naming the target
 // (missing folder, no permission, target is a folder).
 TemporaryFile CreateTemporaryBeside(const std::filesystem::path& target);

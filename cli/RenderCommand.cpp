@@ -1,141 +1,182 @@
 #include "cli/AudioFile.h"
+#include "cli/BatchRender.h"
 #include "cli/CliError.h"
 #include "cli/Commands.h"
-#include "cli/DemoSignal.h"
-#include "cli/HostedUnit.h"
+#include "cli/Json.h"
 #include "cli/OutputPath.h"
 #include "cli/Progress.h"
 
-#include <sndfile.h>
-
-#include <memory>
+#include <filesystem>
+#include <thread>
 
 namespace zkcli {
 
 namespace {
-// Frames per block the renderer may be asked for (the unit's buffers are this big).
-constexpr unsigned kMaxBlock = 8192;
-// Files shorter than this render too fast for a progress bar to help.
-constexpr double kProgressSeconds = 10.0;
-} // namespace
 
-RenderReport RenderFile(const RenderRequest& request, std::ostream& progressStream) {
-    const UnitKind& kind = *request.unit;
-    std::unique_ptr<BlockSource> source;
-    int inputFormat = SF_FORMAT_WAV | SF_FORMAT_FLOAT;
-    if (request.input.empty()) {
-        source = std::make_unique<DemoSource>();
-    } else {
-        CheckNotInput(request.output, request.input);
-        auto reader = std::make_unique<SoundFileReader>(request.input);
-        inputFormat = reader->Format().format;
-        source = std::move(reader);
-    }
-    const unsigned channels = UnitChannels(kind, source->Channels());
-    const int outputFormat =
-        ChooseOutputFormat(inputFormat, request.output, request.formatName, request.typeName);
+namespace fs = std::filesystem;
 
-    HostedUnit host(kind, source->SampleRate(), channels, kMaxBlock);
-    const ParameterCatalog catalog(kind, host.Unit());
-    if (request.preset) {
-        host.RestoreState(request.preset->document, request.preset->source);
-    }
-    const std::vector<Setting> settings = catalog.ParseSettings(request.assignments);
-    std::optional<AudioUnitParameterID> listen;
-    if (!request.listen.empty()) {
-        listen = catalog.FindSettable(request.listen).id;
-    }
-    host.Apply(settings);
-    host.Reset();
+// Files shorter than this (10 s at 48 kHz) render too fast for a progress bar to help.
+constexpr std::uint64_t kProgressFrames = 480000;
 
-    const FileFormat format{outputFormat, channels, static_cast<int>(source->SampleRate())};
-    SoundFileWriter writer(request.output, format);
-    ProgressBar bar(progressStream,
-                    request.showProgress && static_cast<double>(source->TotalFrames()) >
-                                                kProgressSeconds * source->SampleRate());
-    RenderOptions options = request.options;
-    options.listen = listen;
-    RenderReport report;
-    report.stats =
-        RenderStream(host, *source, writer, options,
-                     [&](std::uint64_t done, std::uint64_t total) { bar.Update(done, total); });
-    bar.Finish();
-    writer.Commit();
-    report.format = outputFormat;
-    report.channels = channels;
-    report.sampleRate = source->SampleRate();
-    report.clippedSamples = writer.ClippedSamples();
-    if (kind.balanceMeter >= 0 && kind.correlationMeter >= 0) {
-        report.hasMeters = true;
-        report.balance = host.Parameter(static_cast<AudioUnitParameterID>(kind.balanceMeter));
-        report.correlation =
-            host.Parameter(static_cast<AudioUnitParameterID>(kind.correlationMeter));
-    }
-    return report;
+bool IsFolder(const fs::path& p) {
+    std::error_code ec;
+    return fs::is_directory(p, ec);
 }
 
-void PrintRenderSummary(const RenderRequest& request, const RenderReport& report,
-                        std::ostream& out) {
-    const RenderStats& s = report.stats;
-    out << (request.input.empty() ? std::string("demo signal") : request.input.string()) << " -> "
-        << request.output.string() << "\n"
-        << "  unit         " << request.unit->title << ", " << report.channels << " channel"
-        << (report.channels == 1 ? "" : "s") << " at " << report.sampleRate << " Hz\n"
-        << "  output       " << MajorFormatName(report.format) << " " << SubtypeName(report.format)
-        << ", " << s.outputFrames << " frames\n"
-        << "  latency      " << s.latencyFrames << " frames"
-        << (request.options.compensateLatency ? " (compensated)" : " (kept)") << "\n"
-        << "  input peak   " << PeakText(s.inputPeak) << "\n"
-        << "  output peak  " << PeakText(s.outputPeak) << "\n";
-    if (report.hasMeters) {
-        out << "  correlation  " << report.correlation << "\n"
-            << "  balance      " << report.balance << "\n";
+// Settings, the listened control and format names are checked on a unit of the
+// kind before any file is opened, so that a typing error stops the whole run.
+void CheckSettings(const RenderRequest& request) {
+    AudioUnitPtr unit = request.unit->open();
+    if (!unit) {
+        throw CliError(std::string(request.unit->title) + " could not be opened");
     }
-    if (s.outputPeak > 1.0f) {
-        if (report.clippedSamples > 0) {
-            out << "  warning: " << report.clippedSamples
-                << " samples above full scale were clipped in this integer format\n";
+    const ParameterCatalog catalog(*request.unit, *unit);
+    catalog.ParseSettings(request.assignments);
+    if (!request.listen.empty()) {
+        catalog.FindSettable(request.listen);
+    }
+    CheckFormatNames(request.formatName, request.typeName);
+}
+
+int RenderOne(const RenderRequest& request, bool json, bool showProgress, Console console) {
+    ProgressBar bar(console.err, showProgress);
+    const RenderReport report = RenderFile(request, [&](std::uint64_t done, std::uint64_t total) {
+        if (total > kProgressFrames) {
+            bar.Update(done, total);
+        }
+    });
+    bar.Finish();
+    PrintRenderWarnings(request, report, console.err);
+    if (json) {
+        console.out << "{\n  \"renders\": [\n    " << RenderJson(request, report, 4)
+                    << "\n  ],\n  \"failed\": []\n}\n";
+    } else {
+        PrintRenderSummary(request, report, console.out);
+    }
+    return 0;
+}
+
+int RenderMany(const RenderRequest& common, std::span<const RenderJob> jobs, unsigned threads,
+               bool json, bool showProgress, Console console) {
+    ProgressBar bar(console.err, showProgress);
+    const BatchOutcome outcome =
+        RenderBatch(common, jobs, threads,
+                    [&](std::uint64_t done, std::uint64_t total) { bar.Update(done, total); });
+    bar.Finish();
+
+    std::size_t failed = 0;
+    std::string renders, failures;
+    for (std::size_t i = 0; i < jobs.size(); ++i) {
+        RenderRequest request = common;
+        request.input = jobs[i].input;
+        request.output = jobs[i].output;
+        if (outcome.reports[i]) {
+            PrintRenderWarnings(request, *outcome.reports[i], console.err);
+            if (json) {
+                renders += std::string(renders.empty() ? "" : ",\n") + "    " +
+                           RenderJson(request, *outcome.reports[i], 4);
+            } else {
+                PrintRenderSummary(request, *outcome.reports[i], console.out);
+            }
         } else {
-            out << "  note: the output goes above full scale; the float file keeps it "
-                   "unclipped\n";
+            ++failed;
+            failures += std::string(failures.empty() ? "" : ",\n") +
+                        "    {\"input\": " + JsonString(jobs[i].input.string()) +
+                        ", \"error\": " + JsonString(outcome.errors[i]) + "}";
         }
     }
+    if (json) {
+        console.out << "{\n  \"renders\": [" << (renders.empty() ? "" : "\n" + renders + "\n  ")
+                    << "],\n  \"failed\": [" << (failures.empty() ? "" : "\n" + failures + "\n  ")
+                    << "]\n}\n";
+    } else {
+        console.out << "rendered " << jobs.size() - failed << " of " << jobs.size() << " file"
+                    << (jobs.size() == 1 ? "" : "s") << " into " << common.output.string() << "\n";
+    }
+    if (failed == 0) {
+        return 0;
+    }
+    // Named at the end, after everything that did render.
+    console.err << "zkmorva: " << failed << " of " << jobs.size() << " file"
+                << (jobs.size() == 1 ? "" : "s") << " failed:\n";
+    for (std::size_t i = 0; i < jobs.size(); ++i) {
+        if (!outcome.reports[i]) {
+            console.err << "  " << jobs[i].input.string() << ": " << outcome.errors[i] << "\n";
+        }
+    }
+    return 1;
 }
+
+} // namespace
 
 int RenderCommand(std::span<const std::string> args, Console console) {
     static const OptionSpec specs[] = {
-        {"unit", 'u', true},   {"preset", 'p', true},      {"set", 's', true},
-        {"listen", 'l', true}, {"keep-latency", 0, false}, {"block", 'b', true},
-        {"format", 'f', true}, {"type", 't', true},        {"quiet", 'q', false},
+        {"unit", 'u', true},       {"preset", 'p', true},      {"set", 's', true},
+        {"listen", 'l', true},     {"keep-latency", 0, false}, {"block", 'b', true},
+        {"format", 'f', true},     {"type", 't', true},        {"quiet", 'q', false},
+        {"allow-short", 0, false}, {"jobs", 'j', true},        {"json", 0, false},
     };
     const Arguments a = ParseArguments(args, specs);
-    RenderRequest request;
-    if (a.positional.size() == 1) {
-        request.output = a.positional[0];
-    } else if (a.positional.size() == 2) {
-        request.input = a.positional[0];
-        request.output = a.positional[1];
+    if (a.positional.empty()) {
+        throw CliError("render takes [INPUT] OUTPUT, or INPUT... FOLDER (no files given)");
+    }
+    const fs::path target = a.positional.back();
+    const std::vector<fs::path> inputs(a.positional.begin(), a.positional.end() - 1);
+    bool batch = !inputs.empty() && (inputs.size() > 1 || IsFolder(target));
+    for (const fs::path& in : inputs) {
+        batch = batch || IsFolder(in);
+    }
+    const fs::path preset = a.Has("preset") ? fs::path(a.Value("preset")) : fs::path();
+
+    // Every output is checked before anything else is read or rendered.
+    std::vector<RenderJob> jobs;
+    if (batch) {
+        if (!IsFolder(target)) {
+            std::error_code ec;
+            const std::string why = inputs.size() > 1
+                                        ? "several inputs render into a folder"
+                                        : "input " + inputs[0].string() +
+                                              " is a folder: its files render into a folder";
+            throw CliError("output folder " + target.string() +
+                           (fs::exists(target, ec) ? " is not a folder" : " does not exist") +
+                           " (" + why + ")");
+        }
+        jobs = PlanBatch(inputs, target, a.Value("format"), preset);
     } else {
-        throw CliError("render takes [INPUT] OUTPUT (" + std::to_string(a.positional.size()) +
-                       " files given)");
+        CheckOutputTarget(target);
+        if (!inputs.empty()) {
+            CheckNotInput(target, inputs[0]);
+        }
+        if (!preset.empty()) {
+            CheckNotInput(target, preset); // the preset is an input too
+        }
     }
+
+    RenderRequest request;
+    request.output = target;
     request.preset = LoadPresetOption(a);
-    if (request.preset) {
-        CheckNotInput(request.output, a.Value("preset")); // the preset is an input too
-    }
     request.unit = &ResolveUnit(a, request.preset ? &*request.preset : nullptr);
     request.assignments = a.Values("set");
     request.listen = a.Value("listen");
     request.options.compensateLatency = !a.Has("keep-latency");
     if (a.Has("block")) {
-        request.options.blockFrames = ParseCount("block", a.Value("block"), 1, kMaxBlock);
+        request.options.blockFrames = ParseCount("block", a.Value("block"), 1, kMaxRenderBlock);
     }
     request.formatName = a.Value("format");
     request.typeName = a.Value("type");
-    request.showProgress = console.errIsTerminal && !a.Has("quiet");
-    const RenderReport report = RenderFile(request, console.err);
-    PrintRenderSummary(request, report, console.out);
-    return 0;
+    request.allowShort = a.Has("allow-short");
+    const unsigned cores = std::max(1u, std::thread::hardware_concurrency());
+    const unsigned threads = a.Has("jobs") ? ParseCount("jobs", a.Value("jobs"), 1, 1024) : cores;
+    const bool showProgress = console.errIsTerminal && !a.Has("quiet");
+    CheckSettings(request);
+
+    if (!batch) {
+        if (!inputs.empty()) {
+            request.input = inputs[0];
+        }
+        return RenderOne(request, a.Has("json"), showProgress, console);
+    }
+    return RenderMany(request, jobs, threads, a.Has("json"), showProgress, console);
 }
 
 } // namespace zkcli

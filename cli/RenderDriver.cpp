@@ -20,6 +20,24 @@ float Peak(const std::vector<std::vector<float>>& buffers, unsigned channels, un
     return peak;
 }
 
+// Silences the non-finite samples of a block read at `position`; counts them and
+// keeps the first one's place.
+void SilenceNonFinite(const std::vector<float*>& channels, unsigned frames, std::uint64_t position,
+                      RenderStats& stats) {
+    for (unsigned i = 0; i < frames; ++i) {
+        for (unsigned c = 0; c < channels.size(); ++c) {
+            float& v = channels[c][i];
+            if (!std::isfinite(v)) {
+                if (stats.nonFiniteSamples++ == 0) {
+                    stats.firstNonFiniteFrame = position + i;
+                    stats.firstNonFiniteChannel = c;
+                }
+                v = 0.0f;
+            }
+        }
+    }
+}
+
 } // namespace
 
 RenderStats RenderStream(HostedUnit& unit, BlockSource& source, BlockSink& sink,
@@ -50,12 +68,14 @@ RenderStats RenderStream(HostedUnit& unit, BlockSource& source, BlockSink& sink,
     }
 
     RenderStats stats;
+    stats.announcedFrames = source.AnnouncedFrames();
     stats.latencyFrames = options.compensateLatency ? unit.LatencyFrames() : 0;
     if (options.listen) {
         unit.BeginGesture(*options.listen);
     }
     std::uint64_t toSkip = stats.latencyFrames; // leading output frames dropped
     std::uint64_t tail = stats.latencyFrames;   // zero frames fed after the input
+    OutputMeters meters(unit);
     const std::uint64_t total = source.TotalFrames();
     bool inputDone = false;
     while (!inputDone || tail > 0) {
@@ -66,6 +86,7 @@ RenderStats RenderStream(HostedUnit& unit, BlockSource& source, BlockSink& sink,
                 inputDone = true;
                 continue;
             }
+            SilenceNonFinite(readPtrs, frames, stats.inputFrames, stats);
             for (unsigned c = sourceChannels; c < channels; ++c) {
                 std::copy_n(in[0].begin(), frames, in[c].begin());
             }
@@ -79,6 +100,7 @@ RenderStats RenderStream(HostedUnit& unit, BlockSource& source, BlockSink& sink,
             tail -= frames;
         }
         unit.Render(inConst.data(), outPtrs.data(), frames);
+        meters.AfterBlock(frames);
         const unsigned skip = static_cast<unsigned>(std::min<std::uint64_t>(toSkip, frames));
         toSkip -= skip;
         if (skip < frames) {
@@ -93,6 +115,7 @@ RenderStats RenderStream(HostedUnit& unit, BlockSource& source, BlockSink& sink,
             progress(stats.inputFrames, total);
         }
     }
+    stats.meters = meters.Summary();
     return stats;
 }
 

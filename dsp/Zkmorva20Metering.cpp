@@ -116,6 +116,7 @@ void CZkmorva20MeterBoard::PublishLevels(const CZkmorva20MeterState& s) {
 
 void CZkmorva20MeterBoard::Reset(const CZkmorva20MeterState& s) {
     preparedGeneration.store(0, std::memory_order_relaxed);
+    correlationResults.store(0, std::memory_order_relaxed);
     lastTakenClaim = claimedGeneration.load(std::memory_order_relaxed);
     PublishLevels(s);
 }
@@ -166,17 +167,18 @@ void CZkmorva20MeterBoard::CalcCorrelation() {
         }
         correlationValue.store(value, std::memory_order_relaxed);
         correlationSmoothed.store(smoothed, std::memory_order_relaxed);
+        correlationResults.fetch_add(1, std::memory_order_relaxed);
         return;
     }
 }
 
 CZkmorva20MeterReadings CZkmorva20MeterBoard::Read() const {
     constexpr auto relaxed = std::memory_order_relaxed;
-    return {inputLevel1.load(relaxed),     inputLevel2.load(relaxed),
-            outputLevelMid.load(relaxed),  outputLevelSide.load(relaxed),
-            outputLevel1.load(relaxed),    outputLevel2.load(relaxed),
-            balanceSmoothed.load(relaxed), correlationSmoothed.load(relaxed),
-            correlationValue.load(relaxed)};
+    return {inputLevel1.load(relaxed),      inputLevel2.load(relaxed),
+            outputLevelMid.load(relaxed),   outputLevelSide.load(relaxed),
+            outputLevel1.load(relaxed),     outputLevel2.load(relaxed),
+            balanceSmoothed.load(relaxed),  correlationSmoothed.load(relaxed),
+            correlationValue.load(relaxed), correlationResults.load(relaxed)};
 }
 
 double CorrelationParameterValue(float correlationSmoothed) {

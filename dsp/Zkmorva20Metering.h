@@ -69,6 +69,9 @@ struct CZkmorva20MeterReadings {
     float balanceSmoothed = 0.0f;
     float correlationSmoothed = 0.0f;
     float correlationValue = 0.0f;
+    // Correlation results shown since the last reset: a reader that wants every
+    // result (not only the latest) sees when a new one arrives.
+    std::uint32_t correlationResults = 0;
 };
 
 // Hand-off between the render thread and readers.
@@ -105,6 +108,7 @@ private:
     std::atomic<float> balanceSmoothed{0.0f};
     std::atomic<float> correlationSmoothed{0.0f};
     std::atomic<float> correlationValue{0.0f};
+    std::atomic<std::uint32_t> correlationResults{0};
 
     // Prepared correlation result; generation 0 means none is ready.
     std::atomic<std::uint32_t> preparedGeneration{0};

@@ -6,6 +6,8 @@
 
 #include <sndfile.h>
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -15,6 +17,7 @@
 #include <sstream>
 #include <string>
 #include <sys/wait.h>
+#include <utility>
 #include <vector>
 
 namespace zkclitest {
@@ -35,9 +38,10 @@ public:
     ScratchFolder& operator=(const ScratchFolder&) = delete;
     fs::path operator/(const std::string& name) const { return path / name; }
     // Every entry's name, hidden ones (temporaries) included, sorted.
-    std::vector<std::string> Names() const {
+    std::vector<std::string> Names() const { return NamesIn(path); }
+    static std::vector<std::string> NamesIn(const fs::path& folder) {
         std::vector<std::string> out;
-        for (const auto& e : fs::directory_iterator(path)) {
+        for (const auto& e : fs::directory_iterator(folder)) {
             out.push_back(e.path().filename().string());
         }
         std::sort(out.begin(), out.end());
@@ -137,6 +141,27 @@ inline RunResult RunZkmorva(const std::vector<std::string>& args, const fs::path
     fs::remove(outFile);
     fs::remove(errFile);
     return r;
+}
+
+// A refusal: exit status 1 and one line "zkmorva: ..." holding every needle.
+inline void ExpectRefusal(const RunResult& r, const std::vector<std::string>& needles) {
+    EXPECT_EQ(r.status, 1) << r.err;
+    EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1) << r.err;
+    EXPECT_EQ(r.err.rfind("zkmorva: ", 0), 0u) << r.err;
+    for (const auto& n : needles) {
+        EXPECT_NE(r.err.find(n), std::string::npos) << "missing \"" << n << "\" in " << r.err;
+    }
+}
+
+// Every file below `folder` (relative names, temporaries included) with its bytes.
+inline std::vector<std::pair<std::string, std::string>> Snapshot(const fs::path& folder) {
+    std::vector<std::pair<std::string, std::string>> out;
+    for (const auto& e : fs::recursive_directory_iterator(folder)) {
+        out.emplace_back(fs::relative(e.path(), folder).string(),
+                         e.is_regular_file() ? FileBytes(e.path()) : std::string("(folder)"));
+    }
+    std::sort(out.begin(), out.end());
+    return out;
 }
 
 } // namespace zkclitest

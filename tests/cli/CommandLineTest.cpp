@@ -20,14 +20,7 @@ protected:
     void ExpectRefused(const std::vector<std::string>& args,
                        const std::vector<std::string>& needles,
                        std::vector<std::string> expectedFiles = {"in.wav"}) {
-        const RunResult r = RunZkmorva(args, dir.path);
-        EXPECT_NE(r.status, 0) << r.err;
-        EXPECT_EQ(r.status == 0 ? 0 : 1, 1);
-        EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1) << r.err;
-        EXPECT_EQ(r.err.rfind("zkmorva: ", 0), 0u) << r.err;
-        for (const auto& n : needles) {
-            EXPECT_NE(r.err.find(n), std::string::npos) << "missing \"" << n << "\" in " << r.err;
-        }
+        ExpectRefusal(RunZkmorva(args, dir.path), needles);
         std::sort(expectedFiles.begin(), expectedFiles.end());
         EXPECT_EQ(dir.Names(), expectedFiles);
         EXPECT_EQ(FileBytes(dir / "in.wav"), inputBytes);
@@ -44,13 +37,25 @@ TEST_F(CommandLine, RendersAndSummarises) {
     EXPECT_NE(r.out.find("input peak"), std::string::npos) << r.out;
     EXPECT_NE(r.out.find("output peak"), std::string::npos) << r.out;
     EXPECT_NE(r.out.find("latency      4 frames (compensated)"), std::string::npos) << r.out;
+    // Zkmorva 10 has no meters to report, and the summary says so instead of a number.
+    EXPECT_NE(r.out.find("correlation  none: Zkmorva 10 has no correlation meter\n"
+                         "  balance      none: Zkmorva 10 has no balance meter\n"),
+              std::string::npos)
+        << r.out;
     EXPECT_EQ(dir.Names(), (std::vector<std::string>{"in.wav", "out.wav"}));
+    const RunResult json = RunZkmorva({"render", In(), Out(), "--json"}, dir.path);
+    ASSERT_EQ(json.status, 0) << json.err;
+    EXPECT_NE(json.out.find("\"correlation\": null,\n      \"balance\": null,\n      "
+                            "\"meterNotes\": [\"Zkmorva 10 has no correlation or balance meter\"]"),
+              std::string::npos)
+        << json.out;
 }
 
 TEST_F(CommandLine, MissingOrUnreadableInput) {
     ExpectRefused({"render", (dir / "nope.wav").string(), Out()}, {"nope.wav", "does not exist"});
     fs::create_directory(dir / "folder.wav");
-    ExpectRefused({"render", (dir / "folder.wav").string(), Out()}, {"folder.wav", "folder"},
+    ExpectRefused({"render", (dir / "folder.wav").string(), Out()},
+                  {"output folder " + Out() + " does not exist", "folder.wav is a folder"},
                   {"folder.wav", "in.wav"});
     fs::remove(dir / "folder.wav");
 }
@@ -116,15 +121,22 @@ TEST_F(CommandLine, OutputNeverOverwritesTheInput) {
                   {"in.wav", "not a preset document"}, {"in.wav", "link.wav"});
 }
 
+// Every output is checked before anything is rendered or drawn; /proc takes no new
+// files, not even from root.
 TEST_F(CommandLine, UnwritableOutput) {
     ExpectRefused({"render", In(), (dir / "no-such-folder" / "out.wav").string()},
                   {"no-such-folder", "does not exist"});
+    ExpectRefused({"render", In(), "/proc/out.wav"}, {"/proc/out.wav", "/proc is not writable"});
+    ExpectRefused({"render", In(), In(), "/proc"}, {"output folder /proc is not writable"});
     fs::create_directory(dir / "taken");
-    ExpectRefused({"render", In(), (dir / "taken").string()}, {"taken", "is a folder"},
+    ExpectRefused({"render", (dir / "taken").string()}, {"taken", "is a folder"},
                   {"in.wav", "taken"});
     ExpectRefused(
         {"response", "--png", (dir / "no-such-folder" / "r.png").string(), "--points", "2"},
         {"no-such-folder"}, {"in.wav", "taken"});
+    ExpectRefused({"response", "--png", "/proc/r.png", "--points", "2"}, {"/proc/r.png"},
+                  {"in.wav", "taken"});
+    ExpectRefused({"demo", "/proc"}, {"/proc"}, {"in.wav", "taken"});
     // A plot or a rendering over the preset it comes from is refused; the preset
     // stays as it was.
     const fs::path preset = dir / "p.aupreset";
@@ -143,6 +155,32 @@ TEST_F(CommandLine, UsageErrors) {
     ExpectRefused({"render", In(), Out(), "--set"}, {"--set needs a value"});
     ExpectRefused({"render", In(), Out(), "--block", "0"}, {"--block", "1 to 8192"});
     ExpectRefused({"render"}, {"[INPUT] OUTPUT"});
+}
+
+// Every command has a page of its own, the same through "help COMMAND" and
+// "COMMAND --help" (before any other argument is looked at), and the overview
+// lists them all.
+TEST_F(CommandLine, HelpForEveryCommand) {
+    const RunResult overview = RunZkmorva({"help"}, dir.path);
+    ASSERT_EQ(overview.status, 0) << overview.err;
+    for (const std::string command : {"render", "params", "preset", "response", "demo"}) {
+        const RunResult page = RunZkmorva({"help", command}, dir.path);
+        EXPECT_EQ(page.status, 0) << command << ": " << page.err;
+        EXPECT_EQ(page.out.rfind("Usage:\n  zkmorva " + command, 0), 0u) << page.out;
+        EXPECT_NE(overview.out.find("  zkmorva " + command), std::string::npos) << command;
+        for (const std::vector<std::string>& asked : {std::vector<std::string>{command, "--help"},
+                                                      {command, "-h", "--no-such-option"},
+                                                      {command, "--unit", "99", "--help"}}) {
+            const RunResult again = RunZkmorva(asked, dir.path);
+            EXPECT_EQ(again.status, 0) << command << ": " << again.err;
+            EXPECT_EQ(again.out, page.out) << command;
+        }
+    }
+    const RunResult render = RunZkmorva({"render", "--help"}, dir.path);
+    for (const char* option : {"--allow-short", "--jobs", "--json", "--keep-latency", "INPUT..."}) {
+        EXPECT_NE(render.out.find(option), std::string::npos) << option;
+    }
+    ExpectRefused({"help", "mix"}, {"unknown command \"mix\"", "render, params"});
 }
 
 TEST_F(CommandLine, ParamsAsTextAndJson) {

@@ -24,8 +24,7 @@ RenderRequest Request(const fs::path& in, const fs::path& out, std::vector<std::
 }
 
 zkcli::RenderReport Render(const RenderRequest& r) {
-    std::ostringstream progress;
-    return zkcli::RenderFile(r, progress);
+    return zkcli::RenderFile(r);
 }
 
 std::size_t PeakFrame(const std::vector<float>& v) {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
 #include <limits>
 #include <thread>
 
@@ -65,6 +66,7 @@ TEST(Zkmorva20Correlation, ResultNeedsHalfASecondAndRestartsTheSums) {
     const float smoothed = p.ReadMeters().correlationSmoothed;
     p.CalcCorrelation();
     EXPECT_EQ(p.ReadMeters().correlationSmoothed, smoothed) << "an early read changes nothing";
+    EXPECT_EQ(p.ReadMeters().correlationResults, 0u);
 
     Play(p, x, x, false); // 0.6 s
     p.CalcCorrelation();  // the result shows at once, without another block
@@ -73,6 +75,7 @@ TEST(Zkmorva20Correlation, ResultNeedsHalfASecondAndRestartsTheSums) {
     EXPECT_GT(after, smoothed);
     p.CalcCorrelation();
     EXPECT_EQ(p.ReadMeters().correlationSmoothed, after) << "one result per half second";
+    EXPECT_EQ(p.ReadMeters().correlationResults, 1u);
 
     // The sums restarted: 0.3 s of inverted signal are not enough for a result,
     // 0.6 s are, and they see none of the earlier identical signal.
@@ -82,6 +85,9 @@ TEST(Zkmorva20Correlation, ResultNeedsHalfASecondAndRestartsTheSums) {
     Play(p, x, Scaled(x, -1.0), false);
     p.CalcCorrelation();
     EXPECT_NEAR(p.ReadMeters().correlationValue, 0.0f, 1e-4); // float sums
+    EXPECT_EQ(p.ReadMeters().correlationResults, 2u);
+    p.InitParameters();
+    EXPECT_EQ(p.ReadMeters().correlationResults, 0u) << "a reset starts the count again";
 }
 
 TEST(Zkmorva20Balance, ReadsTheLevelRatio) {
@@ -198,7 +204,6 @@ TEST(Zkmorva20MeterHandOff, ConvertsToParameterValues) {
 TEST(Zkmorva20MeterThreads, ReadsWhileRenderingStayConsistent) {
     CZkmorva20SignalProcessing p;
     Prepare(p, kFs);
-    const std::vector<double> x = Tone(4.0);
     std::atomic<bool> done{false};
     std::atomic<int> badReads{0};
     std::thread reader([&] {
@@ -212,11 +217,23 @@ TEST(Zkmorva20MeterThreads, ReadsWhileRenderingStayConsistent) {
             }
         }
     });
-    Play(p, x, x, false);
+    // However late the reader starts, it takes a result before the last three
+    // seconds, so they run with a result of 1 applied.
+    Play(p, Tone(1.0), Tone(1.0), false);
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    while (p.ReadMeters().correlationResults == 0 && std::chrono::steady_clock::now() < deadline) {
+        std::this_thread::yield();
+    }
+    Play(p, Tone(3.0), Tone(3.0), false);
     done.store(true);
     reader.join();
     EXPECT_EQ(badReads.load(), 0);
+    EXPECT_GT(p.ReadMeters().correlationResults, 0u);
     // Every result formed on identical channels is 1; the latest one is visible.
+    // Half a second more gives a result whose claim restarts the sums at the next
+    // block, so the last result covers exactly 0.6 s whatever the reader did.
+    Play(p, Tone(0.5), Tone(0.5), false);
+    p.CalcCorrelation();
     Play(p, Tone(0.6), Tone(0.6), false);
     p.CalcCorrelation();
     EXPECT_NEAR(p.ReadMeters().correlationValue, 1.0f, 1e-6);
