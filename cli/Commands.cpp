@@ -12,20 +12,26 @@ namespace {
 void PrintUsage(std::ostream& out) {
     out << "zkmorva: render audio through the Zkmorva EQ units\n"
            "\n"
-           "  zkmorva render [INPUT] OUTPUT [--unit 10|20] [--preset FILE] [--set NAME=VALUE]...\n"
+           "  zkmorva render [INPUT] OUTPUT [--unit 10|20] [--preset PRESET] [--set "
+           "NAME=VALUE]...\n"
            "                 [--listen NAME] [--keep-latency] [--block N] [--format F] [--type T]\n"
            "                 [--quiet]\n"
            "      Without INPUT the built-in demo signal is rendered.\n"
            "  zkmorva params [10|20] [--json]\n"
-           "  zkmorva preset write OUTPUT [--unit 10|20] [--from FILE] [--set NAME=VALUE]...\n"
-           "                 [--name NAME]\n"
-           "  zkmorva preset show FILE [--json]\n"
-           "  zkmorva response [--unit 10|20] [--preset FILE] [--set NAME=VALUE]... [--points N]\n"
+           "  zkmorva preset write OUTPUT [--unit 10|20] [--from PRESET] [--set NAME=VALUE]...\n"
+           "                 [--name NAME] [--format aupreset|lv2|state]\n"
+           "  zkmorva preset show PRESET [--unit 10|20] [--json]\n"
+           "  zkmorva presets [10|20] [--json]\n"
+           "  zkmorva presets export FOLDER [--unit 10|20] [--format aupreset|lv2|state]\n"
+           "  zkmorva response [--unit 10|20] [--preset PRESET] [--set NAME=VALUE]... [--points "
+           "N]\n"
            "                 [--freq HZ]... [--rate HZ] [--png FILE] [--json]\n"
            "  zkmorva demo [FOLDER]\n"
            "\n"
            "NAME is a parameter's name (\"LF Gain\"), symbol (LfGain) or id (11); VALUE is in\n"
-           "its own unit (6, -3.5 dB, 2.5 kHz, on, \"Q f G\"). zkmorva params lists them.\n";
+           "its own unit (6, -3.5 dB, 2.5 kHz, on, \"Q f G\"). zkmorva params lists them.\n"
+           "PRESET (and --preset) is a file (.aupreset, an LV2 preset .ttl, a plug-in .state)\n"
+           "or the name of a factory preset (\"Vocal Presence\"); zkmorva presets lists them.\n";
 }
 
 } // namespace
@@ -43,7 +49,8 @@ std::optional<Preset> LoadPresetOption(const Arguments& args) {
     if (!args.Has("preset")) {
         return std::nullopt;
     }
-    return ReadPreset(args.Value("preset"));
+    const UnitKind* unit = args.Has("unit") ? FindUnit(args.Value("unit")) : nullptr;
+    return LoadPreset(args.Value("preset"), unit);
 }
 
 const UnitKind& ResolveUnit(const Arguments& args, const Preset* preset) {
@@ -82,6 +89,9 @@ int RunCommandLine(std::span<const std::string> args, Console console) {
         if (command == "preset") {
             return PresetCommand(rest, console);
         }
+        if (command == "presets") {
+            return PresetsCommand(rest, console);
+        }
         if (command == "response") {
             return ResponseCommand(rest, console);
         }
@@ -89,7 +99,7 @@ int RunCommandLine(std::span<const std::string> args, Console console) {
             return DemoCommand(rest, console);
         }
         throw CliError("unknown command \"" + command +
-                       "\" (commands: render, params, preset, response, demo, help)");
+                       "\" (commands: render, params, preset, presets, response, demo, help)");
     } catch (const CliError& e) {
         console.err << "zkmorva: " << e.what() << "\n";
         return 1;
