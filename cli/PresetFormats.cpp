@@ -355,10 +355,17 @@ std::string TurtleNumber(float v) {
 }
 
 std::string Lv2Prefixes() {
-    return "@prefix lv2: <http://lv2plug.in/ns/lv2core#> .\n"
-           "@prefix pset: <http://lv2plug.in/ns/ext/presets#> .\n"
-           "@prefix rdfs: <http://www.w3.org/2000/01/rdf-schema#> .\n"
-           "@prefix state: <http://lv2plug.in/ns/ext/state#> .\n\n";
+    // The state key is the plug-in's own property: described here, as validators
+    // want every property used to be defined.
+    return std::string("@prefix lv2: <http://lv2plug.in/ns/lv2core#> .\n"
+                       "@prefix owl: <http://www.w3.org/2002/07/owl#> .\n"
+                       "@prefix pset: <http://lv2plug.in/ns/ext/presets#> .\n"
+                       "@prefix rdfs: <http://www.w3.org/2000/01/rdf-schema#> .\n"
+                       "@prefix state: <http://lv2plug.in/ns/ext/state#> .\n"
+                       "@prefix xsd: <http://www.w3.org/2001/XMLSchema#> .\n\n<") +
+           kLv2StateKeyUri +
+           ">\n    a owl:DatatypeProperty ;\n    rdfs:label \"Zkmorva settings document\" ;\n"
+           "    rdfs:domain state:State ;\n    rdfs:range xsd:string .\n\n";
 }
 
 std::string Lv2PresetBody(const Lv2Preset& p) {
