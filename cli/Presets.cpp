@@ -6,6 +6,7 @@
 #include "framework/SavedState.h"
 
 #include <algorithm>
+#include <bit>
 #include <cctype>
 #include <charconv>
 #include <cmath>
@@ -42,7 +43,28 @@ std::string Squeeze(std::string_view s) {
     return out;
 }
 
-// The unit a saved-state document is for, read from its component codes.
+std::string RangeText(const zk::ParameterDef& p) {
+    char buf[64];
+    std::snprintf(buf, sizeof buf, "%g to %g", static_cast<double>(p.minValue),
+                  static_cast<double>(p.maxValue));
+    return buf;
+}
+
+std::string FloatText(float v) {
+    char buf[32];
+    const auto [end, ec] = std::to_chars(buf, buf + sizeof buf, v);
+    return std::string(buf, ec == std::errc() ? end : buf);
+}
+
+void CheckInRange(const zk::ParameterDef& p, float v, const std::string& source) {
+    if (!(v >= p.minValue && v <= p.maxValue)) {
+        throw CliError("preset " + source + " gives \"" + p.name + "\" (" + p.symbol +
+                       ") the value " + FloatText(v) + ", outside its range " + RangeText(p));
+    }
+}
+
+// The unit a saved-state document is for, read from its component codes; its values
+// are checked against the unit's ranges here, as the unit would quietly clamp them.
 const UnitKind& UnitOfDocument(const std::string& document, const std::string& source) {
     using zkfw::plist::Value;
     Value root;
@@ -70,6 +92,24 @@ const UnitKind& UnitOfDocument(const std::string& document, const std::string& s
                        CodeText(root, "type") + ", subtype " + CodeText(root, "subtype") +
                        ", manufacturer " + CodeText(root, "manufacturer") + ")");
     }
+    // "data": (id, value) pairs, big-endian 32-bit each; the unit judges the layout.
+    if (const auto it = root.dict.find("data");
+        it != root.dict.end() && it->second.kind == Value::Kind::Data) {
+        const std::string& bytes = it->second.text;
+        auto be32 = [&bytes](std::size_t at) {
+            std::uint32_t v = 0;
+            for (std::size_t i = 0; i < 4; ++i) {
+                v = (v << 8) | static_cast<unsigned char>(bytes[at + i]);
+            }
+            return v;
+        };
+        for (std::size_t at = 0; at + 8 <= bytes.size(); at += 8) {
+            const zk::ParameterDef* p = zk::FindParameter(unit->parameters, be32(at));
+            if (p != nullptr && !IsMeter(*unit, *p)) {
+                CheckInRange(*p, std::bit_cast<float>(be32(at + 4)), source);
+            }
+        }
+    }
     return *unit;
 }
 
@@ -83,26 +123,6 @@ const UnitKind& UnitOfPlugins(std::span<const std::string> uris, const std::stri
     }
     throw CliError("preset " + source + " applies to <" + uris.front() +
                    ">, not to a Zkmorva plug-in");
-}
-
-std::string RangeText(const zk::ParameterDef& p) {
-    char buf[64];
-    std::snprintf(buf, sizeof buf, "%g to %g", static_cast<double>(p.minValue),
-                  static_cast<double>(p.maxValue));
-    return buf;
-}
-
-std::string FloatText(float v) {
-    char buf[32];
-    const auto [end, ec] = std::to_chars(buf, buf + sizeof buf, v);
-    return std::string(buf, ec == std::errc() ? end : buf);
-}
-
-void CheckInRange(const zk::ParameterDef& p, float v, const std::string& source) {
-    if (!(v >= p.minValue && v <= p.maxValue)) {
-        throw CliError("preset " + source + " gives \"" + p.name + "\" (" + p.symbol +
-                       ") the value " + FloatText(v) + ", outside its range " + RangeText(p));
-    }
 }
 
 // Everything a file says, checked on a scratch unit: its document (if any) restored,

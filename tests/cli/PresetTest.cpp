@@ -137,6 +137,8 @@ TEST(Preset, HostileFilesAreRefusedByNameAndNothingIsRendered) {
     const std::string plist = FileBytes(dir / "g.aupreset");
     const std::string gainPort = "lv2:symbol \"Eq1LfGain\" ;\n        pset:value 3.0";
     std::string doc10 = OpenZkmorva10()->SaveState();
+    AudioUnitPtr loud = OpenZkmorva10();
+    ASSERT_EQ(loud->SetParameter(zk::kZ10LfGain, kAudioUnitScope_Global, 0, 40.0f, 0), noErr);
     const std::string subtype = std::to_string(MakeFourCC("Zk10"));
     struct Case {
         std::string file, content, fault;
@@ -169,6 +171,8 @@ TEST(Preset, HostileFilesAreRefusedByNameAndNothingIsRendered) {
                               "-30",
                               13)),
          "gives \"LF L Gain\" (Eq1LfGain) the value -30, outside its range -12 to 12"},
+        {"range.aupreset", loud->SaveState(),
+         "gives \"LF Gain\" (LfGain) the value 40, outside its range -12 to 12"},
         {"cut.aupreset", plist.substr(0, plist.size() / 2), "is not a preset document"},
         {"cut.ttl", ttl.substr(0, ttl.size() / 2), "is not a readable LV2 preset: line"},
         {"cut.state", blob.substr(0, blob.size() / 2), "is a truncated plug-in state"},
