@@ -255,6 +255,53 @@ bool StartsWith(std::string_view s, std::string_view prefix) {
     return s.substr(0, prefix.size()) == prefix;
 }
 
+// ---- .vstpreset: "VST3", version, class id, the offset of a chunk list; the
+// component state ("Comp") is one of the chunks. Integers little-endian.
+
+void PutLittle(std::string& out, std::uint64_t v, int bytes) {
+    for (int i = 0; i < bytes; ++i) {
+        out += static_cast<char>((v >> (8 * i)) & 0xff);
+    }
+}
+
+std::uint64_t GetLittle(std::string_view in, std::size_t at, int bytes) {
+    std::uint64_t v = 0;
+    for (int i = bytes - 1; i >= 0; --i) {
+        v = (v << 8) | static_cast<unsigned char>(in[at + static_cast<std::size_t>(i)]);
+    }
+    return v;
+}
+
+constexpr std::size_t kVstHeader = 4 + 4 + 32 + 8;
+
+PresetFile DecodeVstPreset(std::string_view bytes, const std::string& source) {
+    if (bytes.size() < kVstHeader) {
+        Fail(source, "is a truncated VST3 preset (no complete header)");
+    }
+    const std::uint64_t list = GetLittle(bytes, 40, 8);
+    if (list > bytes.size() || bytes.size() - list < 8 || bytes.substr(list, 4) != "List") {
+        Fail(source, "is a truncated VST3 preset (its chunk list is missing)");
+    }
+    const std::uint64_t count = GetLittle(bytes, list + 4, 4);
+    for (std::uint64_t i = 0; i < count; ++i) {
+        const std::size_t entry = list + 8 + i * 20;
+        if (entry + 20 > bytes.size()) {
+            Fail(source, "is a truncated VST3 preset (its chunk list is cut)");
+        }
+        const std::uint64_t offset = GetLittle(bytes, entry + 4, 8);
+        const std::uint64_t size = GetLittle(bytes, entry + 12, 8);
+        if (bytes.substr(entry, 4) == "Comp") {
+            if (offset > bytes.size() || size > bytes.size() - offset) {
+                Fail(source, "is a truncated VST3 preset (its state is cut)");
+            }
+            PresetFile file = DecodeBlob(bytes.substr(offset, size), source);
+            file.format = PresetFormat::VstPreset;
+            return file;
+        }
+    }
+    Fail(source, "is a VST3 preset without a component state");
+}
+
 } // namespace
 
 const char* PresetFormatName(PresetFormat format) {
@@ -265,6 +312,8 @@ const char* PresetFormatName(PresetFormat format) {
         return "lv2";
     case PresetFormat::StateBlob:
         return "state";
+    case PresetFormat::VstPreset:
+        return "vstpreset";
     }
     return "?";
 }
@@ -300,9 +349,15 @@ PresetFile DecodePresetFile(std::string_view bytes, const std::string& source) {
     if (bytes.empty()) {
         Fail(source, "is empty");
     }
-    if (bytes.find('\0') != std::string_view::npos ||
-        bytes.find('\xfe') != std::string_view::npos) {
+    if (StartsWith(bytes, "__dpf_")) {
         return DecodeBlob(bytes, source);
+    }
+    if (StartsWith(bytes, "VST3")) {
+        return DecodeVstPreset(bytes, source);
+    }
+    if (bytes.find('\0') != std::string_view::npos) {
+        Fail(source, "is not a preset document (not an .aupreset, an LV2 preset or a plug-in "
+                     "state)");
     }
     std::string_view head = bytes;
     while (!head.empty() && std::isspace(static_cast<unsigned char>(head.front()))) {
@@ -423,6 +478,42 @@ std::string StateBlob(std::span<const PortValue> ports, std::string_view documen
     out += '\xfe';
     out += '\0';
     return out;
+}
+
+} // namespace zkcli
+
+namespace zkcli {
+
+std::string VstPresetFile(std::string_view classId, std::string_view state) {
+    std::string out = "VST3";
+    PutLittle(out, 1, 4);
+    out += classId;
+    const std::uint64_t list = kVstHeader + state.size();
+    PutLittle(out, list, 8);
+    out += state;
+    out += "List";
+    PutLittle(out, 1, 4);
+    out += "Comp";
+    PutLittle(out, kVstHeader, 8);
+    PutLittle(out, state.size(), 8);
+    return out;
+}
+
+std::string DpfVst3ClassId(std::string_view uniqueId) {
+    // DPF's class id: 'DPF ', 'clas', the unique id, 0, as 32-bit words in the
+    // machine's (little-endian) byte order, written as the bytes' hex digits.
+    std::string bytes = " FPDsalc";
+    for (auto it = uniqueId.rbegin(); it != uniqueId.rend(); ++it) {
+        bytes += *it;
+    }
+    bytes.append(4, '\0');
+    std::string hex;
+    for (char c : bytes) {
+        char buf[3];
+        std::snprintf(buf, sizeof buf, "%02X", static_cast<unsigned char>(c));
+        hex += buf;
+    }
+    return hex;
 }
 
 } // namespace zkcli

@@ -2,8 +2,10 @@
 
 // The files a preset travels in, as text in and out: the saved-state document
 // (.aupreset), an LV2 preset in Turtle (as jalv, Ardour or our bundles write it: the
-// port values by symbol and the document as the plug-in's "ClassInfo" state), and
-// the state blob the plug-ins give VST3 and CLAP hosts (DPF's key/value strings).
+// port values by symbol and the document as the plug-in's "ClassInfo" state), the
+// state blob the plug-ins give VST3 and CLAP hosts (DPF's key/value strings), and a
+// VST3 preset file (.vstpreset: that blob as the component's state; read only, as
+// writing one needs the plug-in's class id).
 // Decoding only takes a file apart; which unit it is for and whether the unit
 // accepts it is decided in Presets.cpp.
 #include "units/ParameterTable.h"
@@ -16,7 +18,7 @@
 
 namespace zkcli {
 
-enum class PresetFormat { AuPreset, Lv2, StateBlob };
+enum class PresetFormat { AuPreset, Lv2, StateBlob, VstPreset };
 
 // "aupreset", "lv2", "state".
 const char* PresetFormatName(PresetFormat format);
@@ -61,6 +63,11 @@ std::string Lv2Prefixes();
 std::string Lv2PresetBody(const Lv2Preset& preset);
 // The state blob as DPF writes it: the document, then every control parameter.
 std::string StateBlob(std::span<const PortValue> ports, std::string_view document);
+// A .vstpreset holding `state` as the component state of the plug-in whose VST3
+// class id is `classId` (32 hex digits).
+std::string VstPresetFile(std::string_view classId, std::string_view state);
+// The class id DPF gives the VST3 plug-in with this four-character unique id.
+std::string DpfVst3ClassId(std::string_view uniqueId);
 
 // Turtle literal and number texts, shared with the bundle generator.
 std::string TurtleString(std::string_view s);

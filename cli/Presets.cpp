@@ -209,6 +209,10 @@ Preset LoadPreset(const std::string& fileOrName, const UnitKind* unit) {
         throw CliError("factory preset \"" + fileOrName + "\" exists for " + found[0].first->title +
                        " and " + found[1].first->title + ": choose one with --unit");
     }
+    if (found.empty() &&
+        (fileOrName.find('/') != std::string::npos || fileOrName.find('.') != std::string::npos)) {
+        return ReadPreset(fileOrName); // meant as a file: says it does not exist
+    }
     if (found.empty()) {
         throw CliError("preset \"" + fileOrName + "\" is neither a file nor a factory preset" +
                        (unit != nullptr ? std::string(" of ") + unit->title : std::string()) +
@@ -289,6 +293,8 @@ std::string EncodePreset(const Preset& preset, PresetFormat format, const std::s
     }
     case PresetFormat::StateBlob:
         return StateBlob(PresetValues(preset), preset.document);
+    case PresetFormat::VstPreset:
+        throw CliError("a VST3 preset is made for one plug-in, in the build (bin/vst3-presets)");
     }
     return preset.document;
 }

@@ -176,6 +176,9 @@ TEST(Preset, HostileFilesAreRefusedByNameAndNothingIsRendered) {
         {"cut.aupreset", plist.substr(0, plist.size() / 2), "is not a preset document"},
         {"cut.ttl", ttl.substr(0, ttl.size() / 2), "is not a readable LV2 preset: line"},
         {"cut.state", blob.substr(0, blob.size() / 2), "is a truncated plug-in state"},
+        {"cut.vstpreset",
+         zkcli::VstPresetFile(zkcli::DpfVst3ClassId("Zk20"), blob).substr(0, blob.size() / 2),
+         "is a truncated VST3 preset"},
         {"empty.ttl", "", "is empty"},
     };
     for (const Case& c : cases) {

@@ -2,8 +2,9 @@
 // Qtractor load and save presets with): the factory presets in each bundle, a user
 // preset a host saves from the plug-in, and a preset the renderer writes. CLAP
 // through our test host: the state the plug-in saves and the one the renderer
-// writes. Each is played by the plug-in, restored as a host restores it, and must
-// give the same bits as `zkmorva render` with the same preset.
+// writes (the VST3 state and preset files hold the same blob). Each is played by the plug-in,
+// restored as a host restores it, and must give the same bits as `zkmorva render` with the same
+// preset.
 #include "cli/CliTestSupport.h"
 #include "cli/Commands.h"
 #include "cli/OutputPath.h"
@@ -418,9 +419,9 @@ TEST(Lv2Presets, PresetWrittenByTheRendererPlaysTheSameInThePlugIn) {
     }
 }
 
-// CLAP hosts save and load the plug-in's state blob: one the renderer writes plays in
-// the plug-in as the renderer renders it, and the one the plug-in then saves renders
-// to the same bits again.
+// CLAP and VST3 hosts save and load the plug-in's state blob: one the renderer writes
+// plays in the plug-in as the renderer renders it, and the one the plug-in then saves
+// renders to the same bits again.
 TEST(ClapPresets, StateBlobsTravelBothWaysBitForBit) {
     ScratchFolder dir;
     for (const PlugIn& p : {kPlugIns[1], kPlugIns[2]}) {
@@ -448,6 +449,11 @@ TEST(ClapPresets, StateBlobsTravelBothWaysBitForBit) {
         EXPECT_EQ(Difference(played, Render(dir, p, saved.string())), "");
         EXPECT_NE(Difference(played, Render(dir, p, "Flat")), "") << "the preset changed nothing";
     }
+    // The VST3 preset files made for hosts hold the same state.
+    const fs::path vst3 = fs::path(ZK_PLUGIN_BIN) / "vst3-presets" / "Zkmorva" / "Zkmorva 20";
+    EXPECT_EQ(Difference(Render(dir, kPlugIns[2], (vst3 / "Left-Right Repair.vstpreset").string()),
+                         Render(dir, kPlugIns[2], "Left/Right Repair")),
+              "");
 }
 
 } // namespace
