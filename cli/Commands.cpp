@@ -30,8 +30,9 @@ void PrintUsage(std::ostream& out) {
            "\n"
            "NAME is a parameter's name (\"LF Gain\"), symbol (LfGain) or id (11); VALUE is in\n"
            "its own unit (6, -3.5 dB, 2.5 kHz, on, \"Q f G\"). zkmorva params lists them.\n"
-           "PRESET (and --preset) is a file (.aupreset, an LV2 preset .ttl, a plug-in .state)\n"
-           "or the name of a factory preset (\"Vocal Presence\"); zkmorva presets lists them.\n";
+           "PRESET (and --preset) is a file (.aupreset, an LV2 preset .ttl, a plug-in .state,\n"
+           "a .vstpreset) or the name of a factory preset (\"Vocal Presence\"); zkmorva presets\n"
+           "lists them.\n";
 }
 
 } // namespace
