@@ -16,8 +16,8 @@ struct CommandEntry {
 };
 
 const CommandEntry kCommands[] = {
-    {"render", &RenderCommand},     {"params", &ParamsCommand}, {"preset", &PresetCommand},
-    {"response", &ResponseCommand}, {"demo", &DemoCommand},
+    {"render", &RenderCommand},   {"params", &ParamsCommand},     {"preset", &PresetCommand},
+    {"presets", &PresetsCommand}, {"response", &ResponseCommand}, {"demo", &DemoCommand},
 };
 
 std::string CommandNames() {
@@ -69,7 +69,8 @@ std::optional<Preset> LoadPresetOption(const Arguments& args) {
     if (!args.Has("preset")) {
         return std::nullopt;
     }
-    return ReadPreset(args.Value("preset"));
+    const UnitKind* unit = args.Has("unit") ? FindUnit(args.Value("unit")) : nullptr;
+    return LoadPreset(args.Value("preset"), unit);
 }
 
 const UnitKind& ResolveUnit(const Arguments& args, const Preset* preset) {

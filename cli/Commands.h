@@ -29,6 +29,7 @@ int RunCommandLine(std::span<const std::string> args, Console console);
 int ParamsCommand(std::span<const std::string> args, Console console);
 int RenderCommand(std::span<const std::string> args, Console console);
 int PresetCommand(std::span<const std::string> args, Console console);
+int PresetsCommand(std::span<const std::string> args, Console console);
 int ResponseCommand(std::span<const std::string> args, Console console);
 int DemoCommand(std::span<const std::string> args, Console console);
 

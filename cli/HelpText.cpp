@@ -19,7 +19,7 @@ const CommandHelp kCommands[] = {
      "input is never overwritten, and each output appears whole or not at all.\n"
      "\n"
      "  -u, --unit 10|20       the unit (default: the preset's, else 10)\n"
-     "  -p, --preset FILE      start from a preset\n"
+     "  -p, --preset PRESET    start from a preset (see zkmorva help presets)\n"
      "  -s, --set NAME=VALUE   set a parameter after the preset (repeatable)\n"
      "  -l, --listen NAME      hold auto-listen on a control for the whole render\n"
      "      --keep-latency     keep the unit's latency (default: output aligned with input)\n"
@@ -54,27 +54,42 @@ const CommandHelp kCommands[] = {
      "      --json             as JSON\n",
      false},
     {"preset",
-     "  zkmorva preset write OUTPUT [--unit 10|20] [--from FILE] [--set NAME=VALUE]...\n"
-     "                 [--name NAME]\n"
-     "  zkmorva preset show FILE [--json]\n",
-     "write: makes a preset from the unit's defaults (or the preset --from FILE) and the\n"
-     "settings, as the unit itself takes them (a master link sets every link).\n"
+     "  zkmorva preset write OUTPUT [--unit 10|20] [--from PRESET] [--set NAME=VALUE]...\n"
+     "                 [--name NAME] [--format aupreset|lv2|state]\n"
+     "  zkmorva preset show PRESET [--unit 10|20] [--json]\n",
+     "write: makes a preset from the unit's defaults (or --from PRESET) and the\n"
+     "settings, as the unit itself takes them (a master link sets every link), as an\n"
+     ".aupreset, an LV2 preset (.ttl, one preset as hosts save it) or the plug-ins'\n"
+     "state (.state); the format follows OUTPUT's extension unless --format is given.\n"
      "show: lists a preset's values, marking those that differ from the defaults.\n"
      "\n"
-     "  -u, --unit 10|20       the unit (default: the --from preset's, else 10)\n"
-     "      --from FILE        start from this preset\n"
+     "  -u, --unit 10|20       the unit (default: the preset's, else 10)\n"
+     "      --from PRESET      start from this preset\n"
      "  -s, --set NAME=VALUE   set a parameter (repeatable)\n"
      "  -n, --name NAME        the preset's name (default: OUTPUT's name)\n"
+     "  -f, --format F         write: aupreset, lv2 or state\n"
      "      --json             show: as JSON\n",
      true},
+    {"presets",
+     "  zkmorva presets [10|20] [--json]\n"
+     "  zkmorva presets export FOLDER [--unit 10|20] [--format aupreset|lv2|state]\n",
+     "Lists the factory presets with a line on each, or writes them as files into FOLDER.\n"
+     "A PRESET anywhere is a file (.aupreset, an LV2 preset .ttl, a plug-in .state, a\n"
+     ".vstpreset) or a factory preset's name (\"Vocal Presence\"; case and punctuation\n"
+     "do not matter; --unit chooses where both units have the name).\n"
+     "\n"
+     "  -u, --unit 10|20       the unit (default: both; also as the first argument)\n"
+     "  -f, --format F         export: aupreset, lv2 or state (default aupreset)\n"
+     "      --json             as JSON\n",
+     true},
     {"response",
-     "  zkmorva response [--unit 10|20] [--preset FILE] [--set NAME=VALUE]... [--points N]\n"
+     "  zkmorva response [--unit 10|20] [--preset PRESET] [--set NAME=VALUE]... [--points N]\n"
      "                 [--freq HZ]... [--rate HZ] [--png FILE] [--json]\n",
      "Measures the magnitude response with sine tones through the unit and prints it in\n"
      "dB per frequency (Zkmorva 20: both channels).\n"
      "\n"
      "  -u, --unit 10|20       the unit (default: the preset's, else 10)\n"
-     "  -p, --preset FILE      start from a preset\n"
+     "  -p, --preset PRESET    start from a preset (see zkmorva help presets)\n"
      "  -s, --set NAME=VALUE   set a parameter after the preset (repeatable)\n"
      "      --points N         frequencies from 20 Hz to 20 kHz, 2 to 2000 (default 61)\n"
      "      --freq HZ          measure this frequency too (repeatable)\n"

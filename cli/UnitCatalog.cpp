@@ -2,7 +2,9 @@
 
 #include "cli/CliError.h"
 #include "units/Zkmorva10AU.h"
+#include "units/Zkmorva10Presets.h"
 #include "units/Zkmorva20AU.h"
+#include "units/Zkmorva20Presets.h"
 
 #include <cctype>
 
@@ -15,12 +17,16 @@ bool IsZkmorva10Meter(AudioUnitParameterID id) {
     return p != nullptr && zk::IsMeter(*p);
 }
 
+constexpr const char* kZkmorva10Uris[] = {"urn:zkmorva:zkmorva10-mono",
+                                          "urn:zkmorva:zkmorva10-stereo"};
+constexpr const char* kZkmorva20Uris[] = {"urn:zkmorva:zkmorva20"};
+
 const UnitKind kUnits[] = {
     {"10", "Zkmorva 10", &OpenZkmorva10, kZkmorva10Description, zk::kZkmorva10Parameters,
-     zk::kZkmorva10ValueTexts, 0, -1, -1, &IsZkmorva10Meter},
+     zk::kZkmorva10ValueTexts, 0, -1, -1, &IsZkmorva10Meter, zk::kZkmorva10Presets, kZkmorva10Uris},
     {"20", "Zkmorva 20", &OpenZkmorva20, kZkmorva20Description, zk::kZkmorva20Parameters,
      zk::kZkmorva20ValueTexts, 2, zk::kZ20BalanceMeter, zk::kZ20CorrelationMeter,
-     &zk::IsZkmorva20Meter},
+     &zk::IsZkmorva20Meter, zk::kZkmorva20Presets, kZkmorva20Uris},
 };
 
 // Lower-case letters and digits only: "Zkmorva-10" -> "zkmorva10".

@@ -3,6 +3,7 @@
 // The units the renderer can drive, as data: how each is named on the command line,
 // opened, described and fed with channels.
 #include "framework/Component.h"
+#include "units/FactoryPreset.h"
 #include "units/ParameterTable.h"
 #include "units/ValueTexts.h"
 
@@ -28,6 +29,10 @@ struct UnitKind {
     long correlationMeter;
     // Output parameters the unit computes (never set, never shown as preset values).
     bool (*isMeter)(AudioUnitParameterID id);
+    std::span<const zk::FactoryPreset> factoryPresets;
+    // The LV2 plug-ins built from the unit (their URIs, as plugins/CMakeLists.txt
+    // names them): the plug-ins its LV2 presets apply to.
+    std::span<const char* const> lv2Uris;
 };
 
 bool IsMeter(const UnitKind& unit, const zk::ParameterDef& def);

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Builds (through bootstrap.sh, which also installs the packages) and installs, for
-# the current user, the plug-ins in ~/.lv2, ~/.vst3 and ~/.clap, the JACK apps and
+# the current user, the plug-ins in ~/.lv2, ~/.vst3 and ~/.clap (with the factory
+# presets as VST3 preset files in ~/.vst3/presets/Zkmorva), the JACK apps and
 # the zkmorva renderer in ~/.local/bin, and the manual in
 # ~/.local/share/doc/zkmorva-eq/manual, where the editors' help pages find it. Set
 # ZK_BUILD_DIR to use another build folder, PREFIX_HOME to install somewhere other
@@ -26,6 +27,11 @@ for p in "${plugins[@]}"; do
     install -m 755 "$bin/$p.clap" "$dest/.clap/$p.clap"
     install -m 755 "$bin/$p" "$dest/.local/bin/$p"
 done
+if [ -d "$bin/vst3-presets/Zkmorva" ]; then
+    rm -rf "${dest:?}/.vst3/presets/Zkmorva"
+    mkdir -p "$dest/.vst3/presets"
+    cp -R "$bin/vst3-presets/Zkmorva" "$dest/.vst3/presets/"
+fi
 manual=$dest/.local/share/doc/zkmorva-eq/manual
 rm -rf "$manual"
 mkdir -p "$manual"

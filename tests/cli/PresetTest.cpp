@@ -117,28 +117,85 @@ TEST(Preset, WriteFromAPresetKeepsItsValuesAndAddsSettings) {
     EXPECT_EQ(seen, 2);
 }
 
-TEST(Preset, ForeignAndMalformedDocumentsAreRefusedWithTheirName) {
+std::string Replaced(std::string text, const std::string& from, const std::string& to) {
+    const std::size_t at = text.find(from);
+    EXPECT_NE(at, std::string::npos) << from;
+    return at == std::string::npos ? text : text.replace(at, from.size(), to);
+}
+
+// One hostile file of each kind, in each format it can come in: the render fails with
+// a message naming the file and the fault, and leaves no output behind.
+TEST(Preset, HostileFilesAreRefusedByNameAndNothingIsRendered) {
     ScratchFolder dir;
-    AudioUnitPtr unit = OpenZkmorva10();
-    std::string doc = unit->SaveState();
-    const std::string subtype = std::to_string(MakeFourCC("Zk10"));
-    doc.replace(doc.find(subtype), subtype.size(), std::to_string(MakeFourCC("Othr")));
-    zkcli::WriteTextFile(dir / "foreign.aupreset", doc);
-    zkcli::WriteTextFile(dir / "broken.aupreset", "<plist><dict><key>type</key>");
-    try {
-        zkcli::ReadPreset(dir / "foreign.aupreset");
-        FAIL() << "a foreign preset was accepted";
-    } catch (const zkcli::CliError& e) {
-        EXPECT_NE(std::string(e.what()).find("foreign.aupreset"), std::string::npos);
-        EXPECT_NE(std::string(e.what()).find("'Othr'"), std::string::npos) << e.what();
+    WriteAudio(dir / "in.wav", TestSignal(2, 4800));
+    for (const char* f : {"g.ttl", "g.state", "g.aupreset"}) {
+        ASSERT_EQ(Cli({"preset", "write", (dir / f).string(), "--unit", "20", "--set",
+                       "LF L Gain=3", "--set", "LF R Gain=3"}),
+                  0);
     }
-    try {
-        zkcli::ReadPreset(dir / "broken.aupreset");
-        FAIL() << "a malformed preset was accepted";
-    } catch (const zkcli::CliError& e) {
-        EXPECT_NE(std::string(e.what()).find("broken.aupreset"), std::string::npos);
-        EXPECT_NE(std::string(e.what()).find("not a preset document"), std::string::npos)
-            << e.what();
+    const std::string ttl = FileBytes(dir / "g.ttl"), blob = FileBytes(dir / "g.state");
+    const std::string plist = FileBytes(dir / "g.aupreset");
+    const std::string gainPort = "lv2:symbol \"Eq1LfGain\" ;\n        pset:value 3.0";
+    std::string doc10 = OpenZkmorva10()->SaveState();
+    AudioUnitPtr loud = OpenZkmorva10();
+    ASSERT_EQ(loud->SetParameter(zk::kZ10LfGain, kAudioUnitScope_Global, 0, 40.0f, 0), noErr);
+    const std::string subtype = std::to_string(MakeFourCC("Zk10"));
+    struct Case {
+        std::string file, content, fault;
+        std::vector<std::string> extra = {};
+    };
+    const std::vector<Case> cases = {
+        {"foreign.aupreset", Replaced(doc10, subtype, std::to_string(MakeFourCC("Othr"))),
+         "belongs to another product (type"},
+        {"other-plugin.ttl",
+         Replaced(ttl, "<urn:zkmorva:zkmorva20>", "<http://example.org/plugins/eq12>"),
+         "applies to <http://example.org/plugins/eq12>, not to a Zkmorva plug-in"},
+        {"state-of-10.ttl",
+         Replaced(ttl, ttl.substr(ttl.find("<urn:distrho:ClassInfo> \"")),
+                  "<urn:distrho:ClassInfo> " + zkcli::TurtleString(doc10) + "\n    ] .\n"),
+         "applies to Zkmorva 20 but its state is another unit's"},
+        {"for-20.aupreset", plist, "is for Zkmorva 20, not Zkmorva 10", {"--unit", "10"}},
+        {"unknown.ttl", Replaced(ttl, "\"Eq1LfGain\"", "\"Eq1LfBoost\""),
+         "sets \"Eq1LfBoost\", which Zkmorva 20 does not have"},
+        {"unknown.state",
+         Replaced(blob, std::string("Eq1LfGain\0", 10), std::string("Eq1LfBoost\0", 11)),
+         "sets \"Eq1LfBoost\", which Zkmorva 20 does not have"},
+        {"range.ttl", Replaced(ttl, gainPort, Replaced(gainPort, "3.0", "40.0")),
+         "gives \"LF L Gain\" (Eq1LfGain) the value 40, outside its range -12 to 12"},
+        {"range.state",
+         Replaced(blob,
+                  std::string("Eq1LfGain\0"
+                              "3",
+                              11),
+                  std::string("Eq1LfGain\0"
+                              "-30",
+                              13)),
+         "gives \"LF L Gain\" (Eq1LfGain) the value -30, outside its range -12 to 12"},
+        {"range.aupreset", loud->SaveState(),
+         "gives \"LF Gain\" (LfGain) the value 40, outside its range -12 to 12"},
+        {"cut.aupreset", plist.substr(0, plist.size() / 2), "is not a preset document"},
+        {"cut.ttl", ttl.substr(0, ttl.size() / 2), "is not a readable LV2 preset: line"},
+        {"cut.state", blob.substr(0, blob.size() / 2), "is a truncated plug-in state"},
+        {"cut.vstpreset",
+         zkcli::VstPresetFile(zkcli::DpfVst3ClassId("Zk20"), blob).substr(0, blob.size() / 2),
+         "is a truncated VST3 preset"},
+        {"empty.ttl", "", "is empty"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.file);
+        zkcli::WriteTextFile(dir / c.file, c.content);
+        std::vector<std::string> args = {"render", (dir / "in.wav").string(),
+                                         (dir / "out.wav").string(), "--preset",
+                                         (dir / c.file).string()};
+        args.insert(args.end(), c.extra.begin(), c.extra.end());
+        const RunResult r = RunZkmorva(args, dir / "run");
+        EXPECT_EQ(r.status, 1);
+        EXPECT_NE(r.err.find((dir / c.file).string()), std::string::npos) << r.err;
+        EXPECT_NE(r.err.find(c.fault), std::string::npos) << r.err;
+        EXPECT_FALSE(fs::exists(dir / "out.wav"));
+    }
+    for (const std::string& name : dir.Names()) {
+        EXPECT_NE(name[0], '.') << "a temporary was left: " << name;
     }
 }
 

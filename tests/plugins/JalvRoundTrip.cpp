@@ -2,8 +2,9 @@
 // bundle, and a JACK client of ours that plays a test signal into the plug-in
 // and records what comes back. The recording must match the renderer's output
 // (or, without the renderer, a direct drive of the unit) for the same setting,
-// allowing for the block alignment, both for a setting given at start-up and for
-// one sent to jalv while it runs.
+// allowing for the block alignment, for a setting given at start-up, for one sent
+// to jalv while it runs, and for a factory preset jalv lists and loads from the
+// bundle (against the renderer's --preset with the preset's name).
 //
 // zk_jalv_roundtrip URI CHANNELS LV2_DIR UNIT [RENDERER]    (UNIT: 10 or 20)
 
@@ -136,7 +137,7 @@ struct Setting {
 
 Channels Reference(const std::string& renderer, const std::string& unitName,
                    const zkplug::UnitDescriptor& unit, const std::vector<Setting>& settings,
-                   const Channels& input, const std::string& dir) {
+                   const Channels& input, const std::string& dir, const std::string& preset = "") {
     if (renderer.empty()) {
         Settings s;
         for (const Setting& x : settings) {
@@ -148,6 +149,9 @@ Channels Reference(const std::string& renderer, const std::string& unitName,
     WriteWav(in, input);
     std::string cmd = "'" + renderer + "' render '" + in + "' '" + out + "' --unit " + unitName +
                       " --keep-latency --type float --quiet";
+    if (!preset.empty()) {
+        cmd += " --preset '" + preset + "'";
+    }
     for (const Setting& x : settings) {
         cmd += std::string(" --set ") + x.symbol + "=" + std::to_string(x.value);
     }
@@ -359,6 +363,22 @@ int main(int argc, char** argv) {
     const auto [lagX, errX] = Align(passB, refA);
     Check(errX > 100 * kTolerance, "the setting sent to jalv changed the sound (diff " +
                                        std::to_string(errX) + " from before)");
+
+    // A factory preset from the bundle, as jalv's preset menu loads it.
+    if (!renderer.empty()) {
+        const std::string preset = z20 ? "Left/Right Repair" : "Telephone";
+        const std::string presetUri = uri + (z20 ? "#left-right-repair" : "#telephone");
+        // jalv finds a preset once it has listed them, as its menu does.
+        jalv.Write("presets\npreset " + presetUri + "\n");
+        std::this_thread::sleep_for(500ms);
+        const Channels refC = Reference(renderer, unitName, unit, {}, signal, dir, preset);
+        const Channels passC = recordPass();
+        const auto [lagC, errC] = Align(passC, refC);
+        Check(errC < kTolerance,
+              "factory preset \"" + preset +
+                  "\" loaded by jalv: recording matches the renderer (max diff " +
+                  std::to_string(errC) + ")");
+    }
 
     jack_deactivate(client);
     jack_client_close(client);
