@@ -101,6 +101,8 @@ public:
         in.get = [](const clap_input_events_t* l, uint32_t i) -> const clap_event_header_t* {
             return &static_cast<EventLists*>(l->ctx)->events.at(i).header;
         };
+        // Room made before processing, which must not allocate.
+        output.reserve(4096);
         out.ctx = this;
         out.try_push = [](const clap_output_events_t* l, const clap_event_header_t* e) {
             if (e->space_id == CLAP_CORE_EVENT_SPACE_ID && e->type == CLAP_EVENT_PARAM_VALUE) {
