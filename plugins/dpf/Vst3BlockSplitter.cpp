@@ -239,28 +239,53 @@ std::int32_t Vst3BlockSplitter::NextStart(std::int32_t frames) const {
     return next;
 }
 
-// Every queue's points up to `start` become one change at offset 0 (the last
-// value wins, as the host meant it to stand from there on).
+// Every point up to `start` becomes a change at offset 0 of its own, in queue
+// order, so that DPF applies each value (several for one parameter at one frame
+// as well: DPF reads only a queue's first point). Values held back from a call
+// of zero frames, which DPF does not apply, come first.
 void Vst3BlockSplitter::Collect(std::int32_t start) {
     inCount = 0;
+    if (blockFrames > 0) {
+        for (std::int32_t i = 0; i < heldCount; ++i) {
+            Pass(held[i].id, held[i].value);
+        }
+        heldCount = 0;
+    }
     for (int32_t i = 0; i < followedCount; ++i) {
         Followed& f = followed[i];
-        bool any = false;
-        double value = 0.0;
         while (f.next < f.count && f.nextOffset <= start) {
             int32_t offset = 0;
+            double value = 0.0;
             if (v3_cpp_obj(f.queue)->get_point(f.queue, f.next, &offset, &value) == V3_OK) {
-                any = true;
+                Pass(f.id, value);
             }
             ++f.next;
             Advance(f);
         }
-        if (any) {
-            inQueues[inCount].id = f.id;
-            inQueues[inCount].value = value;
-            ++inCount;
-        }
     }
+}
+
+void Vst3BlockSplitter::Pass(v3_param_id id, double value) {
+    if (inCount == kMaxQueues) {
+        ++droppedPoints;
+        return;
+    }
+    inQueues[inCount].id = id;
+    inQueues[inCount].value = value;
+    ++inCount;
+}
+
+// DPF applies no input parameter in a call of zero frames (hosts make them to
+// pass values while stopped): such values wait for the next call with frames.
+void Vst3BlockSplitter::HoldBack() {
+    for (std::int32_t i = 0; i < inCount; ++i) {
+        if (heldCount == kMaxQueues) {
+            ++droppedPoints;
+            continue;
+        }
+        held[heldCount++] = {inQueues[i].id, inQueues[i].value};
+    }
+    inCount = 0;
 }
 
 void Vst3BlockSplitter::OffsetBuffers(const v3_process_data& block, v3_process_data& piece,
@@ -347,6 +372,9 @@ v3_result Vst3BlockSplitter::Process(const v3_process_data& block, Downstream ne
     for (;;) {
         // A block whose buffers do not fit takes every value at its start.
         Collect(splittable ? start : std::numeric_limits<int32_t>::max());
+        if (frames == 0) {
+            HoldBack();
+        }
         const int32_t end = splittable ? NextStart(frames) : frames;
         const v3_result result = RunPiece(block, start, end - start, next, context);
         if (result != V3_OK || end >= frames) {

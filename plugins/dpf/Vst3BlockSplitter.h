@@ -4,8 +4,10 @@
 // parameter's point at offset 0 before it renders and the queue's last point
 // after, and drops the rest. The host block is cut at every point offset of
 // every input parameter queue; DPF's process runs once per piece with input
-// parameter changes holding, for each parameter with a point at the piece's
-// start, one point at offset 0 (the last one there when a queue has several).
+// parameter changes holding one queue with one point at offset 0 for each point
+// at the piece's start (several for one parameter when it has several there).
+// Values sent in a call of zero frames, which DPF ignores, are applied at the
+// start of the next call with frames.
 //
 // Around each piece a ProcessReport is installed; the parameters the unit set
 // itself during that piece (a linked partner, the master link's switches, the
@@ -16,8 +18,9 @@
 //
 // The audio thread never allocates, locks or waits here: every buffer is a
 // fixed array in this object, the parameter ranges are fixed at construction.
-// Queues beyond kMaxQueues in one block, or output queues beyond kMaxOutQueues
-// in one piece, are counted; the former are applied at the block's start.
+// Queues or points beyond kMaxQueues, or output queues beyond kMaxOutQueues in
+// one piece, are counted (the queues and points dropped, the output queues
+// passed on unshifted).
 
 #include "plugins/core/ProcessReport.h"
 #include "src/travesty/audio_processor.h"
@@ -35,7 +38,7 @@ public:
     // The process call behind (DPF's).
     using Downstream = v3_result (*)(void* context, v3_process_data* piece);
 
-    static constexpr std::int32_t kMaxQueues = 1024;    // input queues followed in one block
+    static constexpr std::int32_t kMaxQueues = 1024;    // input queues, and points in a piece
     static constexpr std::int32_t kMaxOutQueues = 1024; // output queues seen in one piece
     static constexpr std::int32_t kMaxBuses = 4;
     static constexpr std::int32_t kMaxChannels = 8;
@@ -50,6 +53,7 @@ public:
 
     // Diagnostics, read off the audio thread.
     std::uint64_t IgnoredQueues() const { return ignoredQueues; }
+    std::uint64_t DroppedPoints() const { return droppedPoints; }
     std::uint64_t UnsplitBlocks() const { return unsplitBlocks; }
     std::uint64_t UnshiftedOutQueues() const { return unshiftedOutQueues; }
     std::uint64_t DroppedReports() const { return report.Dropped(); }
@@ -93,6 +97,8 @@ private:
     void Advance(Followed& f);
     std::int32_t NextStart(std::int32_t frames) const;
     void Collect(std::int32_t start);
+    void Pass(v3_param_id id, double value);
+    void HoldBack();
     v3_result RunPiece(const v3_process_data& block, std::int32_t start, std::int32_t frames,
                        Downstream next, void* context);
     void OffsetBuffers(const v3_process_data& block, v3_process_data& piece, std::int32_t start);
@@ -113,6 +119,12 @@ private:
     std::array<InQueue, kMaxQueues> inQueues{};
     std::int32_t inCount = 0;
     InChanges inChanges{&kInChangesTable, this};
+    struct Held {
+        v3_param_id id;
+        double value;
+    };
+    std::array<Held, kMaxQueues> held{};
+    std::int32_t heldCount = 0;
 
     v3_param_changes** hostOut = nullptr;
     std::int32_t outOffset = 0;
@@ -128,6 +140,7 @@ private:
     ProcessReport report;
 
     std::uint64_t ignoredQueues = 0;
+    std::uint64_t droppedPoints = 0;
     std::uint64_t unsplitBlocks = 0;
     std::uint64_t unshiftedOutQueues = 0;
 };

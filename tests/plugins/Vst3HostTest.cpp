@@ -158,7 +158,7 @@ struct Vst3Recorder {
     std::vector<Piece> pieces;
 };
 
-TEST(Vst3BlockSplitter, CutsTheBlockAtEveryPointAndHandsOnOnePointPerParameter) {
+TEST(Vst3BlockSplitter, CutsTheBlockAtEveryPointAndHandsOnEachValue) {
     // Parameter ids 3.. are host indices 0..; index 1 ranges over [-10, 10].
     zkplug::Vst3BlockSplitter splitter(3, {{0.0f, 1.0f}, {-10.0f, 10.0f}, {0.0f, 1.0f}});
     Vst3Changes in({{3, 0, 0.1}, {3, 37, 0.5}, {3, 37, 0.6}, {4, 100, 0.7}, {5, 300, 0.8}});
@@ -190,7 +190,7 @@ TEST(Vst3BlockSplitter, CutsTheBlockAtEveryPointAndHandsOnOnePointPerParameter) 
     EXPECT_TRUE(same(pieces[0].points, {{3, 0, 0.1}}));
     EXPECT_EQ(pieces[1].start, 37);
     EXPECT_EQ(pieces[1].frames, 63);
-    EXPECT_TRUE(same(pieces[1].points, {{3, 0, 0.6}})); // the last point at 37
+    EXPECT_TRUE(same(pieces[1].points, {{3, 0, 0.5}, {3, 0, 0.6}})); // each, in order
     EXPECT_EQ(pieces[2].start, 100);
     EXPECT_TRUE(same(pieces[2].points, {{4, 0, 0.7}}));
     EXPECT_EQ(pieces[3].start, 255); // past the block: its last frame
