@@ -1,12 +1,16 @@
 // The CLAP entry hosts see. It forwards to DPF's entry and adds the checks DPF
 // leaves out: a plug-in id other than ours is refused, and a state is loaded only
 // when it is a complete DPF blob holding a document this unit accepts, so an
-// empty, foreign or broken state changes nothing.
+// empty, foreign or broken state changes nothing. Each plug-in's process and
+// parameter flush run through a ClapBlockSplitter, so automation lands on its
+// frame and the unit's own parameter changes reach the host.
 
 #include "DistrhoPluginInfo.h"
 #include "plugins/core/PluginCore.h"
+#include "plugins/dpf/ClapBlockSplitter.h"
 #include "plugins/dpf/StateBlob.h"
 #include "src/clap/entry.h"
+#include "src/clap/ext/params.h"
 #include "src/clap/ext/state.h"
 #include "src/clap/plugin-factory.h"
 
@@ -14,6 +18,8 @@
 #include <atomic>
 #include <cstdio>
 #include <cstring>
+#include <memory>
+#include <new>
 #include <string>
 
 extern "C" const clap_plugin_entry_t zk_dpf_clap_entry;
@@ -24,6 +30,7 @@ constexpr std::size_t kMaxStateBytes = std::size_t(16) << 20;
 
 const clap_plugin_factory_t* dpfFactory = nullptr;
 const void*(CLAP_ABI* dpfGetExtension)(const clap_plugin_t*, const char*) = nullptr;
+const clap_plugin_params_t* dpfParams = nullptr;
 
 void LogOnce(const char* message) {
     static std::atomic<bool> logged{false};
@@ -104,11 +111,90 @@ bool CLAP_ABI StateLoad(const clap_plugin_t* plugin, const clap_istream_t* strea
 
 const clap_plugin_state_t kState{&StateSave, &StateLoad};
 
+// One plug-in as the host holds it: a copy of DPF's record (its plugin_data is
+// DPF's instance, which is all DPF's functions read) with process, flush and
+// destroy passing through this wrapper first.
+struct WrappedPlugin {
+    struct Record {
+        clap_plugin_t plugin; // first: the host's pointer is this record's
+        WrappedPlugin* owner;
+    };
+
+    WrappedPlugin(const clap_plugin_t* dpf, std::uint32_t parameterCount)
+        : record{*dpf, this}, dpf(dpf), splitter(parameterCount) {}
+
+    static WrappedPlugin* Of(const clap_plugin_t* plugin) {
+        return reinterpret_cast<const Record*>(plugin)->owner;
+    }
+
+    Record record;
+    const clap_plugin_t* const dpf;
+    zkplug::ClapBlockSplitter splitter;
+};
+
+clap_process_status DpfProcess(void* context, const clap_process_t* piece) {
+    const clap_plugin_t* dpf = static_cast<WrappedPlugin*>(context)->dpf;
+    return dpf->process(dpf, piece);
+}
+
+clap_process_status CLAP_ABI Process(const clap_plugin_t* plugin, const clap_process_t* process) {
+    if (process == nullptr) {
+        return CLAP_PROCESS_ERROR;
+    }
+    WrappedPlugin* self = WrappedPlugin::Of(plugin);
+    return self->splitter.Process(*process, &DpfProcess, self);
+}
+
+void DpfFlush(void* context, const clap_input_events_t* in, const clap_output_events_t* out) {
+    dpfParams->flush(static_cast<WrappedPlugin*>(context)->dpf, in, out);
+}
+
+void CLAP_ABI Flush(const clap_plugin_t* plugin, const clap_input_events_t* in,
+                    const clap_output_events_t* out) {
+    WrappedPlugin* self = WrappedPlugin::Of(plugin);
+    self->splitter.Flush(in, out, &DpfFlush, self);
+}
+
+uint32_t CLAP_ABI ParamCount(const clap_plugin_t* p) {
+    return dpfParams->count(p);
+}
+bool CLAP_ABI ParamInfo(const clap_plugin_t* p, uint32_t index, clap_param_info_t* info) {
+    return info != nullptr && index < ParamCount(p) && dpfParams->get_info(p, index, info);
+}
+bool CLAP_ABI ParamValue(const clap_plugin_t* p, clap_id id, double* value) {
+    return value != nullptr && id < ParamCount(p) && dpfParams->get_value(p, id, value);
+}
+bool CLAP_ABI ParamText(const clap_plugin_t* p, clap_id id, double value, char* text,
+                        uint32_t size) {
+    return text != nullptr && size > 0 && id < ParamCount(p) &&
+           dpfParams->value_to_text(p, id, value, text, size);
+}
+bool CLAP_ABI ParamFromText(const clap_plugin_t* p, clap_id id, const char* text, double* value) {
+    return text != nullptr && value != nullptr && id < ParamCount(p) &&
+           dpfParams->text_to_value(p, id, text, value);
+}
+
+const clap_plugin_params_t kParams{&ParamCount, &ParamInfo,     &ParamValue,
+                                   &ParamText,  &ParamFromText, &Flush};
+
+void CLAP_ABI Destroy(const clap_plugin_t* plugin) {
+    WrappedPlugin* self = WrappedPlugin::Of(plugin);
+    const clap_plugin_t* dpf = self->dpf;
+    delete self;
+    dpf->destroy(dpf);
+}
+
 const void* CLAP_ABI GetExtension(const clap_plugin_t* plugin, const char* id) {
-    if (id != nullptr && std::strcmp(id, CLAP_EXT_STATE) == 0) {
+    if (id == nullptr || dpfGetExtension == nullptr) {
+        return nullptr;
+    }
+    if (std::strcmp(id, CLAP_EXT_STATE) == 0) {
         return &kState;
     }
-    return dpfGetExtension != nullptr ? dpfGetExtension(plugin, id) : nullptr;
+    if (std::strcmp(id, CLAP_EXT_PARAMS) == 0) {
+        return dpfParams != nullptr ? &kParams : nullptr;
+    }
+    return dpfGetExtension(plugin, id);
 }
 
 uint32_t CLAP_ABI PluginCount(const clap_plugin_factory_t*) {
@@ -128,15 +214,23 @@ const clap_plugin_t* CLAP_ABI CreatePlugin(const clap_plugin_factory_t*, const c
         LogOnce("refusing to create a plug-in with an unknown id");
         return nullptr;
     }
-    const clap_plugin_t* plugin = dpfFactory->create_plugin(dpfFactory, host, pluginId);
-    if (plugin == nullptr) {
+    const clap_plugin_t* dpf = dpfFactory->create_plugin(dpfFactory, host, pluginId);
+    if (dpf == nullptr) {
         return nullptr;
     }
-    // DPF allocates the plug-in record itself, so it may be amended here.
-    auto* mutablePlugin = const_cast<clap_plugin_t*>(plugin);
-    dpfGetExtension = mutablePlugin->get_extension;
-    mutablePlugin->get_extension = &GetExtension;
-    return plugin;
+    dpfGetExtension = dpf->get_extension;
+    dpfParams = static_cast<const clap_plugin_params_t*>(dpf->get_extension(dpf, CLAP_EXT_PARAMS));
+    const std::uint32_t parameterCount = dpfParams != nullptr ? dpfParams->count(dpf) : 0;
+    auto* self = new (std::nothrow) WrappedPlugin(dpf, parameterCount);
+    if (self == nullptr) {
+        dpf->destroy(dpf);
+        return nullptr;
+    }
+    clap_plugin_t& record = self->record.plugin;
+    record.destroy = &Destroy;
+    record.process = &Process;
+    record.get_extension = &GetExtension;
+    return &record;
 }
 
 const clap_plugin_factory_t kFactory{&PluginCount, &Descriptor, &CreatePlugin};

@@ -157,10 +157,8 @@ protected:
     void activate() override {
         core.Activate(getSampleRate(), getBufferSize());
         setLatency(core.LatencyFrames());
-        // A host that takes change requests (LV2 with the extension, the JACK app)
-        // accepts this one, which asks for the value the parameter already has.
-        changeRequestsReachHost =
-            !core.Parameters().empty() && requestParameterValueChange(0, core.GetParameter(0));
+        // LV2 hosts with the change-request extension and the JACK app take them.
+        changeRequestsReachHost = canRequestParameterValueChanges();
     }
 
     void deactivate() override { core.Deactivate(); }

@@ -67,20 +67,23 @@ private:
     void* handle = nullptr;
 };
 
-// A parameter change to send with a process call (or a flush).
+// A parameter change to send with a process call (or a flush), or one the
+// plug-in sent.
 struct ParamChange {
     clap_id id;
     double value;
+    uint32_t time = 0; // frame in the block
 };
 
-// The host's event lists: input events from a vector, output events dropped.
+// The host's event lists: input events from a vector, output parameter values
+// collected.
 class EventLists {
 public:
     explicit EventLists(const std::vector<ParamChange>& changes) {
         for (const ParamChange& c : changes) {
             clap_event_param_value_t e{};
             e.header.size = sizeof e;
-            e.header.time = 0;
+            e.header.time = c.time;
             e.header.space_id = CLAP_CORE_EVENT_SPACE_ID;
             e.header.type = CLAP_EVENT_PARAM_VALUE;
             e.param_id = c.id;
@@ -98,11 +101,21 @@ public:
         in.get = [](const clap_input_events_t* l, uint32_t i) -> const clap_event_header_t* {
             return &static_cast<EventLists*>(l->ctx)->events.at(i).header;
         };
+        // Room made before processing, which must not allocate.
+        output.reserve(4096);
         out.ctx = this;
-        out.try_push = [](const clap_output_events_t*, const clap_event_header_t*) { return true; };
+        out.try_push = [](const clap_output_events_t* l, const clap_event_header_t* e) {
+            if (e->space_id == CLAP_CORE_EVENT_SPACE_ID && e->type == CLAP_EVENT_PARAM_VALUE) {
+                const auto* v = reinterpret_cast<const clap_event_param_value_t*>(e);
+                static_cast<EventLists*>(l->ctx)->output.push_back(
+                    {v->param_id, v->value, e->time});
+            }
+            return true;
+        };
     }
     clap_input_events_t in{};
     clap_output_events_t out{};
+    std::vector<ParamChange> output;
 
 private:
     std::vector<clap_event_param_value_t> events;
@@ -155,6 +168,7 @@ public:
     void Flush(const std::vector<ParamChange>& changes) {
         EventLists lists(changes);
         params->flush(plugin, &lists.in, &lists.out);
+        output = std::move(lists.output);
     }
     double Value(clap_id id) const {
         double v = 0;
@@ -200,7 +214,9 @@ public:
         p.audio_outputs_count = 1;
         p.in_events = &lists.in;
         p.out_events = &lists.out;
-        return plugin->process(plugin, &p) == CLAP_PROCESS_CONTINUE;
+        const bool ok = plugin->process(plugin, &p) == CLAP_PROCESS_CONTINUE;
+        output = std::move(lists.output);
+        return ok;
     }
 
     std::string SaveState() const {
@@ -234,7 +250,8 @@ public:
 
     clap_host_t host{};
     clap_host_latency_t hostLatency{};
-    int latencyChanges = 0; // the plug-in's latency-changed notifications
+    int latencyChanges = 0;          // the plug-in's latency-changed notifications
+    std::vector<ParamChange> output; // parameter values of the last process or flush
     const clap_plugin_t* plugin = nullptr;
     const clap_plugin_params_t* params = nullptr;
     const clap_plugin_state_t* state = nullptr;

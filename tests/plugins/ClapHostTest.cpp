@@ -4,17 +4,18 @@
 
 #include "tests/plugins/ClapHost.h"
 #include "plugins/core/EditorLink.h"
+#include "plugins/core/ProcessReport.h"
 #include "plugins/core/SpectrumTap.h"
 #include "plugins/core/UnitDescriptor.h"
+#include "plugins/dpf/ClapBlockSplitter.h"
 #include "plugins/dpf/StateBlob.h"
 #include "tests/plugins/DirectDrive.h"
 
 #include <gtest/gtest.h>
 
-#include <chrono>
+#include <algorithm>
 #include <cmath>
 #include <set>
-#include <thread>
 
 namespace {
 
@@ -102,6 +103,7 @@ protected:
     bool IsOutput(const zk::ParameterDef& d) const {
         return zk::IsMeter(d) || (Unit().isMeter != nullptr && Unit().isMeter(d.id));
     }
+    static std::vector<ParamChange> NoChanges() { return {}; }
     static std::vector<ParamChange> AsChanges(const Settings& s) {
         std::vector<ParamChange> out;
         for (const auto& [id, v] : s) {
@@ -285,36 +287,45 @@ TEST_P(ClapPlugin, BypassIsTheLatencyMatchedDryPath) {
     EXPECT_LT(worst, 1e-6) << "blocks of " << block;
 }
 
-// A value change while running goes through the unit's parameter thread and is
-// heard a little later, never lost.
-TEST_P(ClapPlugin, HostChangeWhileRunningReachesTheSound) {
-    const Channels input = TestSignal(ChannelCount(), 512);
-    auto p = Create();
-    p->Activate(48000.0, 512);
-    const Channels before = Run(*p, input, 512, false);
-    std::vector<float*> none;
-    Channels in = input, out = input;
-    std::vector<float*> ip, op;
-    for (std::size_t c = 0; c < input.size(); ++c) {
-        ip.push_back(in[c].data());
-        op.push_back(out[c].data());
-    }
-    std::vector<ParamChange> mute;
+// Values inside a block take effect at their frame: with the output gain
+// stepped at frame 37 of the third 256-frame block, every frame before the step
+// sounds as a render without it and every frame from the step on as a render
+// with the new gain from the start (the gain is applied after the filters and
+// the oversampling, so no frame lies between).
+TEST_P(ClapPlugin, EventsInsideABlockLandOnTheirFrame) {
+    const std::size_t block = 256;
+    const std::size_t step = 2 * block + 37;
+    const Channels input = TestSignal(ChannelCount(), 4 * block);
+    std::vector<ParamChange> gains;
     for (const char* gain : Sym().outputGains) {
-        mute.push_back({IdBySymbol(gain), -100.0});
+        gains.push_back({IdBySymbol(gain), -6.0, static_cast<uint32_t>(step % block)});
     }
-    ASSERT_TRUE(p->Process(ip, op, 512, mute));
-    EXPECT_EQ(p->Value(mute[0].id), -100.0);
-    bool silent = false;
-    for (int i = 0; i < 200 && !silent; ++i) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        ASSERT_TRUE(p->Process(ip, op, 512));
-        silent = std::all_of(out.begin(), out.end(), [](const std::vector<float>& ch) {
-            return std::all_of(ch.begin(), ch.end(), [](float s) { return s == 0.0f; });
-        });
+    Settings stepped = Setting();
+    for (const ParamChange& g : gains) {
+        stepped.push_back({g.id, static_cast<float>(g.value)});
     }
-    EXPECT_TRUE(silent) << "output gain -100 dB never silenced the output";
-    EXPECT_FALSE(std::all_of(before[0].begin(), before[0].end(), [](float s) { return s == 0; }));
+    const Channels before = DirectDrive(Unit().open(), 48000.0, block, Setting(), input, block);
+    const Channels after = DirectDrive(Unit().open(), 48000.0, block, stepped, input, block);
+    ASSERT_NE(before[0][step], after[0][step]);
+
+    auto p = Create();
+    p->Flush(AsChanges(Setting()));
+    p->Activate(48000.0, block);
+    Channels in = input, out = input;
+    for (std::size_t pos = 0; pos < input[0].size(); pos += block) {
+        std::vector<float*> ip, op;
+        for (std::size_t c = 0; c < input.size(); ++c) {
+            ip.push_back(in[c].data() + pos);
+            op.push_back(out[c].data() + pos);
+        }
+        ASSERT_TRUE(p->Process(ip, op, block, pos == step - step % block ? gains : NoChanges()));
+    }
+    for (std::size_t c = 0; c < out.size(); ++c) {
+        for (std::size_t i = 0; i < out[c].size(); ++i) {
+            ASSERT_EQ(out[c][i], (i < step ? before : after)[c][i])
+                << "channel " << c << ", frame " << i << " (step at " << step << ")";
+        }
+    }
 }
 
 TEST_P(ClapPlugin, MetersReadTheLevels) {
@@ -435,5 +446,202 @@ INSTANTIATE_TEST_SUITE_P(
                       PluginCase{"zkmorva10-stereo", &zkplug::Zkmorva10Stereo, kZ10Symbols},
                       PluginCase{"zkmorva20", &zkplug::Zkmorva20, kZ20Symbols}),
     CaseName);
+
+// With the links on (the default), a value for the left LF gain at frame 37
+// moves the right one too, and the host hears of it at that frame.
+TEST(ClapZkmorva20, TheUnitsOwnChangesReachTheHostAtTheirFrame) {
+    ClapLibrary lib(std::string(ZK_PLUGIN_BIN) + "/zkmorva20.clap");
+    ClapInstance p(lib, "com.zkmorva.zkmorva20");
+    const auto& table = zkplug::Zkmorva20().parameters;
+    const clap_id left = zk::FindParameter(table, "Eq1LfGain")->id;
+    const clap_id right = zk::FindParameter(table, "Eq2LfGain")->id;
+    p.Activate(48000.0, 256);
+    std::vector<float> a(256, 0.0f), b(256, 0.0f);
+    ASSERT_TRUE(p.Process({a.data(), b.data()}, {a.data(), b.data()}, 256, {{left, 6.0, 37}}));
+    const auto partner = std::find_if(p.output.begin(), p.output.end(),
+                                      [&](const ParamChange& c) { return c.id == right; });
+    ASSERT_NE(partner, p.output.end()) << "no output event for Eq2LfGain";
+    EXPECT_EQ(partner->value, 6.0);
+    EXPECT_EQ(partner->time, 37u);
+    EXPECT_EQ(p.Value(right), 6.0);
+    EXPECT_TRUE(
+        std::is_sorted(p.output.begin(), p.output.end(),
+                       [](const ParamChange& x, const ParamChange& y) { return x.time < y.time; }));
+}
+
+// The splitter alone, with a process call behind it that records what it gets,
+// pushes output at its first and last frame as DPF does, and reports a change
+// of the unit's own in the piece that starts at frame 37.
+class SplitRecorder {
+public:
+    struct Piece {
+        uint32_t start; // frame in the block, from the pointers' offset
+        uint32_t frames;
+        int64_t steadyTime;
+        std::vector<std::pair<uint32_t, clap_id>> values; // (time, id)
+        std::vector<uint16_t> types;
+    };
+
+    explicit SplitRecorder(const float* in) : in(in) {}
+    static clap_process_status Next(void* context, const clap_process_t* p) {
+        auto* self = static_cast<SplitRecorder*>(context);
+        Piece piece{static_cast<uint32_t>(p->audio_inputs[0].data32[0] - self->in),
+                    p->frames_count,
+                    p->steady_time,
+                    {},
+                    {}};
+        for (uint32_t i = 0; i < p->in_events->size(p->in_events); ++i) {
+            const clap_event_header_t* e = p->in_events->get(p->in_events, i);
+            piece.types.push_back(e->type);
+            if (e->type == CLAP_EVENT_PARAM_VALUE) {
+                piece.values.push_back(
+                    {e->time, reinterpret_cast<const clap_event_param_value_t*>(e)->param_id});
+            }
+        }
+        if (p->frames_count > 0) {
+            for (const auto& [time, id] :
+                 {std::pair<uint32_t, clap_id>{0, 900},
+                  std::pair<uint32_t, clap_id>{p->frames_count - 1, 901}}) {
+                clap_event_param_value_t e{};
+                e.header = {sizeof e, time, CLAP_CORE_EVENT_SPACE_ID, CLAP_EVENT_PARAM_VALUE, 0};
+                e.param_id = id;
+                p->out_events->try_push(p->out_events, &e.header);
+            }
+        }
+        if (piece.start == 37 && zkplug::CurrentProcessReport() != nullptr) {
+            zkplug::CurrentProcessReport()->Add(7, 2.5f);
+        }
+        self->pieces.push_back(piece);
+        return CLAP_PROCESS_CONTINUE;
+    }
+
+    std::vector<Piece> pieces;
+
+private:
+    const float* in;
+};
+
+struct SplitBlock {
+    explicit SplitBlock(uint32_t frames, std::vector<const clap_event_header_t*> events)
+        : left(frames), right(frames), in(events) {
+        data = {left.data(), right.data()};
+        buffer.data32 = data.data();
+        buffer.channel_count = 2;
+        process.steady_time = 1000;
+        process.frames_count = frames;
+        process.audio_inputs = &buffer;
+        process.audio_outputs = &buffer;
+        process.audio_inputs_count = 1;
+        process.audio_outputs_count = 1;
+        inList.ctx = &in;
+        inList.size = [](const clap_input_events_t* l) {
+            return static_cast<uint32_t>(static_cast<Events*>(l->ctx)->size());
+        };
+        inList.get = [](const clap_input_events_t* l, uint32_t i) {
+            return (*static_cast<Events*>(l->ctx))[i];
+        };
+        outList.ctx = &out;
+        outList.try_push = [](const clap_output_events_t* l, const clap_event_header_t* e) {
+            const auto* v = reinterpret_cast<const clap_event_param_value_t*>(e);
+            static_cast<std::vector<ParamChange>*>(l->ctx)->push_back(
+                {v->param_id, v->value, e->time});
+            return true;
+        };
+        process.in_events = &inList;
+        process.out_events = &outList;
+    }
+    using Events = std::vector<const clap_event_header_t*>;
+    std::vector<float> left, right;
+    std::vector<float*> data;
+    clap_audio_buffer_t buffer{};
+    Events in;
+    std::vector<ParamChange> out;
+    clap_input_events_t inList{};
+    clap_output_events_t outList{};
+    clap_process_t process{};
+};
+
+clap_event_param_value_t ValueAt(uint32_t time, clap_id id) {
+    clap_event_param_value_t e{};
+    e.header = {sizeof e, time, CLAP_CORE_EVENT_SPACE_ID, CLAP_EVENT_PARAM_VALUE, 0};
+    e.param_id = id;
+    return e;
+}
+
+TEST(ClapBlockSplitter, CutsTheBlockAtEachValueAndKeepsTheOutputInTimeOrder) {
+    const auto v1 = ValueAt(0, 1), v2 = ValueAt(37, 2), v3 = ValueAt(37, 3);
+    const auto late = ValueAt(300, 4);    // past the block: its last frame
+    const auto unknown = ValueAt(40, 50); // no such parameter: withheld
+    clap_event_param_gesture_t gesture{};
+    gesture.header = {sizeof gesture, 10, CLAP_CORE_EVENT_SPACE_ID, CLAP_EVENT_PARAM_GESTURE_BEGIN,
+                      0};
+    clap_event_note_t note{};
+    note.header = {sizeof note, 100, CLAP_CORE_EVENT_SPACE_ID, CLAP_EVENT_NOTE_ON, 0};
+    SplitBlock block(256, {&v1.header, &gesture.header, &v2.header, &v3.header, &unknown.header,
+                           &note.header, &late.header});
+    SplitRecorder recorder(block.left.data());
+    zkplug::ClapBlockSplitter splitter(50);
+    ASSERT_EQ(splitter.Process(block.process, &SplitRecorder::Next, &recorder),
+              CLAP_PROCESS_CONTINUE);
+
+    using V = std::vector<std::pair<uint32_t, clap_id>>;
+    const auto& pieces = recorder.pieces;
+    ASSERT_EQ(pieces.size(), 3u);
+    EXPECT_EQ(pieces[0].start, 0u);
+    EXPECT_EQ(pieces[0].frames, 37u);
+    EXPECT_EQ(pieces[0].values, (V{{0, 1}}));
+    EXPECT_EQ(pieces[1].start, 37u);
+    EXPECT_EQ(pieces[1].frames, 218u);
+    EXPECT_EQ(pieces[1].steadyTime, 1037);
+    EXPECT_EQ(pieces[1].values, (V{{0, 2}, {0, 3}}));
+    EXPECT_EQ(pieces[1].types.back(), CLAP_EVENT_NOTE_ON); // the note, in its piece
+    EXPECT_EQ(pieces[2].start, 255u);
+    EXPECT_EQ(pieces[2].frames, 1u);
+    EXPECT_EQ(pieces[2].values, (V{{0, 4}}));
+
+    std::vector<std::pair<uint32_t, clap_id>> out;
+    for (const ParamChange& c : block.out) {
+        out.push_back({c.time, c.id});
+    }
+    EXPECT_EQ(out,
+              (V{{0, 900}, {36, 901}, {37, 900}, {37, 7}, {254, 901}, {255, 900}, {255, 901}}));
+    EXPECT_EQ(block.out[3].value, 2.5);
+}
+
+// More events and pieces than the splitter holds: every value still starts the
+// piece at its own frame, and the frames add up to the block.
+TEST(ClapBlockSplitter, BusyBlocksTakeSeveralPassesWithoutMovingAnEvent) {
+    std::vector<clap_event_param_value_t> events;
+    for (uint32_t i = 0; i < 300; ++i) {
+        events.push_back(ValueAt(3 * i, i % 40));
+    }
+    for (uint32_t i = 0; i < 300; ++i) {
+        events.push_back(ValueAt(1000, 40 + i % 10));
+    }
+    SplitBlock::Events list;
+    for (const auto& e : events) {
+        list.push_back(&e.header);
+    }
+    SplitBlock block(1024, list);
+    SplitRecorder recorder(block.left.data());
+    zkplug::ClapBlockSplitter splitter(64);
+    splitter.Process(block.process, &SplitRecorder::Next, &recorder);
+
+    uint32_t frames = 0;
+    std::size_t delivered = 0;
+    for (const auto& piece : recorder.pieces) {
+        EXPECT_EQ(piece.start, frames);
+        frames += piece.frames;
+        for (const auto& [time, id] : piece.values) {
+            EXPECT_EQ(time, 0u);
+            const auto& sent = events[delivered++];
+            EXPECT_EQ(id, sent.param_id);
+            EXPECT_EQ(piece.start, sent.header.time) << "event " << delivered - 1;
+        }
+    }
+    EXPECT_EQ(frames, 1024u);
+    EXPECT_EQ(delivered, events.size());
+    EXPECT_GT(splitter.ExtraPasses(), 0u);
+}
 
 } // namespace

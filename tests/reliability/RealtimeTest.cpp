@@ -77,13 +77,20 @@ TEST_P(Realtime, ClapProcessNeverAllocatesLocksOrWaits) {
             op.push_back(out[c].data());
         }
         for (std::size_t block = 0; block < 3 * std::size(kBlockSizes); ++block) {
-            std::vector<zktest::ParamChange> changes;
+            const UInt32 frames = NextBlock(rng, block);
+            // At frames in time order, so that the block is processed in pieces.
+            std::vector<uint32_t> times;
             for (int k = 0; k < 4; ++k) {
+                times.push_back(static_cast<uint32_t>(rng() % frames));
+            }
+            std::sort(times.begin(), times.end());
+            std::vector<zktest::ParamChange> changes;
+            for (uint32_t time : times) {
                 clap_param_info_t info{};
                 plugin.params->get_info(plugin.plugin, rng() % count, &info);
                 if ((info.flags & CLAP_PARAM_IS_READONLY) == 0) {
                     changes.push_back(
-                        {info.id, AutomationValue(rng, info.min_value, info.max_value)});
+                        {info.id, AutomationValue(rng, info.min_value, info.max_value), time});
                 }
             }
             // Everything a process call needs is built before arming.
@@ -96,7 +103,7 @@ TEST_P(Realtime, ClapProcessNeverAllocatesLocksOrWaits) {
             outBuf.channel_count = channels;
             clap_process_t p{};
             p.steady_time = -1;
-            p.frames_count = NextBlock(rng, block);
+            p.frames_count = frames;
             p.audio_inputs = &inBuf;
             p.audio_outputs = &outBuf;
             p.audio_inputs_count = 1;
