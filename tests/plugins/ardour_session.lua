@@ -3,7 +3,8 @@
 --                 ZK_PLUGIN (ZK_TYPE LV2 or VST3); "LF L Gain" set to 6; saved.
 --   ZK_MODE=load  that session loaded; saved again as the snapshot "reloaded".
 -- Both print what the host holds for "LF L Gain" and "LF R Gain" (its control and
--- the plug-in parameter Ardour keeps), then "zk: done".
+-- the plug-in parameter Ardour keeps), the name under which Ardour's GUI keeps the
+-- plug-in's window in the session ("zk: window P-<route>-<plug-in>"), then "zk: done".
 
 ARDOUR.config():set_hide_dummy_backend(false)
 assert(AudioEngine:set_backend("None (Dummy)", "", ""), "no dummy backend")
@@ -54,6 +55,8 @@ if mode == "save" then
   ARDOUR.LuaAPI.usleep(500000)
 end
 show()
+print(string.format("zk: window P-%s-%s", Session:route_by_name("eq"):to_stateful():id():to_s(),
+                    proc:to_stateful():id():to_s()))
 local snapshot = mode == "save" and "" or "reloaded"
 assert(Session:save_state(snapshot, false, false, false, false, false) == 0, "not saved")
 print("zk: done")
