@@ -1,12 +1,12 @@
 #!/usr/bin/env bash
-# Zkmorva 20's VST3 editor in Ardour 7's GUI under Xvfb. A session made headless
+# Zkmorva 20's editor, as VST3 or LV2, in Ardour 7's GUI under Xvfb. A session made headless
 # (ardour_session.lua) is given the plug-in window as open, as Ardour itself saves
 # it, so that the GUI opens the editor when it loads the session on its dummy
 # backend. The editor's window is photographed to SHOT_DIR, then Ardour is quit
 # from its Session menu (closing the editor with the session) and must end cleanly.
-#   ardour_editor.sh BUNDLE SHOT_DIR
+#   ardour_editor.sh VST3|LV2 BUNDLE SHOT_DIR
 set -uo pipefail
-bundle=$(realpath "$1") shots=$2
+kind=$1 bundle=$(realpath "$2") shots=$3
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 for tool in ardour ardour7-lua Xvfb xdotool import; do
     command -v $tool >/dev/null || { echo "SKIPPED: $tool not installed (scripts/packages.txt)"; exit 0; }
@@ -22,11 +22,11 @@ cleanup() {
 }
 trap cleanup EXIT
 
-ardour_home "$work" VST3 "$bundle"
+ardour_home "$work" "$kind" "$bundle"
 session=$work/session
-ardour_lua save "$session" VST3 "$work/save.log"
+ardour_lua save "$session" "$kind" "$work/save.log"
 window=$(sed -n 's/^zk: window //p' "$work/save.log")
-check $([ -n "$window" ] && echo 1 || echo 0) "a session with the VST3 made headless ($window)"
+check $([ -n "$window" ] && echo 1 || echo 0) "a session with the $kind made headless ($window)"
 [ -n "$window" ] || finish
 # The plug-in window open, as Ardour saves it in the session's GUI state.
 sed -i "s|</Session>|  <Extra><UI><Window name=\"$window\" visible=\"1\" x-off=\"0\" y-off=\"0\" x-size=\"-1\" y-size=\"-1\" custom-ui=\"1\"/></UI></Extra>\n</Session>|" \
@@ -57,15 +57,15 @@ EOF
 xvfb_start "$work" 1600x1000x24 || { check 0 "Xvfb starts"; finish; }
 ardour -n -a "$session/zk.ardour" >"$work/ardour.log" 2>&1 &
 ardour_pid=$!
-editor=$(wait_window '\[VST3\]' 60)
-check $([ -n "$editor" ] && echo 1 || echo 0) "Ardour opens the VST3 editor ($(xdotool getwindowname "$editor" 2>/dev/null))"
+editor=$(wait_window "^eq: Zkmorva 20" 60)
+check $([ -n "$editor" ] && echo 1 || echo 0) "Ardour opens the $kind editor ($(xdotool getwindowname "$editor" 2>/dev/null))"
 if [ -z "$editor" ]; then
     import -window root "$work/screen.png"
     finish
 fi
 sleep 2 # the editor draws, its meters start
 mkdir -p "$shots"
-shot=$shots/ardour-vst3-zkmorva20.png
+shot=$shots/ardour-${kind,,}-zkmorva20.png
 import -window "$editor" "$shot"
 check "$(drawn "$shot")" "picture of the editor in Ardour: $shot"
 
