@@ -1,20 +1,17 @@
 # Sourced by the real-host GUI test scripts: a virtual X server of this test's own.
 
-# xvfb_start WORK SIZE: starts Xvfb on a free display, exports DISPLAY, sets
-# xvfb_pid; returns 1 when none comes up.
+# xvfb_start WORK SIZE: starts Xvfb on a display it finds free itself, exports
+# DISPLAY, sets xvfb_pid; returns 1 when none comes up.
 xvfb_start() {
-    local n tries
-    for ((n = 90 + $$ % 300, tries = 0; tries < 20; ++n, ++tries)); do
-        [ -e "/tmp/.X$n-lock" ] && continue
-        Xvfb ":$n" -screen 0 "$2" -nolisten tcp >"$1/xvfb.log" 2>&1 &
-        xvfb_pid=$!
-        for _ in $(seq 100); do
-            [ -e "/tmp/.X11-unix/X$n" ] && { export DISPLAY=":$n"; return 0; }
-            kill -0 "$xvfb_pid" 2>/dev/null || break
-            sleep 0.02
-        done
-        kill "$xvfb_pid" 2>/dev/null
-        wait "$xvfb_pid" 2>/dev/null
+    Xvfb -displayfd 3 -screen 0 "$2" -nolisten tcp 3>"$1/display" >"$1/xvfb.log" 2>&1 &
+    xvfb_pid=$!
+    for _ in $(seq 200); do
+        if [ -s "$1/display" ]; then
+            export DISPLAY=":$(tr -d '\n' <"$1/display")"
+            return 0
+        fi
+        kill -0 "$xvfb_pid" 2>/dev/null || return 1
+        sleep 0.05
     done
     return 1
 }
