@@ -1,8 +1,9 @@
 // Batch hosts that render a sound file through an LV2 in one go, compared with the
 // zkmorva renderer given the same settings:
-//   lv2file    Debian's lv2file with -p control values; it passes URID map, options
-//              and nothing else, and does not compensate latency, so the renderer
-//              keeps its latency too. The result must equal the renderer's bit for bit.
+//   lv2file    Debian's lv2file with -p control values. Its feature list holds a URID
+//              map, an unmap without data, options and an entry whose URI is null; it
+//              does not compensate latency, so the renderer keeps its latency too. The
+//              result must equal the renderer's bit for bit.
 //   gstreamer  GStreamer's lv2 element: gst-inspect-1.0 lists it, and a gst-launch-1.0
 //              pipeline from a float WAV file to a float WAV file runs through it.
 //              GStreamer starts every toggle at off whatever the plug-in's default,

@@ -339,8 +339,8 @@ int main(int argc, char** argv) {
         const std::size_t first = FirstDifference(step, held0);
         check(first / kBlock == kStepBlock,
               g + " 0 -> +12 dB at block 300: first change at " + BlockOf(first));
-        // The step block's history is the 0 dB one; by 100 blocks later the filter
-        // has forgotten it (the LF shelf's time constant is a few milliseconds).
+        // The step block starts from the 0 dB run's filter history; 100 blocks later
+        // the LF shelf has forgotten it (its time constant is a few milliseconds).
         const double settled = MaxDifference(step, held12, (kStepBlock + 100) * kBlock);
         check(settled < 1e-6, g +
                                   ": 100 blocks after the step the output is the +12 dB run's "
