@@ -7,6 +7,10 @@
 #   change request is used only where a host offers it.
 # - The editor's event ports are optional to connect: the LV2 entry connects
 #   stand-ins first (GStreamer connects no atom port).
+# - Labelled values (scale points) only on enumerations: a host that makes every
+#   labelled control a choice of its labels (GStreamer) would otherwise give a gain
+#   labelled "-oo" at -100 dB no other value, and start it there. Hosts still get
+#   those texts through CLAP and VST3 and the editor shows them.
 # - The audio outputs get a port group of their own: DPF puts inputs and outputs
 #   in one group, which a host that makes one stream of each group (GStreamer)
 #   takes as a plug-in with one input and no output.
@@ -44,6 +48,11 @@ if(optional_events EQUAL -1)
     string(REGEX REPLACE "(atom:AtomPort ;[^]]*)(atom:bufferType)"
            "\\1lv2:portProperty lv2:connectionOptional ;\n        \\2" ttl "${ttl}")
 endif()
+
+string(REPLACE "lv2:portProperty lv2:enumeration ;\n        lv2:scalePoint"
+       "lv2:portProperty lv2:enumeration ;\n        ZK_ENUMERATION_POINTS" ttl "${ttl}")
+string(REGEX REPLACE "lv2:scalePoint \\[[^]]*\\]( ,[ \n]*\\[[^]]*\\])* ;\n[ ]*" "" ttl "${ttl}")
+string(REPLACE "ZK_ENUMERATION_POINTS" "lv2:scalePoint" ttl "${ttl}")
 
 # Output audio ports: <uri#portGroup_dpf_X> becomes <uri#portGroup_dpf_X_out>
 # (a match cannot leave its port's brackets).

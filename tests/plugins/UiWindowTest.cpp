@@ -5,6 +5,8 @@
 //     jalv, measured by a JACK client of ours),
 //   - holding a band Q knob turns the DSP's auto-listen display on, releasing it
 //     turns it off (jalv prints the output parameter),
+//   - Zkmorva 20: that drag, on a linked control, moves the partner knob too and
+//     both values reach the DSP through jalv's ports (each channel rises alike),
 //   - the window follows the panel fold.
 // Screenshots of the window go to SHOT_DIR. Everything started here is ended
 // here (child processes are killed when they go out of scope).
@@ -26,6 +28,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <optional>
 #include <sstream>
 #include <string>
@@ -61,44 +64,58 @@ bool Xdo(const std::string& args) {
     return std::system(("xdotool " + args + " >/dev/null 2>&1").c_str()) == 0;
 }
 
-// Plays a sine into the plug-in and keeps the output energy of recent blocks.
+// Plays a sine into the plug-in and keeps each channel's output energy of recent blocks.
 struct Probe {
     static constexpr std::size_t kBlocks = 32;
+    static constexpr std::size_t kMaxChannels = 2;
     jack_client_t* client = nullptr;
     std::vector<jack_port_t*> outs, ins;
     double frequency = 100.0;
     double phase = 0.0;
-    std::array<std::atomic<float>, kBlocks> energy{};
+    std::array<std::array<std::atomic<float>, kBlocks>, kMaxChannels> energy{};
     std::atomic<std::size_t> written{0};
 
     static int Process(jack_nframes_t n, void* arg) {
         auto* self = static_cast<Probe*>(arg);
         const double step = 2.0 * M_PI * self->frequency / 48000.0;
-        double sum = 0.0;
+        const std::size_t k = self->written.load(std::memory_order_relaxed);
         for (std::size_t c = 0; c < self->outs.size(); ++c) {
             auto* out = static_cast<float*>(jack_port_get_buffer(self->outs[c], n));
             const auto* in = static_cast<const float*>(jack_port_get_buffer(self->ins[c], n));
-            double p = self->phase;
+            double p = self->phase, sum = 0.0;
             for (jack_nframes_t i = 0; i < n; ++i) {
                 out[i] = static_cast<float>(0.1 * std::sin(p));
                 p += step;
                 sum += double(in[i]) * in[i];
             }
+            self->energy[c][k % kBlocks].store(static_cast<float>(sum / n),
+                                               std::memory_order_relaxed);
         }
         self->phase = std::fmod(self->phase + step * n, 2.0 * M_PI);
-        const std::size_t k = self->written.load(std::memory_order_relaxed);
-        self->energy[k % kBlocks].store(static_cast<float>(sum / n), std::memory_order_relaxed);
         self->written.store(k + 1, std::memory_order_release);
         return 0;
     }
-    // Output level over the last kBlocks blocks, after letting `settle` pass.
-    double LevelDb(std::chrono::milliseconds settle = 400ms) {
+    // Output level of each channel over the last kBlocks blocks, after letting
+    // `settle` pass.
+    std::vector<double> ChannelLevelsDb(std::chrono::milliseconds settle) {
         std::this_thread::sleep_for(settle);
-        double sum = 0.0;
-        for (const auto& e : energy) {
-            sum += e.load(std::memory_order_relaxed);
+        std::vector<double> levels;
+        for (std::size_t c = 0; c < outs.size(); ++c) {
+            double sum = 0.0;
+            for (const auto& e : energy[c]) {
+                sum += e.load(std::memory_order_relaxed);
+            }
+            levels.push_back(10.0 * std::log10(sum / kBlocks + 1e-20));
         }
-        return 10.0 * std::log10(sum / kBlocks / outs.size() + 1e-20);
+        return levels;
+    }
+    // Over all channels.
+    static double LevelDb(const std::vector<double>& channelLevels) {
+        double sum = 0.0;
+        for (double db : channelLevels) {
+            sum += std::pow(10.0, db / 10.0);
+        }
+        return 10.0 * std::log10(sum / channelLevels.size());
     }
 };
 
@@ -176,6 +193,16 @@ template <std::size_t N> CRect KnobRect(const std::array<zkeditor::KnobDef, N>& 
     }
     std::fprintf(stderr, "no knob %ld\n", tag);
     std::exit(2);
+}
+
+// How many pixels inside `r` (device pixels) differ between two pictures.
+long ChangedPixels(const std::string& a, const std::string& b, const CRect& r,
+                   const std::function<int(CCoord)>& device) {
+    const std::string area = std::to_string(device(r.right - r.left)) + "x" +
+                             std::to_string(device(r.bottom - r.top)) + "+" +
+                             std::to_string(device(r.left)) + "+" + std::to_string(device(r.top));
+    return std::atol(
+        Run("compare -metric AE -extract " + area + " '" + a + "' '" + b + "' null: 2>&1").c_str());
 }
 
 // A free X display number: no lock file, and Xvfb comes up on it.
@@ -324,7 +351,8 @@ int main(int argc, char** argv) {
                     connected;
     }
     Check(connected, "our client plays through jalv");
-    const double before = probe.LevelDb(600ms);
+    const std::vector<double> channelsBefore = probe.ChannelLevelsDb(600ms);
+    const double before = Probe::LevelDb(channelsBefore);
 
     // Auto-listen: held on a band Q knob, the DSP reports it; released, it ends.
     // Zkmorva 20 reports the linked partner's band last, so either may show.
@@ -347,13 +375,19 @@ int main(int argc, char** argv) {
     Check(WaitForAutoListen(jalvLog, mark, listenOff), "releasing it turns auto-listen off");
 
     // A band gain drag upwards: the DSP raises the band.
+    const std::string beforeDrag = dir + "/before-drag.png";
+    if (z20) {
+        Check(std::system(("import -window " + win + " '" + beforeDrag + "'").c_str()) == 0,
+              "screenshot before the drag");
+    }
     Xdo("mousemove --window " + win + " " + centre(gainRect) + " mousedown 1");
     for (int i = 0; i < 12; ++i) {
         Xdo("mousemove_relative -- 0 " + std::to_string(-device(5)));
         std::this_thread::sleep_for(30ms);
     }
     Xdo("mouseup 1");
-    const double after = probe.LevelDb(600ms);
+    const std::vector<double> channelsAfter = probe.ChannelLevelsDb(600ms);
+    const double after = Probe::LevelDb(channelsAfter);
     char levels[128];
     std::snprintf(levels, sizeof levels, "%.1f dB -> %.1f dB at %.0f Hz", before, after,
                   probe.frequency);
@@ -361,6 +395,27 @@ int main(int argc, char** argv) {
           std::string("dragging the band gain up raises the DSP's output: ") + levels);
     Check(std::system(("import -window " + win + " '" + shotBase + ".png'").c_str()) == 0,
           "screenshot " + shotBase + ".png");
+    if (z20) {
+        // The drag on channel 1's LF gain, linked (the default), moves channel 2's
+        // knob too.
+        const CRect partnerRect = KnobRect(zk20layout::kBandKnobs, gainTag + 41);
+        const long moved = ChangedPixels(beforeDrag, shotBase + ".png", gainRect, device);
+        const long partnerMoved = ChangedPixels(beforeDrag, shotBase + ".png", partnerRect, device);
+        Check(moved > 20 && partnerMoved > 20,
+              "the dragged LF knob and its linked partner both move (" + std::to_string(moved) +
+                  " and " + std::to_string(partnerMoved) + " pixels changed)");
+        // jalv reads no commands and prints no input control while a plug-in UI
+        // is shown, so its port values are read where it delivers them: the DSP.
+        // jalv cannot hear of a partner the unit moves, so the unit moves none on
+        // a host's change there: the right channel rises only through jalv's
+        // Eq2LfGain port.
+        const double leftRise = channelsAfter[0] - channelsBefore[0];
+        const double rightRise = channelsAfter[1] - channelsBefore[1];
+        char rises[96];
+        std::snprintf(rises, sizeof rises, "left %+.2f dB, right %+.2f dB", leftRise, rightRise);
+        Check(leftRise > 3.0 && std::abs(leftRise - rightRise) < 0.1,
+              std::string("both LF gains reach the DSP through jalv's ports: ") + rises);
+    }
 
     // The panel toggle folds the panel; the host window follows.
     Xdo("mousemove --window " + win + " " + centre(toggle) + " click 1");
