@@ -32,17 +32,6 @@ std::string CodeText(const zkfw::plist::Value& dict, const char* key) {
     return "'" + FourCCToString(static_cast<FourCharCode>(it->second.integer)) + "'";
 }
 
-// Lower-case letters and digits only.
-std::string Squeeze(std::string_view s) {
-    std::string out;
-    for (char c : s) {
-        if (std::isalnum(static_cast<unsigned char>(c))) {
-            out += static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-        }
-    }
-    return out;
-}
-
 std::string RangeText(const zk::ParameterDef& p) {
     char buf[64];
     std::snprintf(buf, sizeof buf, "%g to %g", static_cast<double>(p.minValue),
@@ -221,9 +210,9 @@ Preset LoadPreset(const std::string& fileOrName, const UnitKind* unit) {
 }
 
 const zk::FactoryPreset* FindFactoryPreset(const UnitKind& unit, std::string_view name) {
-    const std::string key = Squeeze(name);
+    const std::string key = SqueezeName(name);
     for (const zk::FactoryPreset& p : unit.factoryPresets) {
-        if (!key.empty() && Squeeze(p.name) == key) {
+        if (!key.empty() && SqueezeName(p.name) == key) {
             return &p;
         }
     }

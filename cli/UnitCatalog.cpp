@@ -29,8 +29,9 @@ const UnitKind kUnits[] = {
      &zk::IsZkmorva20Meter, zk::kZkmorva20Presets, kZkmorva20Uris},
 };
 
-// Lower-case letters and digits only: "Zkmorva-10" -> "zkmorva10".
-std::string Squeeze(std::string_view s) {
+} // namespace
+
+std::string SqueezeName(std::string_view s) {
     std::string out;
     for (char c : s) {
         if (std::isalnum(static_cast<unsigned char>(c))) {
@@ -39,8 +40,6 @@ std::string Squeeze(std::string_view s) {
     }
     return out;
 }
-
-} // namespace
 
 bool IsMeter(const UnitKind& unit, const zk::ParameterDef& def) {
     return zk::IsMeter(def) || unit.isMeter(def.id);
@@ -51,7 +50,7 @@ std::span<const UnitKind> AllUnits() {
 }
 
 const UnitKind* FindUnit(std::string_view name) {
-    const std::string key = Squeeze(name);
+    const std::string key = SqueezeName(name);
     for (const UnitKind& u : kUnits) {
         if (key == u.name || key == std::string("zkmorva") + u.name) {
             return &u;

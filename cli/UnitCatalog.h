@@ -44,6 +44,9 @@ const UnitKind* FindUnit(std::string_view name);
 const UnitKind* FindUnit(const AudioComponentDescription& description);
 // "10, 20": for messages.
 std::string UnitNames();
+// A name as the renderer matches it: lower-case letters and digits only
+// ("Zkmorva-10" -> "zkmorva10", "Vocal Presence" -> "vocalpresence").
+std::string SqueezeName(std::string_view s);
 
 // The channel count the unit runs for a file of `fileChannels`; throws CliError when
 // the unit cannot take that many.
