@@ -75,6 +75,7 @@ raster::Image CZkmorvaSpectrumView::picture(int width, int height) {
             cairo_surface_destroy(surface);
         }
         surface = cairo_image_surface_create(CAIRO_FORMAT_ARGB32, width, height);
+        painter.Reset();
     }
     if (cairo_surface_status(surface) != CAIRO_STATUS_SUCCESS) {
         return {};
@@ -150,16 +151,16 @@ void CZkmorvaSpectrumView::drawTraces(CDrawContext* context) {
             line(peakY[i]);
         }
     }
-    areaPainter.Draw(image, std::span(areas.data(), count), firstRow);
+    painter.Areas(image, std::span(areas.data(), count));
     for (std::size_t i = 0; i < count; ++i) {
         const Trace& t = traces[i];
         if (t.output) {
             line(columnY[i]);
-            raster::DrawLine(image, lineTop, lineBottom, t.colour, kOutputEdge);
+            painter.Line(lineTop, lineBottom, t.colour, kOutputEdge);
         }
         if (!t.peaks.empty()) {
             line(peakY[i]);
-            raster::DrawLine(image, lineTop, lineBottom, t.colour, kPeakAlpha);
+            painter.Line(lineTop, lineBottom, t.colour, kPeakAlpha);
         }
     }
     cairo_surface_mark_dirty(surface);

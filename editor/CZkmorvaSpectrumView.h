@@ -55,7 +55,7 @@ private:
     std::string note;
 
     cairo_surface_t* surface = nullptr; // the picture, kept while its size holds
-    zkeditor::raster::AreaPainter areaPainter;
+    zkeditor::raster::TracePainter painter;
     // Per trace: device y of its levels and peaks per column of the trace, then per
     // device column the area's top and a line's extent.
     std::array<std::vector<float>, kMaxTraces> columnY, peakY, areaTop;

@@ -19,13 +19,13 @@ std::uint32_t Pack(const Pixel& p) {
     return byte(p.a) << 24 | byte(p.r) << 16 | byte(p.g) << 8 | byte(p.b);
 }
 
-// dst moved towards the opaque colour by weight/256: the colour at opacity
-// weight/256 over dst, two channels per step.
-std::uint32_t Blend(std::uint32_t dst, std::uint32_t opaque, std::uint32_t weight) {
+// from moved towards to by weight/256 (0 to 256), two channels per step. With
+// an opaque colour as `to` it is that colour at opacity weight/256 over `from`.
+std::uint32_t Blend(std::uint32_t from, std::uint32_t to, std::uint32_t weight) {
     constexpr std::uint32_t kMask = 0x00ff00ff;
     const std::uint32_t keep = 256 - weight;
-    const std::uint32_t rb = ((dst & kMask) * keep + (opaque & kMask) * weight) >> 8;
-    const std::uint32_t ag = ((dst >> 8 & kMask) * keep + (opaque >> 8 & kMask) * weight) >> 8;
+    const std::uint32_t rb = ((from & kMask) * keep + (to & kMask) * weight) >> 8;
+    const std::uint32_t ag = ((from >> 8 & kMask) * keep + (to >> 8 & kMask) * weight) >> 8;
     return (rb & kMask) | (ag & kMask) << 8;
 }
 
@@ -84,7 +84,7 @@ int FirstRow(std::span<const float> tops, int height) {
     return static_cast<int>(std::floor(top));
 }
 
-void AreaPainter::PrepareTable(std::span<const Area> areas, int height) {
+bool TracePainter::PrepareTable(std::span<const Area> areas, int height) {
     std::vector<CColor> colours;
     std::vector<float> alphas;
     for (const Area& a : areas) {
@@ -93,7 +93,7 @@ void AreaPainter::PrepareTable(std::span<const Area> areas, int height) {
         alphas.push_back(a.bottomAlpha);
     }
     if (height == tableHeight && colours == tableColours && alphas == tableAlphas) {
-        return;
+        return false;
     }
     const std::size_t sets = std::size_t{1} << areas.size();
     for (std::size_t set = 0; set < sets; ++set) {
@@ -112,61 +112,119 @@ void AreaPainter::PrepareTable(std::span<const Area> areas, int height) {
     tableColours = std::move(colours);
     tableAlphas = std::move(alphas);
     tableHeight = height;
+    return true;
 }
 
-void AreaPainter::Draw(const Image& image, std::span<const Area> areas, int firstRow) {
-    areas = areas.first(std::min(areas.size(), kMaxAreas));
-    const int height = image.height;
-    firstRow = std::clamp(firstRow, 0, height);
-    PrepareTable(areas, height);
-    const std::size_t count = areas.size();
-    for (int d = 0; d < image.width; ++d) {
-        // Each area's top and its first fully covered row, in the order of those rows.
-        std::array<float, kMaxAreas> top{};
-        std::array<int, kMaxAreas> full{};
-        std::array<std::size_t, kMaxAreas> order{};
-        for (std::size_t k = 0; k < count; ++k) {
-            const std::span<const float> tops = areas[k].tops;
-            top[k] = ClampY(static_cast<std::size_t>(d) < tops.size() ? tops[d] : NAN, height);
-            full[k] = static_cast<int>(std::ceil(top[k]));
-            order[k] = k;
-            for (std::size_t i = k; i > 0 && full[order[i]] < full[order[i - 1]]; --i) {
-                std::swap(order[i], order[i - 1]);
-            }
-        }
-        std::uint32_t* column = image.pixels + d;
-        auto fill = [&](int from, int to, std::size_t set) {
-            const std::uint32_t* colours = table[set].data();
-            std::uint32_t* p = column + static_cast<std::ptrdiff_t>(from) * image.stride;
-            for (int y = from; y < to; ++y, p += image.stride) {
-                *p = colours[y];
-            }
-        };
-        int y = firstRow;
+void TracePainter::FillRows(int d, int from, int to, const std::array<int, kMaxAreas>& fullNow) {
+    from = std::max(from, 0);
+    to = std::min(to, image.height);
+    std::uint32_t* p = image.pixels + d + static_cast<std::ptrdiff_t>(from) * image.stride;
+    for (int y = from; y < to;) {
         std::size_t set = 0;
-        for (std::size_t i = 0; i < count; ++i) {
-            const std::size_t k = order[i];
-            if (full[k] > y) {
-                fill(y, full[k], set);
-                y = full[k];
+        int next = to;
+        for (std::size_t k = 0; k < areaCount; ++k) {
+            if (fullNow[k] <= y) {
+                set |= std::size_t{1} << k;
+            } else {
+                next = std::min(next, fullNow[k]);
             }
-            set |= std::size_t{1} << k;
         }
-        fill(y, height, set);
-        // The rows an area's top crosses: every area with its coverage there.
-        for (std::size_t k = 0; k < count; ++k) {
-            const int row = full[k] - 1;
-            if (static_cast<float>(full[k]) == top[k] || row < firstRow) {
+        const std::uint32_t* colours = table[set].data();
+        for (; y < next; ++y, p += image.stride) {
+            *p = colours[y];
+        }
+    }
+}
+
+void TracePainter::Areas(const Image& target, std::span<const Area> areas) {
+    areas = areas.first(std::min(areas.size(), kMaxAreas));
+    const bool newTable = PrepareTable(areas, target.height);
+    const bool whole = newTable || target.pixels != image.pixels || target.width != image.width ||
+                       target.height != image.height || target.stride != image.stride ||
+                       areas.size() != areaCount || lines > kMaxLines;
+    image = target;
+    areaCount = areas.size();
+    const auto width = static_cast<std::size_t>(std::max(image.width, 0));
+    if (whole) {
+        for (std::size_t k = 0; k < kMaxAreas; ++k) {
+            full[k].assign(width, image.height);
+            edge[k].assign(width, -1);
+        }
+        for (std::size_t l = 0; l < kMaxLines; ++l) {
+            lineFrom[l].assign(width, 0);
+            lineTo[l].assign(width, 0);
+        }
+    }
+    for (std::size_t d = 0; d < width; ++d) {
+        const int column = static_cast<int>(d);
+        std::array<float, kMaxAreas> top{};
+        std::array<int, kMaxAreas> now{};
+        for (std::size_t k = 0; k < areaCount; ++k) {
+            const std::span<const float> tops = areas[k].tops;
+            top[k] = ClampY(d < tops.size() ? tops[d] : NAN, image.height);
+            now[k] = static_cast<int>(std::ceil(top[k]));
+        }
+        if (whole) {
+            FillRows(column, 0, image.height, now);
+        } else {
+            // Where a top moved, and what edges and lines left on the last picture.
+            for (std::size_t k = 0; k < areaCount; ++k) {
+                FillRows(column, std::min(full[k][d], now[k]), std::max(full[k][d], now[k]), now);
+                FillRows(column, edge[k][d], edge[k][d] + 1, now);
+            }
+            for (std::size_t l = 0; l < lines; ++l) {
+                FillRows(column, lineFrom[l][d], lineTo[l][d], now);
+            }
+        }
+        // The row an area's top crosses, in proportion. With no other top in that
+        // row, the pixel lies between the ones with and without the area.
+        for (std::size_t k = 0; k < areaCount; ++k) {
+            full[k][d] = now[k];
+            const int row = now[k] - 1;
+            edge[k][d] = -1;
+            if (static_cast<float>(now[k]) == top[k] || row < 0) {
+                continue;
+            }
+            edge[k][d] = row;
+            std::size_t under = 0;
+            bool shared = false;
+            for (std::size_t j = 0; j < areaCount; ++j) {
+                if (j != k && now[j] <= row) {
+                    under |= std::size_t{1} << j;
+                }
+                shared = shared || (j != k && now[j] - 1 == row && top[j] != row + 1.f);
+            }
+            std::uint32_t& pixel =
+                image.pixels[static_cast<std::ptrdiff_t>(row) * image.stride + column];
+            const float coverage = static_cast<float>(row + 1) - top[k];
+            if (!shared) {
+                const auto y = static_cast<std::size_t>(row);
+                pixel = Blend(table[under][y], table[under | std::size_t{1} << k][y],
+                              static_cast<std::uint32_t>(coverage * 256.f + 0.5f));
                 continue;
             }
             Pixel p;
-            for (std::size_t j = 0; j < count; ++j) {
-                const float coverage = std::clamp(static_cast<float>(row + 1) - top[j], 0.f, 1.f);
-                p = Over(p, areas[j].colour, AreaAlpha(areas[j], row, height) * coverage);
+            for (std::size_t j = 0; j < areaCount; ++j) {
+                const float c = std::clamp(static_cast<float>(row + 1) - top[j], 0.f, 1.f);
+                p = Over(p, areas[j].colour, AreaAlpha(areas[j], row, image.height) * c);
             }
-            column[static_cast<std::ptrdiff_t>(row) * image.stride] = Pack(p);
+            pixel = Pack(p);
         }
     }
+    lines = 0;
+}
+
+void TracePainter::Line(std::span<const float> tops, std::span<const float> bottoms, CColor colour,
+                        float alpha) {
+    DrawLine(image, tops, bottoms, colour, alpha);
+    if (lines < kMaxLines) {
+        const std::size_t columns = std::min({lineFrom[lines].size(), tops.size(), bottoms.size()});
+        for (std::size_t d = 0; d < columns; ++d) {
+            lineFrom[lines][d] = static_cast<int>(std::floor(ClampY(tops[d], image.height)));
+            lineTo[lines][d] = static_cast<int>(std::ceil(ClampY(bottoms[d], image.height)));
+        }
+    }
+    ++lines; // more than kMaxLines: the next picture is drawn whole
 }
 
 void DrawLine(const Image& image, std::span<const float> tops, std::span<const float> bottoms,

@@ -47,22 +47,42 @@ struct Area {
 // Opacity of an area's colour in row y of an image `height` rows high (at the row's centre).
 float AreaAlpha(const Area& area, int y, int height);
 
-class AreaPainter {
+// Draws the areas and lines of one picture after another into the same image.
+// An image that shows the last picture is brought up to date: only the rows
+// where an area's top moved, and those an edge or a line crossed, are written
+// again. A picture is drawn whole when the image, its size or the areas'
+// colours change, or after Reset.
+class TracePainter {
 public:
     static constexpr std::size_t kMaxAreas = 4;
+    static constexpr std::size_t kMaxLines = 2 * kMaxAreas;
 
-    // Draws up to kMaxAreas areas, each over the ones before it, into the rows
-    // from firstRow down; those rows get only what the areas put there.
-    void Draw(const Image& image, std::span<const Area> areas, int firstRow);
+    // Starts a picture with up to kMaxAreas areas, each over the ones before it;
+    // every row of the image gets only what the areas put there.
+    void Areas(const Image& image, std::span<const Area> areas);
+    // A line of this picture (see DrawLine), over what is there; up to kMaxLines.
+    void Line(std::span<const float> tops, std::span<const float> bottoms, CColor colour,
+              float alpha);
+    void Reset() { image = {}; }
 
 private:
-    void PrepareTable(std::span<const Area> areas, int height);
+    bool PrepareTable(std::span<const Area> areas, int height);
+    // Rows [from, to) of column d as the areas make them, with full[k] the first
+    // row area k covers entirely.
+    void FillRows(int d, int from, int to, const std::array<int, kMaxAreas>& full);
 
+    Image image;
+    std::size_t areaCount = 0;
     // Per set of areas covering a pixel (bit k: area k) and row, the pixel.
     std::array<std::vector<std::uint32_t>, 1u << kMaxAreas> table;
     std::vector<CColor> tableColours;
     std::vector<float> tableAlphas;
     int tableHeight = -1;
+    // What the image shows, per column: each area's first fully covered row, the
+    // row its top crosses (-1: none) and the rows each line covered.
+    std::array<std::vector<int>, kMaxAreas> full, edge;
+    std::array<std::vector<int>, kMaxLines> lineFrom, lineTo;
+    std::size_t lines = 0;
 };
 
 // A line through the image: at device column d it covers the rows from tops[d]

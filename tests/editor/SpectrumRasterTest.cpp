@@ -8,7 +8,9 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
+#include <random>
 #include <vector>
 
 namespace {
@@ -55,8 +57,7 @@ TEST(SpectrumRaster, DeviceColumnsAndInterpolation) {
 }
 
 // Two overlapping areas in a 3 x 12 image: transparent above both, the first alone,
-// the second over the first, the rows their tops cross in proportion, and rows
-// above the first drawn row left as they were.
+// the second over the first, and the rows their tops cross in proportion.
 TEST(SpectrumRaster, AreasCompositeInOrder) {
     constexpr int kW = 3, kH = 12;
     std::vector<std::uint32_t> pixels(kW * kH, 0x12345678u);
@@ -64,15 +65,14 @@ TEST(SpectrumRaster, AreasCompositeInOrder) {
     const std::vector<float> lowTops{6.f, 6.5f, 13.f}, highTops{3.f, 4.25f, NAN};
     const CColor grey{170, 200, 190, 255}, amber{255, 191, 0, 255};
     const raster::Area areas[] = {{lowTops, grey, 0.22f, 0.04f}, {highTops, amber, 0.3f, 0.06f}};
-    raster::AreaPainter painter;
-    painter.Draw(image, areas, 2);
+    raster::TracePainter painter;
+    painter.Areas(image, areas);
 
     auto alpha = [](double top, double bottom, int y) {
         return top + (bottom - top) * (y + 0.5) / kH;
     };
     for (int x = 0; x < kW; ++x) {
-        EXPECT_EQ(pixels[x], 0x12345678u) << "row 0 is above the first drawn row";
-        for (int y = 2; y < kH; ++y) {
+        for (int y = 0; y < kH; ++y) {
             const double low = std::clamp(y + 1.0 - lowTops[x], 0.0, 1.0);
             const double high =
                 std::isnan(highTops[x]) ? 0.0 : std::clamp(y + 1.0 - highTops[x], 0.0, 1.0);
@@ -82,12 +82,47 @@ TEST(SpectrumRaster, AreasCompositeInOrder) {
             ExpectPixel(pixels[y * kW + x], want, "area pixel", x, y);
         }
     }
-    // The table is kept between pictures: a second one with other tops is right too.
-    const std::vector<float> lower{9.f, 9.f, 9.f};
-    const raster::Area one[] = {{lower, grey, 0.22f, 0.04f}};
-    painter.Draw(image, one, 0);
-    EXPECT_EQ(pixels[8 * kW], 0u);
-    ExpectPixel(pixels[9 * kW], Over({}, grey, alpha(0.22, 0.04, 9)), "one area", 0, 9);
+}
+
+// Pictures drawn one after another into the same image, where only what changed
+// is written again, come out as each drawn afresh: tops that move up and down,
+// cross each other and leave the image, edges and lines that come and go, and
+// areas whose colours change.
+TEST(SpectrumRaster, EachPictureAsIfDrawnAfresh) {
+    constexpr int kW = 40, kH = 30;
+    std::mt19937 random(7);
+    std::uniform_real_distribution<float> y(-3.f, kH + 3.f);
+    std::vector<std::uint32_t> kept(kW * kH), fresh(kW * kH);
+    const raster::Image keptImage{kept.data(), kW, kH, kW}, freshImage{fresh.data(), kW, kH, kW};
+    raster::TracePainter painter;
+    std::array<std::vector<float>, 4> tops;
+    std::vector<float> lineTops(kW), lineBottoms(kW);
+    for (int picture = 0; picture < 40; ++picture) {
+        std::vector<raster::Area> areas;
+        for (std::size_t k = 0; k < tops.size(); ++k) {
+            tops[k].resize(kW);
+            for (float& t : tops[k]) {
+                // Mostly small steps, some jumps, some whole rows.
+                t = picture == 0 || random() % 4 == 0 ? y(random) : t + (y(random) - 15.f) / 8.f;
+                t = random() % 7 == 0 ? std::round(t) : t;
+            }
+            const CColor colour{static_cast<unsigned char>(60 * k), 200,
+                                static_cast<unsigned char>(picture >= 30 ? 90 : 30), 255};
+            areas.push_back({tops[k], colour, 0.2f + 0.1f * k, 0.05f});
+        }
+        raster::TracePainter afresh;
+        afresh.Areas(freshImage, areas);
+        painter.Areas(keptImage, areas);
+        for (int l = 0; l < picture % 3; ++l) {
+            for (int d = 0; d < kW; ++d) {
+                lineTops[d] = y(random);
+                lineBottoms[d] = lineTops[d] + 1.5f;
+            }
+            afresh.Line(lineTops, lineBottoms, {255, 255, 255, 255}, 0.6f);
+            painter.Line(lineTops, lineBottoms, {255, 255, 255, 255}, 0.6f);
+        }
+        ASSERT_EQ(kept, fresh) << "picture " << picture;
+    }
 }
 
 TEST(SpectrumRaster, LinesCoverRowsInProportion) {
