@@ -14,8 +14,8 @@
 
 #include "editor/SpectrumLayout.h"
 #include "plugins/ChildProcess.h"
+#include "plugins/PngCompare.h"
 
-#include <cairo.h>
 #include <jack/jack.h>
 #include <unistd.h>
 
@@ -182,36 +182,6 @@ Usage Measure(pid_t jalv, pid_t xvfb, double seconds) {
     return u;
 }
 
-// Fraction of the pixels of a device rectangle that differ between two shots.
-std::optional<double> ChangedShare(const std::string& a, const std::string& b, int x0, int y0,
-                                   int x1, int y1) {
-    cairo_surface_t* sa = cairo_image_surface_create_from_png(a.c_str());
-    cairo_surface_t* sb = cairo_image_surface_create_from_png(b.c_str());
-    std::optional<double> share;
-    if (cairo_surface_status(sa) == CAIRO_STATUS_SUCCESS &&
-        cairo_surface_status(sb) == CAIRO_STATUS_SUCCESS &&
-        cairo_image_surface_get_format(sa) == cairo_image_surface_get_format(sb) &&
-        x1 <= std::min(cairo_image_surface_get_width(sa), cairo_image_surface_get_width(sb)) &&
-        y1 <= std::min(cairo_image_surface_get_height(sa), cairo_image_surface_get_height(sb))) {
-        const int strideA = cairo_image_surface_get_stride(sa);
-        const int strideB = cairo_image_surface_get_stride(sb);
-        const unsigned char* pa = cairo_image_surface_get_data(sa);
-        const unsigned char* pb = cairo_image_surface_get_data(sb);
-        long changed = 0;
-        for (int y = y0; y < y1; ++y) {
-            for (int x = x0; x < x1; ++x) {
-                const auto* qa = reinterpret_cast<const std::uint32_t*>(pa + y * strideA) + x;
-                const auto* qb = reinterpret_cast<const std::uint32_t*>(pb + y * strideB) + x;
-                changed += (*qa & 0xffffff) != (*qb & 0xffffff);
-            }
-        }
-        share = static_cast<double>(changed) / ((x1 - x0) * (y1 - y0));
-    }
-    cairo_surface_destroy(sa);
-    cairo_surface_destroy(sb);
-    return share;
-}
-
 } // namespace
 
 int main(int argc, char** argv) {
@@ -322,8 +292,8 @@ int main(int argc, char** argv) {
         std::system(("import -window " + window->id + " '" + onShot + "'").c_str());
 
         const CRect& v = layout.view;
-        const auto changed = ChangedShare(offShot, onShot, device(v.left), device(v.top),
-                                          device(v.right), device(v.bottom));
+        const auto changed = zktest::ChangedShare(offShot, onShot, device(v.left), device(v.top),
+                                                  device(v.right), device(v.bottom));
         const bool shown = changed && *changed > 0.2;
         failures += shown ? 0 : 1;
         std::printf("Zkmorva 20 LV2 UI in jalv under Xvfb, scale %g, pink noise, %g s each\n",
