@@ -36,7 +36,8 @@ void Panel(benchmark::State& state, double scale, bool draw = true) {
     on.peakHold = true;
     panel->Apply(on);
     COffscreenContext image(view->GetWidth(), view->GetHeight(), scale);
-    view->Draw(image.getCairo(), scale);
+    const auto window = image.createDeviceCairo();
+    view->Draw(window.get(), scale);
     const std::vector<double> noise = Noise(1 << 16, 3);
     std::vector<float> block(kFramesPerPicture);
     std::size_t pos = 0;
@@ -52,7 +53,7 @@ void Panel(benchmark::State& state, double scale, bool draw = true) {
         ring.Commit();
         panel->Update();
         if (draw) {
-            view->DrawDirty(image.getCairo(), scale);
+            view->DrawDirty(window.get(), scale);
         }
     }
 }

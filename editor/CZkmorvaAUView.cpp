@@ -117,8 +117,12 @@ bool CZkmorvaAUView::TickIfDue(double now) {
     if (!editor) {
         return false;
     }
-    if (auto* analyser = editor->getSpectrum()) {
-        analyser->Animate(now); // its own frame rate, about 30 per second
+    // The analyser keeps its own frame rate, about 30 per second, and its frames
+    // are shown as they come rather than at the next tick.
+    if (auto* analyser = editor->getSpectrum(); analyser != nullptr && analyser->Animate(now)) {
+        if (CFrame* frame = GetFrame()) {
+            frame->idle();
+        }
     }
     if (nextTick < 0.0) {
         nextTick = now + kTimerDelay;

@@ -2,27 +2,29 @@
 
 #include <algorithm>
 #include <cairo.h>
+#include <cmath>
+
+namespace raster = zkeditor::raster;
 
 namespace {
 
 // Opacity of a trace's fill at the top and the bottom of the view, and of its edge.
-constexpr double kInputTop = 0.22, kInputBottom = 0.04;
-constexpr double kOutputTop = 0.30, kOutputBottom = 0.06, kOutputEdge = 0.8;
-constexpr double kPeakAlpha = 0.55;
+constexpr float kInputTop = 0.22f, kInputBottom = 0.04f;
+constexpr float kOutputTop = 0.30f, kOutputBottom = 0.06f, kOutputEdge = 0.8f;
+constexpr float kPeakAlpha = 0.55f;
 constexpr CColor kNoteColour{170, 200, 190, 200};
-// Columns between two points of an outline: a 1/6-octave band is several columns
-// wide, so this loses nothing, and it halves Cairo's work.
-constexpr std::size_t kStep = 2;
-
-double Channel(unsigned char c) {
-    return c / 255.0;
-}
 
 } // namespace
 
 CZkmorvaSpectrumView::CZkmorvaSpectrumView(const CRect& size_) : CView(size_) {
     setMouseEnabled(false);
     setTransparency(true);
+}
+
+CZkmorvaSpectrumView::~CZkmorvaSpectrumView() {
+    if (surface != nullptr) {
+        cairo_surface_destroy(surface);
+    }
 }
 
 void CZkmorvaSpectrumView::setTraces(std::span<const Trace> wanted) {
@@ -66,69 +68,127 @@ bool CZkmorvaSpectrumView::hitTest(const CPoint&, long) const {
     return false;
 }
 
-void CZkmorvaSpectrumView::drawTrace(CDrawContext* context, const Trace& trace) {
-    const std::size_t columns =
-        std::min(trace.levels.size(), static_cast<std::size_t>(std::max(size.width(), 0)));
-    if (columns < 2) {
+raster::Image CZkmorvaSpectrumView::picture(int width, int height) {
+    if (surface == nullptr || cairo_image_surface_get_width(surface) != width ||
+        cairo_image_surface_get_height(surface) != height) {
+        if (surface != nullptr) {
+            cairo_surface_destroy(surface);
+        }
+        surface = cairo_image_surface_create(CAIRO_FORMAT_ARGB32, width, height);
+        painter.Reset();
+    }
+    if (cairo_surface_status(surface) != CAIRO_STATUS_SUCCESS) {
+        return {};
+    }
+    cairo_surface_flush(surface);
+    return {reinterpret_cast<std::uint32_t*>(cairo_image_surface_get_data(surface)), width, height,
+            cairo_image_surface_get_stride(surface) / 4};
+}
+
+void CZkmorvaSpectrumView::drawTraces(CDrawContext* context) {
+    const double scale = context->getScaleFactor();
+    const int width = static_cast<int>(std::ceil(size.width() * scale));
+    const int height = static_cast<int>(std::ceil(size.height() * scale));
+    if (width <= 0 || height <= 0) {
         return;
     }
-    cairo_t* cr = context->getCairo();
-    const double r = Channel(trace.colour.red);
-    const double g = Channel(trace.colour.green);
-    const double b = Channel(trace.colour.blue);
-    const double bottom = size.bottom;
-    // Column centres, so the area lines up with the curve's points.
-    auto x = [&](std::size_t c) { return size.left + static_cast<double>(c) + 0.5; };
-    cairo_new_path(cr);
-    cairo_move_to(cr, x(0), bottom);
-    for (std::size_t c = 0; c < columns; c += kStep) {
-        cairo_line_to(cr, x(c), yOfLevel(trace.levels[c]));
+    const raster::Image image = picture(width, height);
+    if (image.pixels == nullptr) {
+        return;
     }
-    cairo_line_to(cr, x(columns - 1), yOfLevel(trace.levels[columns - 1]));
-    cairo_line_to(cr, x(columns - 1), bottom);
-    cairo_close_path(cr);
-    cairo_pattern_t* fill = cairo_pattern_create_linear(0.0, size.top, 0.0, bottom);
-    cairo_pattern_add_color_stop_rgba(fill, 0.0, r, g, b, trace.output ? kOutputTop : kInputTop);
-    cairo_pattern_add_color_stop_rgba(fill, 1.0, r, g, b,
-                                      trace.output ? kOutputBottom : kInputBottom);
-    cairo_set_source(cr, fill);
-    cairo_fill(cr);
-    cairo_pattern_destroy(fill);
-
-    // Edges and peaks as thin filled ribbons: much cheaper for Cairo than
-    // stroking hundreds of short segments at 1x.
-    auto ribbon = [&](const std::vector<float>& levels, std::size_t count, double alpha) {
-        cairo_new_path(cr);
-        for (std::size_t c = 0; c < count; c += kStep) {
-            cairo_line_to(cr, x(c), yOfLevel(levels[c]) - 0.5);
+    const auto columns = static_cast<std::size_t>(size.width());
+    // Device y of a level: the same mapping as yOfLevel, at the picture's scale.
+    auto deviceY = [&](std::vector<float>& out, const std::vector<float>& levels) {
+        out.assign(columns, NAN);
+        for (std::size_t c = 0; c < std::min(columns, levels.size()); ++c) {
+            out[c] = static_cast<float>((yOfLevel(levels[c]) - size.top) * scale);
         }
-        cairo_line_to(cr, x(count - 1), yOfLevel(levels[count - 1]) - 0.5);
-        cairo_line_to(cr, x(count - 1), yOfLevel(levels[count - 1]) + 0.5);
-        for (std::size_t c = (count - 1) / kStep * kStep;; c -= kStep) {
-            cairo_line_to(cr, x(c), yOfLevel(levels[c]) + 0.5);
-            if (c < kStep) {
-                break;
-            }
-        }
-        cairo_close_path(cr);
-        cairo_set_source_rgba(cr, r, g, b, alpha);
-        cairo_fill(cr);
     };
-    if (trace.output) {
-        ribbon(trace.levels, columns, kOutputEdge);
+    int firstRow = height;
+    std::array<raster::Area, kMaxTraces> areas;
+    for (std::size_t i = 0; i < count; ++i) {
+        const Trace& t = traces[i];
+        deviceY(columnY[i], t.levels);
+        std::vector<float>& tops = areaTop[i];
+        tops.resize(static_cast<std::size_t>(width));
+        for (int d = 0; d < width; ++d) {
+            tops[d] = raster::Interpolate(columnY[i], raster::PositionOfDeviceColumn(d, scale));
+        }
+        firstRow = std::min(firstRow, raster::FirstRow(tops, height));
+        areas[i] = {tops, t.colour, t.output ? kOutputTop : kInputTop,
+                    t.output ? kOutputBottom : kInputBottom};
     }
-    const std::size_t held = std::min(trace.peaks.size(), columns);
-    if (held >= 2) {
-        ribbon(trace.peaks, held, kPeakAlpha);
+    // A line one view pixel thick: over each device column it spans what the
+    // polyline through the column centres does there, between the column's edges
+    // and at a corner inside it.
+    const float halfWidth = static_cast<float>(0.5 * scale);
+    auto line = [&](const std::vector<float>& y) {
+        lineTop.resize(static_cast<std::size_t>(width));
+        lineBottom.resize(static_cast<std::size_t>(width));
+        double from = raster::PositionOfDeviceColumn(0, scale) - 0.5 / scale;
+        float atFrom = raster::Interpolate(y, from);
+        for (int d = 0; d < width; ++d) {
+            const double to = raster::PositionOfDeviceColumn(d, scale) + 0.5 / scale;
+            const float atTo = raster::Interpolate(y, to);
+            float low = std::min(atFrom, atTo);
+            float high = std::max(atFrom, atTo);
+            const double corner = std::ceil(from);
+            if (corner < to && corner >= 0.0 && corner < static_cast<double>(y.size())) {
+                low = std::min(low, y[static_cast<std::size_t>(corner)]);
+                high = std::max(high, y[static_cast<std::size_t>(corner)]);
+            }
+            lineTop[d] = low - halfWidth;
+            lineBottom[d] = high + halfWidth;
+            from = to;
+            atFrom = atTo;
+        }
+        firstRow = std::min(firstRow, raster::FirstRow(lineTop, height));
+    };
+    // Peaks lie above the levels: their rows count before anything is drawn.
+    for (std::size_t i = 0; i < count; ++i) {
+        if (!traces[i].peaks.empty()) {
+            deviceY(peakY[i], traces[i].peaks);
+            line(peakY[i]);
+        }
     }
+    painter.Areas(image, std::span(areas.data(), count));
+    for (std::size_t i = 0; i < count; ++i) {
+        const Trace& t = traces[i];
+        if (t.output) {
+            line(columnY[i]);
+            painter.Line(lineTop, lineBottom, t.colour, kOutputEdge);
+        }
+        if (!t.peaks.empty()) {
+            line(peakY[i]);
+            painter.Line(lineTop, lineBottom, t.colour, kPeakAlpha);
+        }
+    }
+    cairo_surface_mark_dirty(surface);
+
+    // The picture onto the device pixels under the view, from its first drawn row.
+    cairo_t* cr = context->getCairo();
+    cairo_save(cr);
+    cairo_new_path(cr);
+    const double top = size.top + firstRow / scale;
+    cairo_rectangle(cr, size.left, top, size.width(), size.bottom - top);
+    cairo_clip(cr);
+    cairo_pattern_t* pattern = cairo_pattern_create_for_surface(surface);
+    cairo_matrix_t m;
+    cairo_matrix_init_scale(&m, scale, scale);
+    cairo_matrix_translate(&m, -size.left, -size.top);
+    cairo_pattern_set_matrix(pattern, &m);
+    cairo_pattern_set_filter(pattern, CAIRO_FILTER_NEAREST);
+    cairo_set_source(cr, pattern);
+    cairo_paint(cr);
+    cairo_pattern_destroy(pattern);
+    cairo_restore(cr);
 }
 
 void CZkmorvaSpectrumView::draw(CDrawContext* context) {
     context->saveState();
     context->intersectClipRect(size);
-    context->setDrawMode(kAntialias);
-    for (std::size_t i = 0; i < count; ++i) {
-        drawTrace(context, traces[i]);
+    if (count > 0) {
+        drawTraces(context);
     }
     if (!note.empty()) {
         context->setFont(kNormalFontSmaller);

@@ -93,6 +93,16 @@ cairo_surface_t* CBitmap::getSurface(double scale) {
     cairo_destroy(cr);
     cairo_surface_flush(s);
     surfaces[scale] = s;
+    bool solid = true;
+    const int stride = cairo_image_surface_get_stride(s);
+    const unsigned char* data = cairo_image_surface_get_data(s);
+    for (int y = 0; solid && y < cairo_image_surface_get_height(s); ++y) {
+        const auto* row = reinterpret_cast<const uint32_t*>(data + y * stride);
+        for (int x = 0; x < cairo_image_surface_get_width(s); ++x) {
+            solid = solid && (row[x] >> 24) == 0xff;
+        }
+    }
+    opaque[scale] = solid;
     return s;
 }
 
@@ -126,7 +136,7 @@ cairo_surface_t* CBitmap::keyedSurface(double scale) {
 }
 
 void CBitmap::blit(CDrawContext* context, cairo_surface_t* image, const CRect& dest,
-                   const CPoint& offset) {
+                   const CPoint& offset, cairo_operator_t op) {
     cairo_t* cr = context->getCairo();
     const double scale = context->getScaleFactor();
     cairo_save(cr);
@@ -141,6 +151,7 @@ void CBitmap::blit(CDrawContext* context, cairo_surface_t* image, const CRect& d
     cairo_pattern_set_matrix(pattern, &m);
     cairo_pattern_set_filter(pattern, CAIRO_FILTER_NEAREST);
     cairo_set_source(cr, pattern);
+    cairo_set_operator(cr, op);
     cairo_paint(cr);
     cairo_pattern_destroy(pattern);
     cairo_restore(cr);
@@ -150,11 +161,21 @@ void CBitmap::draw(CDrawContext* context, const CRect& dest, const CPoint& offse
     if (!loaded || context == nullptr) {
         return;
     }
-    cairo_surface_t* image = getSurface(context->getScaleFactor());
-    // Clear areas show the transparent colour, as an unkeyed blit of a keyed image would.
+    const double scale = context->getScaleFactor();
+    cairo_surface_t* image = getSurface(scale);
+    if (image == nullptr) {
+        return;
+    }
     CRect area = dest;
     area.bound(
         CRect(dest.left, dest.top, dest.left + width - offset.h, dest.top + height - offset.v));
+    if (opaque[scale]) {
+        // Copied as it is: a plain copy costs a fraction of blending (whole panels
+        // are redrawn at the analyser's frame rate).
+        blit(context, image, area, offset, CAIRO_OPERATOR_SOURCE);
+        return;
+    }
+    // Clear areas show the transparent colour, as an unkeyed blit of a keyed image would.
     const CColor oldFill = context->getFillColor();
     CColor backing = transparentColor;
     backing.alpha = 255;

@@ -72,7 +72,7 @@ public:
 private:
     cairo_surface_t* keyedSurface(double scale);
     void blit(CDrawContext* context, cairo_surface_t* image, const CRect& dest,
-              const CPoint& offset);
+              const CPoint& offset, cairo_operator_t op = CAIRO_OPERATOR_OVER);
 
     int resourceID = -1;
     CCoord width = 0;
@@ -83,5 +83,6 @@ private:
     std::function<void(cairo_t*, double)> painter;
     CColor transparentColor = kBlackCColor;
     std::map<double, cairo_surface_t*> surfaces;
+    std::map<double, bool> opaque; // per scale: no pixel of the image is see-through
     std::map<double, cairo_surface_t*> keyedSurfaces;
 };

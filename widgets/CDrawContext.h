@@ -6,6 +6,7 @@
 
 #include <cairo.h>
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -111,6 +112,15 @@ public:
     int getDeviceWidth() const;
     int getDeviceHeight() const;
     cairo_surface_t* getSurface() const { return surface; }
+
+    struct CairoDestroyer {
+        void operator()(cairo_t* cr) const { cairo_destroy(cr); }
+    };
+    using DeviceCairo = std::unique_ptr<cairo_t, CairoDestroyer>;
+    // A new cairo_t on the image in device pixels, as a window hands one to a plug-in
+    // adapter. getCairo() is already scaled: drawing a frame through it at a scale
+    // applies the scale twice.
+    DeviceCairo createDeviceCairo() const { return DeviceCairo(cairo_create(surface)); }
 
     // Colour (un-premultiplied) of a device pixel; out of range gives transparent.
     CColor getPixel(int deviceX, int deviceY) const;

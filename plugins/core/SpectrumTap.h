@@ -32,6 +32,12 @@ namespace zkplug {
 inline constexpr const char* kSpectrumStateKey = "Spectrum";
 inline constexpr const char* kSpectrumTapKey = "SpectrumTap";
 
+// The function an LV2 audio module exports (C linkage) so that its UI module,
+// loaded apart in the same process with a table of its own, finds the rings
+// published here: SampleRing* (std::uint64_t token).
+inline constexpr const char* kFindRingSymbol = "zkmorva_find_spectrum_ring";
+using FindRingFunction = SampleRing* (*)(std::uint64_t token);
+
 class SpectrumTap {
 public:
     // About 0.7 s at 48 kHz: an editor reading at its frame rate never runs short.

@@ -11,6 +11,7 @@
 #include <cstring>
 #include <memory>
 #include <string>
+#include <type_traits>
 
 START_NAMESPACE_DISTRHO
 
@@ -196,3 +197,11 @@ Plugin* createPlugin() {
 }
 
 END_NAMESPACE_DISTRHO
+
+// Exported by the LV2 audio module (plugins/dpf/lv2-dsp.version): the table of
+// published rings lives in this module, and the UI module asks it here.
+extern "C" __attribute__((visibility("default"))) SampleRing*
+zkmorva_find_spectrum_ring(std::uint64_t token) {
+    return zkplug::SpectrumTap::FindRing(token);
+}
+static_assert(std::is_same_v<decltype(&zkmorva_find_spectrum_ring), zkplug::FindRingFunction>);

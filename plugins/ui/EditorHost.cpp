@@ -87,7 +87,40 @@ void EditorHost::Idle(double nowSeconds) {
 }
 
 void EditorHost::Draw(cairo_t* cr) {
-    view->Draw(cr, scale);
+    if (cr == nullptr || cairo_status(cr) != CAIRO_STATUS_SUCCESS) {
+        return;
+    }
+    const auto width = static_cast<int>(DeviceWidth());
+    const auto height = static_cast<int>(DeviceHeight());
+    if (width <= 0 || height <= 0) {
+        return;
+    }
+    bool whole = false;
+    if (!picture || pictureScale != scale || pictureWidth != width || pictureHeight != height) {
+        picture.reset(cairo_surface_create_similar_image(cairo_get_target(cr), CAIRO_FORMAT_ARGB32,
+                                                         width, height));
+        pictureScale = scale;
+        pictureWidth = width;
+        pictureHeight = height;
+        whole = true;
+    }
+    if (cairo_surface_status(picture.get()) != CAIRO_STATUS_SUCCESS) {
+        picture.reset();
+        view->Draw(cr, scale); // no picture to keep: the whole frame, every time
+        return;
+    }
+    cairo_t* own = cairo_create(picture.get());
+    if (whole) {
+        view->Draw(own, scale);
+    } else {
+        view->DrawDirty(own, scale);
+    }
+    cairo_destroy(own);
+    cairo_save(cr);
+    cairo_set_operator(cr, CAIRO_OPERATOR_SOURCE);
+    cairo_set_source_surface(cr, picture.get(), 0, 0);
+    cairo_paint(cr);
+    cairo_restore(cr);
 }
 
 template <class Call> bool EditorHost::Input(Call&& call) {

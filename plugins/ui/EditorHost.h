@@ -48,7 +48,10 @@ public:
 
     // The host's idle callback: sends the editor's edits and ticks the view (24 Hz).
     void Idle(double nowSeconds);
-    // Draws the whole frame at the current scale.
+    // Paints the whole frame at the current scale into cr. The frame's picture is
+    // kept between calls in a surface like cr's target (for an X11 window an image
+    // the server reads from shared memory) and only what changed is drawn again:
+    // DPF hands over a new, empty surface for every repaint, whatever its area.
     void Draw(cairo_t* cr);
 
     // Input in device pixels; buttons are the toolkit's flags. Each sends what
@@ -67,11 +70,18 @@ private:
     unsigned ToDevice(CCoord frameLength) const;
     template <class Call> bool Input(Call&& call);
 
+    struct SurfaceDestroyer {
+        void operator()(cairo_surface_t* s) const { cairo_surface_destroy(s); }
+    };
+
     const UnitDescriptor& descriptor;
     EditorWindow& window;
     double scale;
     std::unique_ptr<RemoteUnit> unit; // outlives the view, which listens to it
     std::unique_ptr<CZkmorvaAUView> view;
+    std::unique_ptr<cairo_surface_t, SurfaceDestroyer> picture; // the frame as last drawn
+    double pictureScale = 0.0;
+    int pictureWidth = 0, pictureHeight = 0;
 };
 
 } // namespace zkplug

@@ -1,6 +1,7 @@
 #include "plugins/ui/RemoteSpectrum.h"
 
 #include "plugins/core/SpectrumTap.h"
+#include "plugins/ui/AudioModuleRing.h"
 
 #include <chrono>
 #include <cstring>
@@ -50,7 +51,7 @@ std::optional<OSStatus> RemoteSpectrum::Get(AudioUnitPropertyID id, void* out) {
     if (id != zk::kSpectrumRingProperty) {
         return std::nullopt;
     }
-    SampleRing* ring = SpectrumTap::FindRing(token);
+    SampleRing* ring = FindRingInProcess(token);
     if (ring == nullptr) {
         if (unanswered < 0 || unanswered >= kRequestAgainAfter) {
             host.SendState(kSpectrumTapKey, SpectrumTap::FormatToken(token));

@@ -318,6 +318,25 @@ TEST(RemoteUnit, HiDpiScalesTheWindowDrawingAndInput) {
     EXPECT_EQ(alpha(1500, 400), 255);
     cairo_destroy(cr);
     cairo_surface_destroy(surface);
+    // Between repaints the editor keeps its picture and draws only what changed,
+    // and every repaint (a new, empty surface) still gets the whole frame.
+    rig.PressAndMove(kLfGain, -30);
+    rig.Release(kLfGain, -30);
+    rig.Tick();
+    auto picture = [](auto&& draw) {
+        cairo_surface_t* s = cairo_image_surface_create(CAIRO_FORMAT_ARGB32, 2048, 566);
+        cairo_t* c = cairo_create(s);
+        draw(c);
+        cairo_destroy(c);
+        cairo_surface_flush(s);
+        const unsigned char* d = cairo_image_surface_get_data(s);
+        std::vector<unsigned char> bytes(d, d + cairo_image_surface_get_stride(s) * 566);
+        cairo_surface_destroy(s);
+        return bytes;
+    };
+    const auto repainted = picture([&](cairo_t* c) { rig.editor.Draw(c); });
+    const auto whole = picture([&](cairo_t* c) { rig.editor.View().Draw(c, 2.0); });
+    EXPECT_TRUE(repainted == whole);
     // A new scale from the host resizes the window.
     rig.editor.ScaleChanged(1.5);
     EXPECT_EQ(rig.window.sizes.back(), std::make_pair(1536u, 425u));

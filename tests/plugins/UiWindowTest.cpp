@@ -7,17 +7,21 @@
 //     turns it off (jalv prints the output parameter),
 //   - Zkmorva 20: that drag, on a linked control, moves the partner knob too and
 //     both values reach the DSP through jalv's ports (each channel rises alike),
+//   - Zkmorva 20's spectrum analyser, switched on, shows the sine,
 //   - the window follows the panel fold.
 // Screenshots of the window go to SHOT_DIR. Everything started here is ended
 // here (child processes are killed when they go out of scope).
 //
 // zk_ui_window_test URI LV2_DIR UNIT(10|20) CHANNELS SHOT_DIR [SCALE]
 
+#include "editor/SpectrumLayout.h"
 #include "editor/Zkmorva10Layout.h"
 #include "editor/Zkmorva20Layout.h"
+#include "editor/spectrum/SpectrumMath.h"
 #include "plugins/core/EditorLink.h"
 #include "plugins/core/UnitDescriptor.h"
 #include "tests/plugins/ChildProcess.h"
+#include "tests/plugins/PngCompare.h"
 
 #include <jack/jack.h>
 
@@ -415,6 +419,33 @@ int main(int argc, char** argv) {
         std::snprintf(rises, sizeof rises, "left %+.2f dB, right %+.2f dB", leftRise, rightRise);
         Check(leftRise > 3.0 && std::abs(leftRise - rightRise) < 0.1,
               std::string("both LF gains reach the DSP through jalv's ports: ") + rises);
+    }
+
+    if (z20) {
+        // The spectrum analyser, switched on, reads this instance's samples (the UI
+        // module finds the audio module's ring): the sine shows at its frequency,
+        // and no note says the audio is out of reach.
+        const zkeditor::SpectrumLayout& spectrum = zkeditor::kZkmorva20Spectrum;
+        const CRect& v = spectrum.view;
+        Xdo("mousemove --window " + win + " " + centre(spectrum.onSwitch) + " click 1");
+        std::this_thread::sleep_for(1500ms);
+        const std::string onShot = shotBase + "-spectrum.png";
+        Check(std::system(("import -window " + win + " '" + onShot + "'").c_str()) == 0,
+              "screenshot " + onShot);
+        const double column =
+            v.left + zkspectrum::ColumnOfFrequency(probe.frequency, v.width(), 20.0, 40000.0);
+        const auto atSine =
+            zktest::ChangedShare(shotBase + ".png", onShot, device(column - 3), device(v.top),
+                                 device(column + 4), device(v.bottom));
+        const auto note =
+            zktest::ChangedShare(shotBase + ".png", onShot, device(v.left + 24), device(v.top + 4),
+                                 device(v.right - 24), device(v.top + 16));
+        char shares[128];
+        std::snprintf(shares, sizeof shares,
+                      "%.0f %% changed at the sine, %.1f %% in the note line",
+                      atSine ? 100 * *atSine : -1.0, note ? 100 * *note : -1.0);
+        Check(atSine && note && *atSine > 0.2 && *note < 0.01,
+              std::string("the analyser shows the instance's spectrum: ") + shares);
     }
 
     // The panel toggle folds the panel; the host window follows.
