@@ -31,10 +31,9 @@ bool Shoot(AUBase& unit, std::unique_ptr<CZkmorvaAUView> view, const Settings& s
     }
     unit.SetParameter(panelId, kAudioUnitScope_Global, 0, hidden ? 1.f : 0.f, 0);
     view->CreateUI();
-    COffscreenContext image(view->GetWidth(), view->GetHeight(), scale);
-    view->Draw(image.getCairo(), scale);
+    const std::unique_ptr<COffscreenContext> image = view->Picture(scale);
     std::string error;
-    if (!image.writePNG(path, &error)) {
+    if (!image->writePNG(path, &error)) {
         std::fprintf(stderr, "zk_editor_shots: %s\n", error.c_str());
         return false;
     }

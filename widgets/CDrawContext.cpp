@@ -1,7 +1,9 @@
 #include "widgets/CDrawContext.h"
 
+#include <cerrno>
 #include <cmath>
 #include <cstdio>
+#include <cstring>
 
 namespace {
 
@@ -302,10 +304,22 @@ CColor COffscreenContext::getPixel(int deviceX, int deviceY) const {
 
 bool COffscreenContext::writePNG(const std::string& path, std::string* error) const {
     cairo_surface_flush(surface);
-    const cairo_status_t status = cairo_surface_write_to_png(surface, path.c_str());
+    // Written beside the target and renamed into place, so that a failed write
+    // never leaves a truncated picture under the real name.
+    const std::string part = path + ".part";
+    const cairo_status_t status = cairo_surface_write_to_png(surface, part.c_str());
     if (status != CAIRO_STATUS_SUCCESS) {
+        std::remove(part.c_str());
         if (error) {
             *error = "cannot write PNG '" + path + "': " + cairo_status_to_string(status);
+        }
+        return false;
+    }
+    if (std::rename(part.c_str(), path.c_str()) != 0) {
+        const std::string reason = std::strerror(errno);
+        std::remove(part.c_str());
+        if (error) {
+            *error = "cannot write PNG '" + path + "': " + reason;
         }
         return false;
     }
