@@ -140,6 +140,7 @@ void CZkmorva20Editor::buildPanel(CFrame* f) {
 
     zkeditor::BuildContext context{*this, controls, f, bitmaps, labelColour};
     zkeditor::BuildLabels(context, kLabels);
+    zkeditor::BuildLabels(context, kChannelNames, zkeditor::kNameColour);
     CRect levelRect = kLevelScaleLeft;
     for (const char* text : kLevelScale) {
         zkeditor::BuildLabel(context, levelRect, text, kNormalFont);
@@ -178,8 +179,8 @@ void CZkmorva20Editor::buildPanel(CFrame* f) {
 
 void CZkmorva20Editor::buildControls(CFrame* f) {
     zkeditor::BuildContext context{*this, controls, f, bitmaps, labelColour};
-    zkeditor::BuildKnobs(context, kTopKnobs, zkeditor::kTopBoxWidth);
-    zkeditor::BuildKnobs(context, kBandKnobs, zkeditor::kBandBoxWidth);
+    zkeditor::BuildKnobs(context, kTopKnobs);
+    zkeditor::BuildKnobs(context, kBandKnobs);
     zkeditor::BuildPads(context, kPads);
     zkeditor::BuildNames(context, kTopNames);
     zkeditor::BuildNames(context, kBandNames);

@@ -100,7 +100,7 @@ constexpr HelpLine kControls2[] = {
     {"Balance", "Left against right level, centre = equal."},
     {"Correlation", "-1 out of phase, 0 unrelated, +1 mono."},
     {"Auto listen", "Hear the band being dragged alone (menu: which knobs)."},
-    {"Panel", "The key in the lower right corner folds the lower panel."},
+    {"Panel", "The key under the ? key folds the lower panel."},
     {"Curves", "One curve per channel; hatching above half the rate."},
 };
 

@@ -90,14 +90,14 @@ TEST_F(Zkmorva20EditorTest, ChannelTwoControlsUseChannelOneTagPlus41) {
     const auto& mf2 = *std::find_if(kBandKnobs.begin(), kBandKnobs.end(),
                                     [](const zkeditor::KnobDef& d) { return d.tag == 33 + 41; });
     const float channel1 = rig->Param(33);
-    rig->Type(zkeditor::TextBoxUnder(mf2.rect, zkeditor::kBandBoxWidth), "2,5k");
+    rig->Type(zkeditor::TextBox(mf2), "2,5k");
     EXPECT_NEAR(rig->Param(74), 2500.f, 0.5f);
     EXPECT_EQ(rig->Param(33), channel1);
     // The stereo width box reads percent.
-    rig->Type(zkeditor::TextBoxUnder(kTopKnobs[5].rect, zkeditor::kTopBoxWidth), "200");
+    rig->Type(zkeditor::TextBox(kTopKnobs[5]), "200");
     EXPECT_NEAR(rig->Param(16), 200.f, 1e-3);
     // Channel 2's bass-shift frequency box.
-    rig->Type(zkeditor::PadTextBoxX(kPads[2].rect), "150");
+    rig->Type(zkeditor::PadTextBoxX(kPads[2]), "150");
     EXPECT_NEAR(rig->Param(51 + 41), 150.f, 0.01f);
 }
 
@@ -182,7 +182,7 @@ TEST_F(Zkmorva20EditorTest, PictureShowsEveryControlAndTheFoldedPanel) {
     }
     for (const auto& def : kBandKnobs) {
         rects.push_back(def.rect);
-        rects.push_back(zkeditor::TextBoxUnder(def.rect, zkeditor::kBandBoxWidth));
+        rects.push_back(zkeditor::TextBox(def));
     }
     for (const auto& def : kPads) {
         rects.push_back(def.rect);
