@@ -4,6 +4,7 @@
 #include "editor/CZkmorvaHelpPages.h"
 #include "editor/ValueMapping.h"
 #include "editor/Zkmorva20Layout.h"
+#include "units/Zkmorva20Parameters.h"
 #include "widgets/CMovieBitmap.h"
 #include "widgets/COnOffButton.h"
 #include "widgets/CTextEdit.h"
@@ -136,6 +137,24 @@ std::vector<std::vector<float>> Sine(float left, float right, std::size_t frames
         signal[1][i] = right * s;
     }
     return signal;
+}
+
+// Before any audio (and through silence) the displays rest where the unit's
+// parameters start: balance centred, correlation 0 (shown at 0.5), every meter
+// dark; not at the hard left and -1 that the unit's smoothed values start from.
+TEST_F(Zkmorva20EditorTest, MetersRestWhereTheParametersStart) {
+    const float balance = zk::kZkmorva20Parameters[zk::kZ20BalanceMeter].defaultValue;
+    const float correlation = zk::kZkmorva20Parameters[zk::kZ20CorrelationMeter].defaultValue;
+    for (int pass = 0; pass < 2; ++pass) {
+        rig->editor->idle();
+        EXPECT_EQ(rig->editor->getBalanceDisplay()->getValue(), balance) << "pass " << pass;
+        EXPECT_EQ(rig->editor->getCorrelationDisplay()->getValue(), correlation * 0.5f + 0.5f)
+            << "pass " << pass;
+        for (int m = 0; m < 8; ++m) {
+            EXPECT_EQ(rig->editor->getMeter(m)->getValue(), 0.f) << "meter " << m;
+        }
+        rig->host.Render(std::vector<std::vector<float>>(2, std::vector<float>(4410)));
+    }
 }
 
 // Correlation -1..+1 is shown as 0..1; the output pair drives two meter pairs.
