@@ -4,8 +4,8 @@
 
 namespace zkeditor {
 
-// The press that returns a knob or pad to its default: Alt-click (not the
-// toolkit's Control-click: intended) and, because many window managers take
+// The press that returns a knob or pad to its default: Alt-click (deliberately
+// not the toolkit's Control-click) and, because many window managers take
 // Alt-click for moving windows, a plain double click.
 inline bool IsResetClick(long pressed) {
     const long buttons = pressed & (kLButton | kMButton | kRButton | kModifierMask);

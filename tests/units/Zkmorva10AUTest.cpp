@@ -296,7 +296,7 @@ TEST(Zkmorva10AU, HostStringsForSpecialValues) {
         EXPECT_EQ(status, kAudioUnitErr_InvalidParameter) << "id " << id;
     }
     // Without a value the text follows parameter 33 (bass shift gain), whatever id
-    // is asked for (intended): LF Q at 1.0 reads "lo-shelf" while 33 is below 0.3.
+    // is asked for, as it always has: LF Q at 1.0 reads "lo-shelf" while 33 is below 0.3.
     host->Set(kZ10LfQ, 1.0f);
     for (const auto& [shift, text] : {std::pair<float, const char*>{0.0f, "lo-shelf"},
                                       std::pair<float, const char*>{6.0f, nullptr}}) {
