@@ -1,6 +1,7 @@
 #include "editor/CAnimJoystick.h"
 
 #include "editor/FilmStrip.h"
+#include "editor/ResetClick.h"
 #include "widgets/CFrame.h"
 
 #include <algorithm>
@@ -129,7 +130,7 @@ CMouseEventResult CAnimJoystick::onMouseDown(CPoint& where, const long& pressed)
     if (!bMouseEnabled || !(buttons & kLButton)) {
         return kMouseEventNotHandled;
     }
-    if (buttons == (kLButton | kAlt)) {
+    if (zkeditor::IsResetClick(pressed)) {
         beginEdit();
         yValue = yDefault;
         reportY();

@@ -21,8 +21,8 @@ public:
 // A two-axis control drawn from a two-dimensional film strip (columns for X,
 // rows for Y, each cell the view's size). X is the control's own value and tag,
 // Y is carried by an owned CAnotherControlListener with the Y tag. The handle
-// jumps to the pointer; Shift moves Y only, Shift+Alt X only. Alt-click resets Y,
-// then X. The wheel moves Y (with Shift: X), the arrow keys X.
+// jumps to the pointer; Shift moves Y only, Shift+Alt X only. A double click or
+// Alt-click resets Y, then X. The wheel moves Y (with Shift: X), the arrow keys X.
 class CAnimJoystick : public CControl {
 public:
     CAnimJoystick(const CRect& size, CControlListener* listener, long tagX, long tagY,

@@ -1,6 +1,7 @@
 #include "editor/CAnimKnobEX.h"
 
 #include "editor/FilmStrip.h"
+#include "editor/ResetClick.h"
 #include "widgets/CFrame.h"
 
 #include <algorithm>
@@ -24,8 +25,7 @@ CMouseEventResult CAnimKnobEX::onMouseDown(CPoint& where, const long& pressed) {
     if (listener && (buttons & kModifierMask) && listener->controlModifierClicked(this, buttons)) {
         return kMouseDownEventHandledButDontNeedMovedOrUpEvents;
     }
-    if (buttons == (kLButton | kAlt)) {
-        // The reset sits on Alt, not on the toolkit's Control: intended.
+    if (zkeditor::IsResetClick(pressed)) {
         checkDefaultValue(kLButton | kControl);
         return kMouseDownEventHandledButDontNeedMovedOrUpEvents;
     }

@@ -6,9 +6,9 @@
 // whole range; Control makes the drag three times finer, and the finer range is
 // kept for later drags until the modifiers change during a drag (intended: a fine
 // adjustment can be continued with a plain drag). Shift on the press switches
-// every knob of the editor between linear and circular dragging. Alt-click resets
-// to the default (Control-click does not). A modifier press is first offered to
-// the listener.
+// every knob of the editor between linear and circular dragging. A double click
+// or Alt-click resets to the default (Control-click does not). A modifier press is
+// first offered to the listener.
 class CAnimKnobEX : public CAnimKnob {
 public:
     static constexpr float kDragRange = 200.f;

@@ -144,8 +144,8 @@ void CZkmorva10Editor::buildLabels(CFrame* f) {
 
 void CZkmorva10Editor::buildControls(CFrame* f) {
     zkeditor::BuildContext context{*this, controls, f, bitmaps, labelColour};
-    zkeditor::BuildKnobs(context, kGainKnobs, zkeditor::kTopBoxWidth);
-    zkeditor::BuildKnobs(context, kBandKnobs, zkeditor::kBandBoxWidth);
+    zkeditor::BuildKnobs(context, kGainKnobs);
+    zkeditor::BuildKnobs(context, kBandKnobs);
     zkeditor::BuildPads(context, kPads);
     zkeditor::BuildNames(context, kNames);
     zkeditor::BuildLeds(context, kLeds);

@@ -26,6 +26,9 @@ namespace {
 constexpr std::array<CColor, 2> kCurveLine{kRedCColor, CColor{64, 170, 255, 255}};
 constexpr std::array<CColor, 2> kCurveFill{CColor{255, 191, 0, 255}, CColor{120, 200, 255, 255}};
 
+// The unit's level reading for no level at all (its meters' floor).
+constexpr float kSilenceDb = -61.f;
+
 // Curve inputs of a channel's 41 controls, by offset; -1 for the links.
 constexpr std::array<long, kChannelSpan> kCurveInputOfOffset{
     0,  1,  -1, 2,  3,  4,  5,  -1, 6,  7,  8,  9,  -1, 10, 11, 12, 13, -1, 14, 15, 16,
@@ -144,6 +147,7 @@ void CZkmorva20Editor::buildPanel(CFrame* f) {
 
     zkeditor::BuildContext context{*this, controls, f, bitmaps, labelColour};
     zkeditor::BuildLabels(context, kLabels);
+    zkeditor::BuildLabels(context, kChannelNames, zkeditor::kNameColour);
     CRect levelRect = kLevelScaleLeft;
     for (const char* text : kLevelScale) {
         zkeditor::BuildLabel(context, levelRect, text, kNormalFont);
@@ -182,8 +186,8 @@ void CZkmorva20Editor::buildPanel(CFrame* f) {
 
 void CZkmorva20Editor::buildControls(CFrame* f) {
     zkeditor::BuildContext context{*this, controls, f, bitmaps, labelColour};
-    zkeditor::BuildKnobs(context, kTopKnobs, zkeditor::kTopBoxWidth);
-    zkeditor::BuildKnobs(context, kBandKnobs, zkeditor::kBandBoxWidth);
+    zkeditor::BuildKnobs(context, kTopKnobs);
+    zkeditor::BuildKnobs(context, kBandKnobs);
     zkeditor::BuildPads(context, kPads);
     zkeditor::BuildNames(context, kTopNames);
     zkeditor::BuildNames(context, kBandNames);
@@ -359,10 +363,21 @@ void CZkmorva20Editor::idle() {
     };
     std::array<float, kMeterValues> values{};
     for (long i = 0; i < 6; ++i) {
-        values[static_cast<std::size_t>(i)] = read(kFirstLevelMeterTag + i, -200.f);
+        values[static_cast<std::size_t>(i)] = read(kFirstLevelMeterTag + i, kSilenceDb);
     }
-    values[6] = read(kBalanceTag, 0.5f);
-    values[7] = read(kCorrelationTag, 0.f) * 0.5f + 0.5f; // -1..+1 onto 0..1
+    // Where the balance and correlation parameters start (their defaults).
+    const float restBalance = GetDefaultValue(kBalanceTag);
+    const float restCorrelation = GetDefaultValue(kCorrelationTag);
+    values[6] = read(kBalanceTag, restBalance);
+    values[7] = read(kCorrelationTag, restCorrelation);
+    // With neither output above the silence floor (before any audio the unit's
+    // smoothed readings still stand at the hard left and -1) there is nothing to
+    // balance or correlate: both displays rest where their parameters start.
+    if (values[4] <= kSilenceDb && values[5] <= kSilenceDb) {
+        values[6] = restBalance;
+        values[7] = restCorrelation;
+    }
+    values[7] = values[7] * 0.5f + 0.5f; // -1..+1 onto 0..1
     SetMeters(values.data(), true);
     CZkmorvaEditor::idle();
 }

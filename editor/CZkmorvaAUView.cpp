@@ -160,6 +160,20 @@ void CZkmorvaAUView::Draw(cairo_t* cr, double scale) {
     }
 }
 
+std::unique_ptr<COffscreenContext> CZkmorvaAUView::Picture(double scale) {
+    const CFrame* frame = GetFrame();
+    auto image = std::make_unique<COffscreenContext>(frame ? frame->getWidth() : 0,
+                                                     frame ? frame->getHeight() : 0, scale);
+    // The image's own context has its scale applied already; Draw applies it
+    // again unless it gets device pixels, as a window's cairo_t has them.
+    cairo_t* cr = image->getCairo();
+    cairo_save(cr);
+    cairo_identity_matrix(cr);
+    Draw(cr, scale);
+    cairo_restore(cr);
+    return image;
+}
+
 CRect CZkmorvaAUView::DrawDirty(cairo_t* cr, double scale) {
     if (CFrame* frame = GetFrame(); frame != nullptr && cr != nullptr) {
         CDrawContext context(cr, scale);

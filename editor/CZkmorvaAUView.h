@@ -4,6 +4,8 @@
 #include "framework/AUEvents.h"
 #include "framework/RunLoop.h"
 
+#include "widgets/CDrawContext.h"
+
 #include <cairo.h>
 
 #include <functional>
@@ -72,6 +74,9 @@ public:
     // repaint through the frame's invalidate callback (CFrame::setInvalidateCallback).
     void Draw(cairo_t* cr, double scale = 1.0);
     CRect DrawDirty(cairo_t* cr, double scale = 1.0);
+    // The whole frame as a picture at a device scale: its width x scale by its
+    // height x scale pixels, drawn as into a window (screenshots, tests).
+    std::unique_ptr<COffscreenContext> Picture(double scale = 1.0);
 
     // Input for the adapter, in frame pixels; buttons are the toolkit's flags.
     bool MouseDown(CPoint where, long buttons, double timeMs = -1.0);

@@ -35,14 +35,14 @@ CZkTextEdit* BuildTextBox(BuildContext& context, const CRect& rect, long tag,
 
 } // namespace
 
-void BuildKnobs(BuildContext& context, std::span<const KnobDef> knobs, CCoord boxWidth) {
+void BuildKnobs(BuildContext& context, std::span<const KnobDef> knobs) {
     for (const KnobDef& def : knobs) {
         CBitmap* strip =
             context.bitmaps.get(def.size == KnobSize::kSmall ? kSmallKnobStrip : kGainKnobStrip);
         context.controls.add(
             context.editor.NewCAnimKnobEX(def.rect, def.tag, strip, true, 0.f, context.frame),
             def.tag, Role::kKnob);
-        BuildTextBox(context, TextBoxUnder(def.rect, boxWidth), def.tag, def.display, def.parse);
+        BuildTextBox(context, TextBox(def), def.tag, def.display, def.parse);
         if (def.letter != nullptr) {
             BuildLabel(context, LetterLabel(def.rect, def.size), def.letter, kNormalFont);
         }
@@ -55,8 +55,8 @@ void BuildPads(BuildContext& context, std::span<const PadDef> pads) {
             def.rect, def.tagX, def.tagY, context.bitmaps.get(kPadStrip), true, context.frame);
         context.controls.add(pad, def.tagX, Role::kPadX);
         context.controls.add(pad, def.tagY, Role::kPadY);
-        BuildTextBox(context, PadTextBoxX(def.rect), def.tagX, def.displayX, def.parseX);
-        BuildTextBox(context, PadTextBoxY(def.rect), def.tagY, def.displayY, def.parseY);
+        BuildTextBox(context, PadTextBoxX(def), def.tagX, def.displayX, def.parseX);
+        BuildTextBox(context, PadTextBoxY(def), def.tagY, def.displayY, def.parseY);
     }
 }
 
@@ -82,8 +82,12 @@ CTextLabel* BuildLabel(BuildContext& context, const CRect& rect, const char* tex
 }
 
 void BuildLabels(BuildContext& context, std::span<const LabelDef> labels) {
+    BuildLabels(context, labels, context.labelColour);
+}
+
+void BuildLabels(BuildContext& context, std::span<const LabelDef> labels, CColor colour) {
     for (const LabelDef& def : labels) {
-        BuildLabel(context, def.rect, def.text, def.font);
+        context.editor.NewCTextLabel(def.rect, def.text, context.frame, def.font, colour);
     }
 }
 

@@ -27,15 +27,17 @@ struct BuildContext {
 
 inline constexpr CColor kNameColour{240, 161, 41, 255};
 
-// Knobs (bitmap 20 or 21) with their text boxes (boxWidth wide) and letters.
-void BuildKnobs(BuildContext& context, std::span<const KnobDef> knobs, CCoord boxWidth);
+// Knobs (bitmap 20 or 21) with their text boxes and letters.
+void BuildKnobs(BuildContext& context, std::span<const KnobDef> knobs);
 // Pads (bitmap 22) with a text box per axis.
 void BuildPads(BuildContext& context, std::span<const PadDef> pads);
 // On/off switches shown as their name.
 void BuildNames(BuildContext& context, std::span<const NameDef> names);
 // LED buttons (bitmap 25).
 void BuildLeds(BuildContext& context, std::span<const LedDef> leds);
+// Labels in the context's label colour, or in the colour given.
 void BuildLabels(BuildContext& context, std::span<const LabelDef> labels);
+void BuildLabels(BuildContext& context, std::span<const LabelDef> labels, CColor colour);
 CTextLabel* BuildLabel(BuildContext& context, const CRect& rect, const char* text, CFont font);
 // The auto-listen mode menu: entry index = control value x 6.
 COptionMenu* BuildAutoListenMenu(BuildContext& context, const CRect& rect, long tag,

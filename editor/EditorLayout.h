@@ -17,7 +17,19 @@ enum class KnobSize : unsigned char {
     kGain,  // 50 x 50, bitmap 21
 };
 
-// A film-strip knob with its text box (centred under it) and its one-letter label.
+// Text box widths, each wide enough for the longest text its display shows in
+// font 5 plus the 2-pixel inset on both sides (checked by the layout test):
+// top row "-106.3 dB" and "10.00 kHz", band columns "24 dB/oct.", band gains
+// "-10.0 dB", the stereo width "400 %", pads "10.00 kHz" and "-10.0".
+inline constexpr CCoord kTopBoxWidth = 50;
+inline constexpr CCoord kWidthBoxWidth = 36;
+inline constexpr CCoord kBandBoxWidth = 52;
+inline constexpr CCoord kGainBoxWidth = 46;
+inline constexpr CCoord kPadBoxWidthX = 50;
+inline constexpr CCoord kPadBoxWidthY = 28;
+
+// A film-strip knob with its text box (centred under it, boxWidth wide) and its
+// one-letter label.
 struct KnobDef {
     long tag;
     CRect rect;
@@ -25,13 +37,16 @@ struct KnobDef {
     DisplayFunction display;
     ParseFunction parse;
     const char* letter; // null: no label
+    CCoord boxWidth;
 };
 
-// A two-axis pad: X and Y tags, each axis with its own text box under the pad.
+// A two-axis pad: X and Y tags, each axis with its own text box under the pad,
+// side by side from boxLeft (X, the wider texts, first).
 struct PadDef {
     long tagX;
     long tagY;
     CRect rect;
+    CCoord boxLeft;
     DisplayFunction displayX;
     ParseFunction parseX;
     DisplayFunction displayY;
@@ -58,28 +73,30 @@ struct LabelDef {
     CFont font;
 };
 
-// Text box of a knob: 14 high, centred under it, 3 px below; 40 wide under the
-// gain knobs of the top row, 52 in the band columns (room for "24 dB/oct.").
-inline constexpr CCoord kTopBoxWidth = 40;
-inline constexpr CCoord kBandBoxWidth = 52;
+// Text box of a knob: 14 high, centred under it, 3 px below.
 constexpr CRect TextBoxUnder(const CRect& knob, CCoord width) {
     const CCoord left = (knob.left + knob.right - width) / 2;
     return {left, knob.bottom + 3, left + width, knob.bottom + 17};
 }
-
-// Text boxes of a pad: side by side under it, X (the wider texts) on the left.
-constexpr CRect PadTextBoxX(const CRect& pad) {
-    return {pad.left - 8, pad.bottom + 3, pad.left + 34, pad.bottom + 17};
-}
-constexpr CRect PadTextBoxY(const CRect& pad) {
-    return {pad.left + 36, pad.bottom + 3, pad.right + 6, pad.bottom + 17};
+constexpr CRect TextBox(const KnobDef& knob) {
+    return TextBoxUnder(knob.rect, knob.boxWidth);
 }
 
-// One-letter label of a knob: left of a small knob, above the left edge of a gain knob.
+// Text boxes of a pad, 3 px below it.
+constexpr CRect PadTextBoxX(const PadDef& pad) {
+    return {pad.boxLeft, pad.rect.bottom + 3, pad.boxLeft + kPadBoxWidthX, pad.rect.bottom + 17};
+}
+constexpr CRect PadTextBoxY(const PadDef& pad) {
+    const CCoord left = pad.boxLeft + kPadBoxWidthX;
+    return {left, pad.rect.bottom + 3, left + kPadBoxWidthY, pad.rect.bottom + 17};
+}
+
+// One-letter label of a knob (13 wide: "Q" and the inset): left of a small knob,
+// above the left edge of a gain knob.
 constexpr CRect LetterLabel(const CRect& knob, KnobSize size) {
     return size == KnobSize::kSmall
-               ? CRect{knob.left - 11, knob.top + 9, knob.left - 1, knob.top + 21}
-               : CRect{knob.left, knob.top - 13, knob.left + 10, knob.top - 2};
+               ? CRect{knob.left - 14, knob.top + 9, knob.left - 1, knob.top + 21}
+               : CRect{knob.left, knob.top - 13, knob.left + 13, knob.top - 2};
 }
 
 } // namespace zkeditor

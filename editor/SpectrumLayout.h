@@ -22,19 +22,19 @@ struct SpectrumLayout {
 
 // Channel EQ: the row under the frequency scale.
 inline constexpr SpectrumLayout kZkmorva10Spectrum{{596, 24, 969, 249},
-                                                   {606, 266, 656, 278},
-                                                   {662, 266, 676, 278},
-                                                   {680, 266, 698, 278},
+                                                   {606, 268, 656, 280},
+                                                   {662, 268, 676, 280},
+                                                   {680, 268, 700, 280},
                                                    {},
                                                    {},
-                                                   {706, 266, 730, 278},
+                                                   {706, 268, 730, 280},
                                                    {{255, 191, 0, 255}, {255, 191, 0, 255}},
                                                    {170, 200, 190, 255}};
 
 // Two-channel EQ: the row above the curves, channel colours as their curves'.
 inline constexpr SpectrumLayout kZkmorva20Spectrum{
     {44, 317, 582, 502},  {86, 297, 136, 309},
-    {142, 297, 156, 309}, {160, 297, 178, 309},
+    {142, 297, 156, 309}, {160, 297, 180, 309},
     {186, 297, 206, 309}, {210, 297, 232, 309},
     {240, 297, 264, 309}, {{255, 191, 0, 255}, {120, 200, 255, 255}},
     {170, 200, 190, 255}};

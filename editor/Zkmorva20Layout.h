@@ -40,7 +40,8 @@ inline constexpr long kDisplayTag = 200;  // balance and correlation displays
 inline constexpr CRect kCurveRect{44, 317, 582, 502}; // both channels' curves, overlaid
 inline constexpr CRect kRateIndicatorRect{535, 312, 620, 507};
 inline constexpr CRect kPanelHandleRect{538, 288, 621, 530};
-inline constexpr CRect kPanelToggleRect{999, 259, 1024, 283};
+// Under the help key: the bottom right corner belongs to channel 2's presence pad.
+inline constexpr CRect kPanelToggleRect{999, 25, 1024, 49};
 inline constexpr CRect kHelpOpenRect{999, 0, 1024, 25};
 // Auto listen sits in the free space of the top row, right of the stereo width.
 inline constexpr CRect kAutoListenMenuRect{596, 14, 624, 25};
@@ -69,33 +70,55 @@ inline constexpr std::array<MeterDef, 6> kLowerMeters{{
 inline constexpr std::array<const char*, 3> kLevelScale{"+12", "0", "-12"};
 inline constexpr CCoord kLevelScaleStepX = 14;
 inline constexpr CCoord kLevelScaleStepY = 92;
-inline constexpr CRect kLevelScaleLeft{17, 310, 39, 322};
+inline constexpr CRect kLevelScaleLeft{15, 310, 41, 322};
 // Columns of the labels at the sample-rate indicator per rate class (up to
 // 44.1 kHz, 48 kHz, other), beside the shading above half the rate.
-inline constexpr std::array<CCoord, 3> kRateScaleLeft{544, 553, 585};
+inline constexpr std::array<CCoord, 3> kRateScaleLeft{542, 551, 583};
 inline constexpr CCoord kRateScaleTop = 310;
-inline constexpr CCoord kRateScaleWidth = 22;
+inline constexpr CCoord kRateScaleWidth = 26;
 inline constexpr CCoord kRateScaleHeight = 12;
 
 // --- the top row and the global switches -------------------------------------
 
+// The gains sit high enough that their boxes stay above the band names; the
+// mono maker's and stereo width's boxes fit between the LP and HP names of the
+// two channels.
 inline constexpr std::array<KnobDef, 6> kTopKnobs{{
-    {6, {269, 19, 299, 49}, KnobSize::kSmall, dB2string, string2dB, nullptr},
-    {8, {335, 19, 365, 49}, KnobSize::kSmall, dB2string, string2dB, nullptr},
-    {10, {653, 19, 683, 49}, KnobSize::kSmall, dB2string, string2dB, nullptr},
-    {12, {719, 19, 749, 49}, KnobSize::kSmall, dB2string, string2dB, nullptr},
-    {14,
-     {468, 19, 498, 49},
+    {6, {269, 8, 299, 38}, KnobSize::kSmall, dB2string, string2dB, nullptr, zkeditor::kTopBoxWidth},
+    {8, {335, 8, 365, 38}, KnobSize::kSmall, dB2string, string2dB, nullptr, zkeditor::kTopBoxWidth},
+    {10,
+     {653, 8, 683, 38},
      KnobSize::kSmall,
-     frequency2string20_26000,
+     dB2string,
+     string2dB,
+     nullptr,
+     zkeditor::kTopBoxWidth},
+    {12,
+     {719, 8, 749, 38},
+     KnobSize::kSmall,
+     dB2string,
+     string2dB,
+     nullptr,
+     zkeditor::kTopBoxWidth},
+    {14,
+     {478, 19, 508, 49},
+     KnobSize::kSmall,
+     frequency2stringOff_26000,
      string2frequency20_26000,
-     nullptr},
-    {16, {525, 19, 555, 49}, KnobSize::kSmall, percent2stringStWi, string2percentStWi, nullptr},
+     nullptr,
+     zkeditor::kTopBoxWidth},
+    {16,
+     {523, 19, 553, 49},
+     KnobSize::kSmall,
+     percent2stringStWi,
+     string2percentStWi,
+     nullptr,
+     zkeditor::kWidthBoxWidth},
 }};
 
 inline constexpr std::array<NameDef, 2> kTopNames{{
-    {15, {445, 7, 511, 18}, "Mono-Maker", kNormalFontSmaller},
-    {17, {509, 7, 575, 18}, "Stereo-Width", kNormalFontSmaller},
+    {15, {452, 7, 512, 18}, "Mono-Maker", kNormalFontSmaller},
+    {17, {512, 7, 576, 18}, "Stereo-Width", kNormalFontSmaller},
 }};
 
 inline constexpr std::array<LedDef, 9> kTopLeds{{
@@ -104,10 +127,10 @@ inline constexpr std::array<LedDef, 9> kTopLeds{{
     {2, {580, 14, 592, 26}},   // auto listen
     {4, {519, 249, 531, 261}}, // master link
     {5, {492, 249, 504, 261}}, // EQ
-    {7, {302, 28, 314, 40}},   // gain links, right of their knobs
-    {9, {368, 28, 380, 40}},
-    {11, {686, 28, 698, 40}},
-    {13, {752, 28, 764, 40}},
+    {7, {302, 17, 314, 29}},   // gain links, right of their knobs
+    {9, {368, 17, 380, 29}},
+    {11, {686, 17, 698, 29}},
+    {13, {752, 17, 764, 29}},
 }};
 
 inline constexpr std::array<const char*, 7> kAutoListenModes{"Q - -", "- f -", "- - G", "Q f -",
@@ -119,6 +142,7 @@ inline constexpr std::array<const char*, 7> kAutoListenModes{"Q - -", "- f -", "
 struct BandColumn {
     const char* name;
     CFont nameFont;
+    CCoord nameWidth; // HP and LP narrow: the top row's boxes reach over their plates
     long q, frequency, gain, link, on; // gain -1: none (HP, LP)
     std::array<CCoord, 2> upperX;
     std::array<CCoord, 2> lowerX;
@@ -132,6 +156,7 @@ struct BandColumn {
 inline constexpr std::array<BandColumn, 7> kBands{{
     {"HP",
      kNormalFontSmaller,
+     20,
      0,
      1,
      -1,
@@ -146,6 +171,7 @@ inline constexpr std::array<BandColumn, 7> kBands{{
      string2frequency20_26000},
     {"LF",
      kNormalFont,
+     50,
      4,
      5,
      6,
@@ -160,6 +186,7 @@ inline constexpr std::array<BandColumn, 7> kBands{{
      string2frequency20_1000},
     {"LMF",
      kNormalFont,
+     50,
      9,
      10,
      11,
@@ -174,6 +201,7 @@ inline constexpr std::array<BandColumn, 7> kBands{{
      string2frequency20_1000},
     {"MF",
      kNormalFont,
+     50,
      14,
      15,
      16,
@@ -188,6 +216,7 @@ inline constexpr std::array<BandColumn, 7> kBands{{
      string2frequency20_26000},
     {"HMF",
      kNormalFont,
+     50,
      19,
      20,
      21,
@@ -202,6 +231,7 @@ inline constexpr std::array<BandColumn, 7> kBands{{
      string2frequency400_26000},
     {"HF",
      kNormalFont,
+     50,
      24,
      25,
      26,
@@ -216,6 +246,7 @@ inline constexpr std::array<BandColumn, 7> kBands{{
      string2frequency400_26000},
     {"LP",
      kNormalFontSmaller,
+     20,
      29,
      30,
      -1,
@@ -235,7 +266,8 @@ struct ShifterColumn {
     const char* name;
     long x, y, link, on;
     std::array<CRect, 2> pad;
-    std::array<CRect, 2> linkRect;
+    std::array<CCoord, 2> boxLeft; // clear of the switches between the channels
+    std::array<CRect, 2> linkRect; // beside the pad, clear of it
     DisplayFunction xDisplay;
     ParseFunction xParse;
 };
@@ -247,7 +279,8 @@ inline constexpr std::array<ShifterColumn, 2> kShifters{{
      35,
      36,
      {{{15, 186, 79, 250}, {535, 186, 599, 250}}},
-     {{{4, 233, 16, 245}, {596, 233, 608, 245}}},
+     {7, 537},
+     {{{3, 233, 15, 245}, {599, 233, 611, 245}}},
      frequency2string40_200,
      string2frequency40_200},
     {"PS",
@@ -256,7 +289,8 @@ inline constexpr std::array<ShifterColumn, 2> kShifters{{
      39,
      40,
      {{{425, 186, 489, 250}, {946, 186, 1010, 250}}},
-     {{{414, 233, 426, 245}, {1007, 233, 1019, 245}}},
+     {408, 938},
+     {{{413, 233, 425, 245}, {1010, 233, 1022, 245}}},
      frequency2string8000_20000,
      string2frequency8000_20000},
 }};
@@ -271,9 +305,10 @@ constexpr CRect SmallKnobAt(CCoord x, CCoord top) {
 constexpr CRect GainKnobAt(CCoord x) {
     return {x, kGainTop, x + 50, kGainTop + 50};
 }
-// A band's name above its upper knob; its link switch right of the upper knob.
-constexpr CRect BandNameRect(CCoord upperX) {
-    return {upperX - 10, 56, upperX + 40, 68};
+// A band's name centred above its upper knob; its link switch right of the upper knob.
+constexpr CRect BandNameRect(CCoord upperX, CCoord width) {
+    const CCoord left = upperX + 15 - width / 2;
+    return {left, 56, left + width, 68};
 }
 constexpr CRect BandLinkRect(CCoord upperX) {
     return {upperX + 33, 79, upperX + 45, 91};
@@ -290,19 +325,28 @@ constexpr std::array<KnobDef, 38> MakeBandKnobs() {
     for (std::size_t c = 0; c < 2; ++c) {
         const long first = kChannelFirst[c];
         for (const BandColumn& band : kBands) {
-            knobs[n++] = {first + band.q,   SmallKnobAt(band.upperX[c], kUpperTop),
-                          KnobSize::kSmall, band.qDisplay,
-                          band.qParse,      "Q"};
+            knobs[n++] = {first + band.q,
+                          SmallKnobAt(band.upperX[c], kUpperTop),
+                          KnobSize::kSmall,
+                          band.qDisplay,
+                          band.qParse,
+                          "Q",
+                          zkeditor::kBandBoxWidth};
             knobs[n++] = {first + band.frequency,
                           SmallKnobAt(band.lowerX[c], kLowerTop),
                           KnobSize::kSmall,
                           band.fDisplay,
                           band.fParse,
-                          "f"};
+                          "f",
+                          zkeditor::kBandBoxWidth};
             if (band.gain >= 0) {
-                knobs[n++] = {first + band.gain, GainKnobAt(band.gainX[c]),
-                              KnobSize::kGain,   dB2stringEq,
-                              string2dBEq,       "G"};
+                knobs[n++] = {first + band.gain,
+                              GainKnobAt(band.gainX[c]),
+                              KnobSize::kGain,
+                              dB2stringEq,
+                              string2dBEq,
+                              "G",
+                              zkeditor::kGainBoxWidth};
             }
         }
     }
@@ -318,6 +362,7 @@ constexpr std::array<PadDef, 4> MakePads() {
             pads[n++] = {kChannelFirst[c] + s.x,
                          kChannelFirst[c] + s.y,
                          s.pad[c],
+                         s.boxLeft[c],
                          s.xDisplay,
                          s.xParse,
                          dB2stringIs,
@@ -333,8 +378,8 @@ constexpr std::array<NameDef, 18> MakeBandNames() {
     std::size_t n = 0;
     for (std::size_t c = 0; c < 2; ++c) {
         for (const BandColumn& band : kBands) {
-            names[n++] = {kChannelFirst[c] + band.on, BandNameRect(band.upperX[c]), band.name,
-                          band.nameFont};
+            names[n++] = {kChannelFirst[c] + band.on, BandNameRect(band.upperX[c], band.nameWidth),
+                          band.name, band.nameFont};
         }
         for (const ShifterColumn& s : kShifters) {
             names[n++] = {kChannelFirst[c] + s.on, ShifterNameRect(s.pad[c]), s.name, kNormalFont};
@@ -370,19 +415,19 @@ inline constexpr std::array<LabelDef, 29> kLabels{{
     {{472, 504, 496, 516}, "10k", kNormalFont},
     {{521, 504, 545, 516}, "20k", kNormalFont},
     // global switches
-    {{487, 206, 511, 216}, "Solo", kNormalFontSmaller},
+    {{489, 206, 514, 216}, "Solo", kNormalFontSmaller},
     {{516, 206, 534, 216}, "R", kNormalFontSmaller},
-    {{484, 262, 512, 272}, "EQ", kNormalFontSmaller},
-    {{511, 262, 539, 272}, "Link", kNormalFontSmaller},
+    {{486, 262, 510, 272}, "EQ", kNormalFontSmaller},
+    {{513, 262, 537, 272}, "Link", kNormalFontSmaller},
     {{574, 29, 630, 40}, "Auto listen", kNormalFontSmaller},
     // gains of the top row
-    {{254, 28, 268, 40}, "in", kNormalFont},
-    {{316, 28, 334, 40}, "out", kNormalFont},
-    {{638, 28, 652, 40}, "in", kNormalFont},
-    {{700, 28, 718, 40}, "out", kNormalFont},
+    {{254, 17, 268, 29}, "in", kNormalFont},
+    {{314, 17, 335, 29}, "out", kNormalFont},
+    {{638, 17, 652, 29}, "in", kNormalFont},
+    {{698, 17, 719, 29}, "out", kNormalFont},
     // lower meter bank
     {{636, 481, 681, 492}, "input", kNormalFontSmaller},
-    {{718, 481, 729, 492}, "C", kNormalFontSmaller},
+    {{717, 481, 728, 492}, "C", kNormalFontSmaller},
     {{728, 481, 739, 492}, "S", kNormalFontSmaller},
     {{776, 481, 821, 492}, "output", kNormalFontSmaller},
     {{808, 328, 838, 340}, "over", kNormalFontSmaller},
@@ -395,6 +440,12 @@ inline constexpr std::array<LabelDef, 29> kLabels{{
     {{888, 462, 972, 473}, "correlation", kNormalFontSmaller},
     {{866, 462, 886, 473}, "-1", kNormalFontSmaller},
     {{974, 462, 994, 473}, "+1", kNormalFontSmaller},
+}};
+
+// The channels' names beside their outer band plates, in the name colour.
+inline constexpr std::array<LabelDef, 2> kChannelNames{{
+    {{2, 70, 16, 84}, "L", kSystemFont},
+    {{1008, 70, 1022, 84}, "R", kSystemFont},
 }};
 
 } // namespace zk20layout

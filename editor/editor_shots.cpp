@@ -33,10 +33,9 @@ const Settings kSettings10{{11, 4.f}, {18, 1800.f}, {19, -5.f}, {17, 2.5f}, {27,
 const Settings kSettings20{{24, 4.f}, {33, 1800.f}, {34, -5.f}, {74, 900.f}, {75, 6.f}, {85, -3.f}};
 
 bool Write(CZkmorvaAUView& view, const std::string& path, double scale) {
-    COffscreenContext image(view.GetWidth(), view.GetHeight(), scale);
-    view.Draw(image.createDeviceCairo().get(), scale);
+    const std::unique_ptr<COffscreenContext> image = view.Picture(scale);
     std::string error;
-    if (!image.writePNG(path, &error)) {
+    if (!image->writePNG(path, &error)) {
         std::fprintf(stderr, "zk_editor_shots: %s\n", error.c_str());
         return false;
     }

@@ -107,10 +107,8 @@ void paintBackground2(cairo_t* cr, double) {
     plates(cr, kBandPlates2Right);
     well(cr, 496, 66, 22, 112);  // output meters of the upper panel
     plate(cr, 486, 208, 52, 62); // solo, link and EQ switches
-    text(cr, "L", 250, 80, 12, kAmber, Align::Right, true);
-    text(cr, "R", 1018, 80, 12, kAmber, Align::Right, true);
     cornerKey(cr, 1001, 2, "?");
-    cornerKey(cr, 1001, 261, "\xe2\x96\xb4"); // collapse the lower panel
+    cornerKey(cr, 1001, 27, "\xe2\x96\xb4"); // collapse the lower panel
     // Lower panel: curves, meter bank, balance and correlation.
     grooveLine(cr, 0, 283, 1024);
     curveScreen(cr, 44, 317, 538, 185);

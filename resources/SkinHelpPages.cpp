@@ -100,14 +100,15 @@ constexpr HelpLine kControls2[] = {
     {"Balance", "Left against right level, centre = equal."},
     {"Correlation", "-1 out of phase, 0 unrelated, +1 mono."},
     {"Auto listen", "Hear the band being dragged alone (menu: which knobs)."},
-    {"Panel", "The key in the lower right corner folds the lower panel."},
+    {"Panel", "The key under the ? key folds the lower panel."},
     {"Curves", "One curve per channel; hatching above half the rate."},
 };
 
 constexpr HelpLine kMouse[] = {
     {"Drag", "Up or right turns a knob up, down or left turns it down."},
     {"Ctrl + drag", "Fine adjustment; it stays fine for the next drag."},
-    {"Alt + click", "Returns a knob or pad to its default value."},
+    {"Double-click", "Returns a knob or pad to its default value;"},
+    {"", "Alt + click does too, where the desktop leaves it free."},
     {"Shift + click", "Switches all knobs between linear and circular drag."},
     {"Wheel", "Turns the knob under the pointer; Ctrl: finer steps."},
 };
@@ -156,8 +157,9 @@ void paintHelpPageMouse(cairo_t* cr, double) {
     // its explanation beside it.
     well(cr, 20, 126, 12, 45);
     helpLines(cr, 40 - 78, 137, kKnobMode);
-    helpLines(cr, 14, 184, std::span(kMouse).subspan(2));
-    helpLines(cr, 14, 184 + 3 * kLineHeight, kPad);
+    constexpr double kBelowSwitch = 180;
+    helpLines(cr, 14, kBelowSwitch, std::span(kMouse).subspan(2));
+    helpLines(cr, 14, kBelowSwitch + 4 * kLineHeight, kPad);
 }
 
 void paintHelpPageTextEntry(cairo_t* cr, double) {

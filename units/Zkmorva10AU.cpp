@@ -1,5 +1,6 @@
 #include "units/Zkmorva10AU.h"
 
+#include "dsp/ShelvingRule.h"
 #include "dsp/Truncate.h"
 #include "units/ValueTexts.h"
 
@@ -149,19 +150,6 @@ void CZkmorva10AU::Follow(AudioUnitParameterID id, double frequency) {
     }
 }
 
-// Q values from 0.3 up are a bell of that Q; lower values select the band's shelf
-// with Q root two (the stored Q keeps the raw value).
-void CZkmorva10AU::ShelvingRule(int b, double q, double shelfType) {
-    CBiquad& section = GetBandFilter(b);
-    if (q >= 0.3 || std::isnan(q)) {
-        section.Update(Peak, CBiquad::kType);
-        section.Update(q, CBiquad::kQ);
-    } else {
-        section.Update(shelfType, CBiquad::kType);
-        section.Update(1.4142135623730951, CBiquad::kQ);
-    }
-}
-
 void CZkmorva10AU::UpdateParameters(AudioUnitParameterID id) {
     if (id > kZ10LastDispatched) {
         return;
@@ -181,9 +169,9 @@ void CZkmorva10AU::UpdateParameters(AudioUnitParameterID id) {
         case 0: // Q
             s.q = v;
             if (id == kZ10LfQ) {
-                ShelvingRule(b, v, LowShelf);
+                zk::ApplyShelvingRule(section, v, LowShelf);
             } else if (id == kZ10HfQ) {
-                ShelvingRule(b, v, HighShelf);
+                zk::ApplyShelvingRule(section, v, HighShelf);
             } else {
                 section.Update(v, CBiquad::kQ);
             }

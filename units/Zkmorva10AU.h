@@ -71,7 +71,6 @@ private:
     // and the denormal-guard noise generator, so that a channel's output does not
     // depend on how the host cuts the stream into blocks.
     static constexpr std::size_t kBypassStateSize = 6;
-    void ShelvingRule(int band, double q, double shelfType);
     void Follow(AudioUnitParameterID id, double frequency);
 
     std::array<std::vector<double>, kHistorySlotCount> history;

@@ -3,6 +3,7 @@
 // solo and master link. Runs on the render thread (batches) and in Reset.
 #include "units/Zkmorva20AU.h"
 
+#include "dsp/ShelvingRule.h"
 #include "dsp/Truncate.h"
 #include "units/Zkmorva20Links.h"
 
@@ -219,10 +220,18 @@ void CZkmorva20AU::UpdateChannelControl(AudioUnitParameterID id, double v) {
         cut.frequency = v;
         cutFilter.Update(v, CZkmorvaHpLpFilter::kFrequency);
         break;
-    case Kind::BandQ:
+    case Kind::BandQ: {
         band->q = v;
-        f.bandFilter[BandIndex(c.section)].Update(v, CBiquad::kQ);
+        CBiquad& section = f.bandFilter[BandIndex(c.section)];
+        if (c.section == Section::Lf) {
+            zk::ApplyShelvingRule(section, v, LowShelf);
+        } else if (c.section == Section::Hf) {
+            zk::ApplyShelvingRule(section, v, HighShelf);
+        } else {
+            section.Update(v, CBiquad::kQ);
+        }
         break;
+    }
     case Kind::BandFrequency:
         band->frequency = v;
         f.bandFilter[BandIndex(c.section)].Update(v, CBiquad::kFrequency);

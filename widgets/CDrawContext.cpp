@@ -1,7 +1,9 @@
 #include "widgets/CDrawContext.h"
 
+#include <cerrno>
 #include <cmath>
 #include <cstdio>
+#include <cstring>
 
 namespace {
 
@@ -153,15 +155,28 @@ void CDrawContext::setFont(CFont fontID, double size, bool bold) {
     fontBold = bold || d.bold;
 }
 
+void CDrawContext::selectFont() {
+    cairo_select_font_face(cr, kFontFamily, CAIRO_FONT_SLANT_NORMAL,
+                           fontBold ? CAIRO_FONT_WEIGHT_BOLD : CAIRO_FONT_WEIGHT_NORMAL);
+    cairo_set_font_size(cr, fontSize);
+    // Same glyph positions at every scale: no metric hinting, for measuring as for
+    // drawing (hinted advances are whole device pixels and differ between scales).
+    cairo_font_options_t* options = cairo_font_options_create();
+    cairo_font_options_set_hint_metrics(options, CAIRO_HINT_METRICS_OFF);
+    cairo_font_options_set_antialias(options, CAIRO_ANTIALIAS_GRAY);
+    cairo_set_font_options(cr, options);
+    cairo_font_options_destroy(options);
+}
+
 double CDrawContext::getStringWidth(const char* string) {
     if (string == nullptr) {
         return 0.0;
     }
-    cairo_select_font_face(cr, kFontFamily, CAIRO_FONT_SLANT_NORMAL,
-                           fontBold ? CAIRO_FONT_WEIGHT_BOLD : CAIRO_FONT_WEIGHT_NORMAL);
-    cairo_set_font_size(cr, fontSize);
+    cairo_save(cr);
+    selectFont();
     cairo_text_extents_t extents;
     cairo_text_extents(cr, string, &extents);
+    cairo_restore(cr);
     return extents.x_advance;
 }
 
@@ -178,14 +193,10 @@ void CDrawContext::drawString(const char* string, const CRect& rect, bool opaque
     cairo_rectangle(cr, rect.left, rect.top, rect.width(), rect.height());
     cairo_clip(cr);
 
-    // Same glyph positions at every scale: no metric hinting.
-    cairo_font_options_t* options = cairo_font_options_create();
-    cairo_font_options_set_hint_metrics(options, CAIRO_HINT_METRICS_OFF);
-    cairo_font_options_set_antialias(options, CAIRO_ANTIALIAS_GRAY);
-    cairo_set_font_options(cr, options);
-    cairo_font_options_destroy(options);
-
-    const double width = getStringWidth(string);
+    selectFont();
+    cairo_text_extents_t extents;
+    cairo_text_extents(cr, string, &extents);
+    const double width = extents.x_advance;
     cairo_font_extents_t fe;
     cairo_font_extents(cr, &fe);
     double x = rect.left;
@@ -302,10 +313,22 @@ CColor COffscreenContext::getPixel(int deviceX, int deviceY) const {
 
 bool COffscreenContext::writePNG(const std::string& path, std::string* error) const {
     cairo_surface_flush(surface);
-    const cairo_status_t status = cairo_surface_write_to_png(surface, path.c_str());
+    // Written beside the target and renamed into place, so that a failed write
+    // never leaves a truncated picture under the real name.
+    const std::string part = path + ".part";
+    const cairo_status_t status = cairo_surface_write_to_png(surface, part.c_str());
     if (status != CAIRO_STATUS_SUCCESS) {
+        std::remove(part.c_str());
         if (error) {
             *error = "cannot write PNG '" + path + "': " + cairo_status_to_string(status);
+        }
+        return false;
+    }
+    if (std::rename(part.c_str(), path.c_str()) != 0) {
+        const std::string reason = std::strerror(errno);
+        std::remove(part.c_str());
+        if (error) {
+            *error = "cannot write PNG '" + path + "': " + reason;
         }
         return false;
     }

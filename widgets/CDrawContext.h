@@ -79,6 +79,8 @@ public:
     void toDevice(const CRect& rect, int& x, int& y, int& w, int& h) const;
 
 protected:
+    // The current font on the cairo_t, with the options drawing and measuring share.
+    void selectFont();
     void applySource(const CColor& color);
     void strokePrepared();
 

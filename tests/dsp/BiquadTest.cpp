@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cmath>
 #include <cstring>
 #include <random>
 
@@ -174,6 +175,25 @@ TEST(Biquad, NotchAndItsComplement) {
     EXPECT_NEAR(complement(fc), 0.0, 0.01) << "complement at " << fc << " Hz";
     EXPECT_LT(complement(300.0), -30.0) << "complement at 300 Hz";
     EXPECT_LT(complement(20000.0), -20.0) << "complement at 20000 Hz";
+}
+
+// A corner at or past half the rate runs at 0.45 of the rate (the prewarping
+// tangent would wrap there); one just below half keeps its own coefficients.
+TEST(Biquad, CornersFromHalfTheRateRunAtPoint45OfIt) {
+    for (int type : {Peak, LowShelf, HighShelf, LowPass2, HighPass1}) {
+        const std::array<double, 5> atCorner =
+            Coeffs(CBiquad(kFs, filterParameters{type, 2.0, 0.45 * kFs, 0.7}));
+        for (double f : {0.5 * kFs, 0.6 * kFs, 2.0 * kFs}) {
+            EXPECT_EQ(Coeffs(CBiquad(kFs, filterParameters{type, 2.0, f, 0.7})), atCorner)
+                << "type " << type << " at " << f << " Hz";
+        }
+        const std::array<double, 5> below =
+            Coeffs(CBiquad(kFs, filterParameters{type, 2.0, 0.499 * kFs, 0.7}));
+        EXPECT_NE(below, atCorner) << "type " << type;
+        for (double c : below) {
+            EXPECT_TRUE(std::isfinite(c)) << "type " << type;
+        }
+    }
 }
 
 TEST(Biquad, SingleValueUpdateRules) {

@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cmath>
+#include <numbers>
 #include <random>
 
 namespace {
@@ -53,6 +55,51 @@ TEST(HpLpFilter, TwelveDbSlopeIsOneButterworthSection) {
         EXPECT_NEAR(MeasureGainDb([&f](double* b, long n) { f.FilterBuffer(b, n); }, 1000.0, kFs),
                     -3.0103, 0.002)
             << "mode " << mode << " at 1000 Hz";
+    }
+}
+
+// Every section of every slope, both modes, against the prewarped bilinear
+// sections built here from the required damping values: the single-precision
+// root of two at 12 dB/oct, 1.0 and a first-order section at 18, 1.8477 and 0.7654
+// at 24, 1.6181, 0.618 and a first-order section at 30. Responses cannot tell a
+// damping value from its neighbour in the fourth decimal; coefficients can.
+TEST(HpLpFilter, DampingOfEverySlopeIsPinnedThroughItsCoefficients) {
+    constexpr double kFirstOrder = -1.0; // a first-order section
+    constexpr double kOff = 0.0;         // a section passing the signal
+    const std::array<std::pair<double, std::array<double, 3>>, 5> slopes{{
+        {106.0, {kFirstOrder, kOff, kOff}},
+        {112.0, {1.4142135381698608, kOff, kOff}},
+        {118.0, {1.0, kFirstOrder, kOff}},
+        {124.0, {1.8477, 0.7654, kOff}},
+        {130.0, {1.6181, 0.618, kFirstOrder}},
+    }};
+    const double fc = 3000.0;
+    const double k = std::tan(std::numbers::pi * fc / kFs);
+    for (const auto& [code, damping] : slopes) {
+        for (int mode : {0, 1}) {
+            const bool hp = mode == 0;
+            const CZkmorvaHpLpFilter f = Make(mode, fc, code);
+            for (int i = 0; i < 3; ++i) {
+                const double d = damping[static_cast<std::size_t>(i)];
+                std::array<double, 5> expected = kIdentity;
+                if (d == kFirstOrder) {
+                    const double n = k + 1.0;
+                    expected = {hp ? 1.0 / n : k / n, hp ? -1.0 / n : k / n, 0.0, (k - 1.0) / n,
+                                0.0};
+                } else if (d != kOff) {
+                    const double n = 1.0 + d * k + k * k;
+                    const double b0 = hp ? 1.0 / n : k * k / n;
+                    expected = {b0, hp ? -2.0 * b0 : 2.0 * b0, b0, 2.0 * (k * k - 1.0) / n,
+                                (1.0 - d * k + k * k) / n};
+                }
+                const std::array<double, 5> got = Coeffs(f, i);
+                for (std::size_t c = 0; c < 5; ++c) {
+                    EXPECT_NEAR(got[c], expected[c], 1e-13)
+                        << "code " << code << (hp ? " high-pass" : " low-pass") << " section "
+                        << i + 1 << " coefficient " << c;
+                }
+            }
+        }
     }
 }
 

@@ -33,8 +33,9 @@ struct KnobFixture : ::testing::Test {
         frame.addView(b);
         frame.setKnobMode(kLinearMode);
     }
+    // Presses a second apart: never a double click.
     void Drag(CPoint from, CPoint to, long buttons) {
-        frame.dispatchMouseDown(from, buttons, 0);
+        frame.dispatchMouseDown(from, buttons, clock += 1000.0);
         frame.dispatchMouseMoved(to, buttons);
         frame.dispatchMouseUp(to, 0);
     }
@@ -43,10 +44,20 @@ struct KnobFixture : ::testing::Test {
     CFrame frame{CRect(0, 0, 300, 300)};
     CAnimKnobEX* a;
     CAnimKnobEX* b;
+    double clock = 0.0;
 };
 
-TEST_F(KnobFixture, AltClickResetsButControlClickDoesNot) {
+// A click and the press of a second one 300 ms and 2 px away: a double click.
+void DoubleClick(CFrame& frame, CPoint where, double timeMs) {
+    frame.dispatchMouseDown(where, kLButton, timeMs);
+    frame.dispatchMouseUp(where, 0);
+    frame.dispatchMouseDown(CPoint(where.h + 2, where.v), kLButton, timeMs + 300.0);
+}
+
+TEST_F(KnobFixture, AltClickOrDoubleClickResetsButControlClickDoesNot) {
     frame.dispatchMouseDown(CPoint(115, 115), kLButton | kControl, 0);
+    frame.dispatchMouseUp(CPoint(115, 115), 0);
+    frame.dispatchMouseDown(CPoint(115, 115), kLButton | kControl, 100); // a double click
     frame.dispatchMouseUp(CPoint(115, 115), 0);
     EXPECT_FLOAT_EQ(a->getValue(), 0.5f);
     listener.events.clear();
@@ -54,6 +65,19 @@ TEST_F(KnobFixture, AltClickResetsButControlClickDoesNot) {
     EXPECT_THAT(listener.events, ElementsAre("begin 7", "changed 7", "end 7"));
     EXPECT_FLOAT_EQ(a->getValue(), 0.25f);
     EXPECT_FALSE(a->isEditing());
+
+    // Two plain clicks too slow for a double click leave the knob; a double click resets it.
+    b->setDefaultValue(0.25f);
+    frame.dispatchMouseDown(CPoint(215, 115), kLButton, 2000);
+    frame.dispatchMouseUp(CPoint(215, 115), 0);
+    frame.dispatchMouseDown(CPoint(215, 115), kLButton, 2500);
+    frame.dispatchMouseUp(CPoint(215, 115), 0);
+    EXPECT_FLOAT_EQ(b->getValue(), 0.5f);
+    listener.events.clear();
+    DoubleClick(frame, CPoint(215, 115), 5000);
+    EXPECT_THAT(listener.events, ElementsAre("begin 8", "end 8", "begin 8", "changed 8", "end 8"));
+    EXPECT_FLOAT_EQ(b->getValue(), 0.25f);
+    EXPECT_FALSE(b->isEditing());
 }
 
 TEST_F(KnobFixture, ShiftClickSwitchesEveryKnobBetweenLinearAndCircular) {
@@ -78,7 +102,7 @@ TEST_F(KnobFixture, FineDragRangeIsKeptForTheNextDrag) {
     Drag(CPoint(115, 115), CPoint(115, 85), kLButton); // plain, still fine
     EXPECT_NEAR(a->getValue(), 0.6f, 1e-5);
     // A modifier change during a drag sets the range again, without a jump.
-    frame.dispatchMouseDown(CPoint(115, 115), kLButton, 0);
+    frame.dispatchMouseDown(CPoint(115, 115), kLButton, clock += 1000.0);
     frame.dispatchMouseMoved(CPoint(115, 85), kLButton);
     EXPECT_NEAR(a->getValue(), 0.65f, 1e-5);
     frame.dispatchMouseMoved(CPoint(115, 85), kLButton | kShift);
@@ -162,15 +186,28 @@ struct JoystickFixture : ::testing::Test {
     CAnimJoystick* stick;
 };
 
-TEST_F(JoystickFixture, AltClickResetsYThenXThroughTheirTags) {
-    frame.dispatchMouseDown(CPoint(30, 30), kLButton | kAlt, 0);
-    EXPECT_THAT(listener.events,
-                ElementsAre("begin 32", "begin 33", "changed 33", "end 32", "end 33", "begin 32",
-                            "begin 33", "changed 32", "end 32", "end 33"));
-    EXPECT_FLOAT_EQ(stick->getYValue(), 0.5f);
-    EXPECT_FLOAT_EQ(stick->getValue(), 0.5f);
+TEST_F(JoystickFixture, AltClickOrDoubleClickResetsYThenXThroughTheirTags) {
+    for (bool alt : {true, false}) {
+        stick->setValue(0.9f);
+        stick->setYValue(0.1f);
+        if (alt) {
+            frame.dispatchMouseDown(CPoint(30, 30), kLButton | kAlt, 0);
+        } else {
+            DoubleClick(frame, CPoint(30, 30), 5000); // the first press moves the handle
+        }
+        const auto& e = listener.events;
+        ASSERT_GE(e.size(), 10u);
+        EXPECT_THAT(std::vector<std::string>(e.end() - 10, e.end()),
+                    ElementsAre("begin 32", "begin 33", "changed 33", "end 32", "end 33",
+                                "begin 32", "begin 33", "changed 32", "end 32", "end 33"))
+            << (alt ? "Alt-click" : "double click");
+        EXPECT_FLOAT_EQ(stick->getYValue(), 0.5f);
+        EXPECT_FLOAT_EQ(stick->getValue(), 0.5f);
+        EXPECT_EQ(frame.getFocusView(), stick);
+        frame.dispatchMouseUp(CPoint(30, 30), 0);
+        listener.events.clear();
+    }
     EXPECT_FLOAT_EQ(stick->getPartner()->getDefaultValue(), 0.5f);
-    EXPECT_EQ(frame.getFocusView(), stick);
 }
 
 TEST_F(JoystickFixture, PointerMovesBothAxesShiftOnlyYShiftAltOnlyX) {

@@ -1,11 +1,10 @@
-#include "LocaleGuard.h"
-
 #include "editor/DisplayStrings.h"
 #include "editor/ValueMapping.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstring>
 #include <string>
 
 namespace {
@@ -108,16 +107,6 @@ TEST(DisplayStrings, AnyInputStaysInsideTheBuffer) {
         }
     }
     EXPECT_EQ(Show(quality2string, 180.f).size(), static_cast<std::size_t>(kDisplayTextSize - 1));
-}
-
-TEST(DisplayStrings, DecimalPointWhateverTheLocale) {
-    zktest::GermanLocale german;
-    if (!german.isActive()) {
-        GTEST_SKIP() << "no German locale installed";
-    }
-    EXPECT_EQ(Show(dB2stringEq, 0.75f), "6.0 dB");
-    EXPECT_EQ(Show(frequency2string20_26000, At20_26000(9990.0)), "9.99 kHz");
-    EXPECT_EQ(Show(quality2string, 1.f), "15.0");
 }
 
 } // namespace

@@ -104,7 +104,7 @@ TEST_F(EditorFixture, KnobsStartLinearAndShowTheUnitsValueAndDefault) {
     EXPECT_EQ(knob->getListener(), &editor);
 }
 
-TEST_F(EditorFixture, AltClickReturnsToTheConvertedDefaultAsAGesture) {
+TEST_F(EditorFixture, AltClickOrDoubleClickReturnsToTheConvertedDefaultAsAGesture) {
     GestureLog gestures(&host.Unit(), {zk::kZ10MfFreq});
     host.Set(zk::kZ10MfFreq, 500.f);
     CAnimKnobEX* knob = editor.NewCAnimKnobEX(CRect(235, 128, 265, 158), zk::kZ10MfFreq,
@@ -114,11 +114,18 @@ TEST_F(EditorFixture, AltClickReturnsToTheConvertedDefaultAsAGesture) {
     EXPECT_THAT(editor.changes, ElementsAre("changed 18"));
     EXPECT_THAT(gestures.Take(), ElementsAre("begin 18", "end 18"));
     // A drag is one gesture too.
-    frame()->dispatchMouseDown(CPoint(250, 140), kLButton, 100);
+    frame()->dispatchMouseDown(CPoint(250, 140), kLButton, 1000);
     frame()->dispatchMouseMoved(CPoint(250, 120), kLButton);
     frame()->dispatchMouseMoved(CPoint(250, 100), kLButton);
     frame()->dispatchMouseUp(CPoint(250, 100), 0);
     EXPECT_THAT(gestures.Take(), ElementsAre("begin 18", "end 18"));
+    // A double click resets as Alt-click does, its first click an empty gesture.
+    for (double t : {2000.0, 2250.0}) {
+        frame()->dispatchMouseDown(CPoint(250, 140), kLButton, t);
+        frame()->dispatchMouseUp(CPoint(250, 140), 0);
+    }
+    EXPECT_NEAR(knob->getValue(), Position20_26000(3150.0), 1e-6);
+    EXPECT_THAT(gestures.Take(), ElementsAre("begin 18", "end 18", "begin 18", "end 18"));
 }
 
 TEST_F(EditorFixture, JoystickFactoryAndResetReachBothParameters) {

@@ -73,12 +73,8 @@ template <class View, class Editor> struct EditorRig {
         frame->dispatchKeyDown(enter);
     }
 
-    // The frame as drawn now.
-    std::unique_ptr<COffscreenContext> Picture() {
-        auto image = std::make_unique<COffscreenContext>(frame->getWidth(), frame->getHeight());
-        view->Draw(image->getCairo());
-        return image;
-    }
+    // The frame as drawn now, at a device scale.
+    std::unique_ptr<COffscreenContext> Picture(double scale = 1.0) { return view->Picture(scale); }
 
     UnitHost host;
     std::unique_ptr<View> view;

@@ -1,7 +1,5 @@
-#include "LocaleGuard.h"
-
-#include "editor/DisplayStrings.h"
 #include "editor/ParseStrings.h"
+#include "editor/DisplayStrings.h"
 #include "widgets/CTextEdit.h"
 
 #include <gtest/gtest.h>
@@ -119,19 +117,6 @@ TEST(ParseStrings, AnyTextIsSafe) {
     EXPECT_EQ(string2dBEq(nullptr), 0.5f); // no text box: nothing typed
     CControl notABox(CRect(0, 0, 10, 10));
     EXPECT_EQ(string2frequency20_1000(&notABox), -INFINITY);
-}
-
-TEST(ParseStrings, SameResultUnderAGermanLocale) {
-    const double point = ReadTypedNumber("2.5");
-    const float typed = Parse(string2frequency20_26000, "2,5k");
-    zktest::GermanLocale german;
-    if (!german.isActive()) {
-        GTEST_SKIP() << "no German locale installed";
-    }
-    EXPECT_EQ(ReadTypedNumber("2.5"), point);
-    EXPECT_EQ(ReadTypedNumber("2,5"), point);
-    EXPECT_EQ(Parse(string2frequency20_26000, "2,5k"), typed);
-    EXPECT_EQ(Parse(string2frequency20_26000, "2.5k"), typed);
 }
 
 } // namespace

@@ -46,7 +46,7 @@ const zkeditor::KnobDef& Knob(long tag) {
 }
 
 CRect BoxOf(long tag) {
-    return zkeditor::TextBoxUnder(Knob(tag).rect, zkeditor::kBandBoxWidth);
+    return zkeditor::TextBox(Knob(tag));
 }
 
 struct Zkmorva10EditorTest : ::testing::Test {
@@ -217,7 +217,9 @@ TEST(Zkmorva10EditorRate, IndicatorAndScaleFollowTheSampleRateClass) {
     for (const auto& [rate, value, left] : cases) {
         auto rig = zktest::MakeRig10(rate);
         EXPECT_EQ(rig->editor->getRateIndicator()->getValue(), value) << rate;
-        EXPECT_EQ(rig->editor->getRateScaleLabel(0)->getViewSize(), CRect(left, 17, left + 22, 29));
+        // The 22-pixel columns, 2 pixels wider each side for "+12".
+        EXPECT_EQ(rig->editor->getRateScaleLabel(0)->getViewSize(),
+                  CRect(left - 2, 17, left + 24, 29));
         EXPECT_EQ(rig->editor->getRateScaleLabel(2)->getViewSize().top, 17 + 224);
     }
 }
@@ -290,16 +292,16 @@ TEST_F(Zkmorva10EditorTest, PictureShowsEveryControlAndTheFoldedPanel) {
     std::vector<CRect> rects;
     for (const auto& def : kGainKnobs) {
         rects.push_back(def.rect);
-        rects.push_back(zkeditor::TextBoxUnder(def.rect, zkeditor::kTopBoxWidth));
+        rects.push_back(zkeditor::TextBox(def));
     }
     for (const auto& def : kBandKnobs) {
         rects.push_back(def.rect);
-        rects.push_back(zkeditor::TextBoxUnder(def.rect, zkeditor::kBandBoxWidth));
+        rects.push_back(zkeditor::TextBox(def));
     }
     for (const auto& def : kPads) {
         rects.push_back(def.rect);
-        rects.push_back(zkeditor::PadTextBoxX(def.rect));
-        rects.push_back(zkeditor::PadTextBoxY(def.rect));
+        rects.push_back(zkeditor::PadTextBoxX(def));
+        rects.push_back(zkeditor::PadTextBoxY(def));
     }
     for (const auto& def : kNames) {
         rects.push_back(def.rect);

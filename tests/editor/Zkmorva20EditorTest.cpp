@@ -4,6 +4,7 @@
 #include "editor/CZkmorvaHelpPages.h"
 #include "editor/ValueMapping.h"
 #include "editor/Zkmorva20Layout.h"
+#include "units/Zkmorva20Parameters.h"
 #include "widgets/CMovieBitmap.h"
 #include "widgets/COnOffButton.h"
 #include "widgets/CTextEdit.h"
@@ -90,14 +91,14 @@ TEST_F(Zkmorva20EditorTest, ChannelTwoControlsUseChannelOneTagPlus41) {
     const auto& mf2 = *std::find_if(kBandKnobs.begin(), kBandKnobs.end(),
                                     [](const zkeditor::KnobDef& d) { return d.tag == 33 + 41; });
     const float channel1 = rig->Param(33);
-    rig->Type(zkeditor::TextBoxUnder(mf2.rect, zkeditor::kBandBoxWidth), "2,5k");
+    rig->Type(zkeditor::TextBox(mf2), "2,5k");
     EXPECT_NEAR(rig->Param(74), 2500.f, 0.5f);
     EXPECT_EQ(rig->Param(33), channel1);
     // The stereo width box reads percent.
-    rig->Type(zkeditor::TextBoxUnder(kTopKnobs[5].rect, zkeditor::kTopBoxWidth), "200");
+    rig->Type(zkeditor::TextBox(kTopKnobs[5]), "200");
     EXPECT_NEAR(rig->Param(16), 200.f, 1e-3);
     // Channel 2's bass-shift frequency box.
-    rig->Type(zkeditor::PadTextBoxX(kPads[2].rect), "150");
+    rig->Type(zkeditor::PadTextBoxX(kPads[2]), "150");
     EXPECT_NEAR(rig->Param(51 + 41), 150.f, 0.01f);
 }
 
@@ -169,6 +170,24 @@ std::vector<std::vector<float>> Sine(float left, float right, std::size_t frames
     return signal;
 }
 
+// Before any audio (and through silence) the displays rest where the unit's
+// parameters start: balance centred, correlation 0 (shown at 0.5), every meter
+// dark; not at the hard left and -1 that the unit's smoothed values start from.
+TEST_F(Zkmorva20EditorTest, MetersRestWhereTheParametersStart) {
+    const float balance = zk::kZkmorva20Parameters[zk::kZ20BalanceMeter].defaultValue;
+    const float correlation = zk::kZkmorva20Parameters[zk::kZ20CorrelationMeter].defaultValue;
+    for (int pass = 0; pass < 2; ++pass) {
+        rig->editor->idle();
+        EXPECT_EQ(rig->editor->getBalanceDisplay()->getValue(), balance) << "pass " << pass;
+        EXPECT_EQ(rig->editor->getCorrelationDisplay()->getValue(), correlation * 0.5f + 0.5f)
+            << "pass " << pass;
+        for (int m = 0; m < 8; ++m) {
+            EXPECT_EQ(rig->editor->getMeter(m)->getValue(), 0.f) << "meter " << m;
+        }
+        rig->host.Render(std::vector<std::vector<float>>(2, std::vector<float>(4410)));
+    }
+}
+
 // Correlation -1..+1 is shown as 0..1; the output pair drives two meter pairs.
 TEST(Zkmorva20EditorMeters, CorrelationBalanceAndMetersFollowTheAudio) {
     for (const auto& [right, shown] : {std::pair{0.5f, 1.f}, std::pair{-0.5f, 0.f}}) {
@@ -213,7 +232,7 @@ TEST_F(Zkmorva20EditorTest, PictureShowsEveryControlAndTheFoldedPanel) {
     }
     for (const auto& def : kBandKnobs) {
         rects.push_back(def.rect);
-        rects.push_back(zkeditor::TextBoxUnder(def.rect, zkeditor::kBandBoxWidth));
+        rects.push_back(zkeditor::TextBox(def));
     }
     for (const auto& def : kPads) {
         rects.push_back(def.rect);

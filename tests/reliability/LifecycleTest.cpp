@@ -61,17 +61,37 @@ TEST_P(Lifecycle, ReactivatedUnitEqualsAFreshOne) {
     }
 }
 
+void SetBypass(Rig& rig, bool on) {
+    const UInt32 value = on ? 1 : 0;
+    ASSERT_EQ(AudioUnitSetProperty(&rig.Unit(), kAudioUnitProperty_BypassEffect,
+                                   kAudioUnitScope_Global, 0, &value, sizeof value),
+              noErr);
+}
+
+// A reset clears what a stream leaves behind: the filter histories, the bypass's
+// latency ring (a bypassed stream after a reset starts from silence) and the
+// denormal guard's noise, which starts over (silence after a reset gives a fresh
+// unit's output bit for bit, tiny noise included).
 TEST_P(Lifecycle, ResetInTheMiddleOfAStreamEqualsAFreshUnit) {
     const Settings settings = RandomSettings(Kind(), 31);
     const Channels probe = Noise(Kind().channels, 5000, 3);
     for (double rate : {22050.0, 48000.0, 192000.0}) {
         Rig fresh(Kind(), rate, 1024, settings);
         const Channels expected = fresh.Render(probe, 333);
+        Rig quiet(Kind(), rate, 1024, settings);
+        const Channels freshSilence = quiet.Render(Silence(Kind().channels, 2048), 256);
         Rig used(Kind(), rate, 1024, settings);
         used.Render(Noise(Kind().channels, 2500, 4), 1024);
         used.Reset();
         const Channels silence = used.Render(Silence(Kind().channels, 2048), 256);
         EXPECT_LT(Loudest(silence), kSilence) << "rate " << rate;
+        EXPECT_TRUE(Identical(silence, freshSilence)) << "noise after a reset, rate " << rate;
+        SetBypass(used, true);
+        used.Render(Noise(Kind().channels, 1000, 5), 256);
+        used.Reset();
+        EXPECT_EQ(Loudest(used.Render(Silence(Kind().channels, 64), 64)), 0.0f)
+            << "bypassed after a reset, rate " << rate;
+        SetBypass(used, false);
         used.Reset();
         EXPECT_TRUE(Identical(used.Render(probe, 333), expected)) << "rate " << rate;
     }

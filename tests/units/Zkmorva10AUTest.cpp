@@ -295,6 +295,20 @@ TEST(Zkmorva10AU, HostStringsForSpecialValues) {
         StringFor(host->Unit(), id, 0.0f, &status);
         EXPECT_EQ(status, kAudioUnitErr_InvalidParameter) << "id " << id;
     }
+    // Without a value the text follows parameter 33 (bass shift gain), whatever id
+    // is asked for, as it always has: LF Q at 1.0 reads "lo-shelf" while 33 is below 0.3.
+    host->Set(kZ10LfQ, 1.0f);
+    for (const auto& [shift, text] : {std::pair<float, const char*>{0.0f, "lo-shelf"},
+                                      std::pair<float, const char*>{6.0f, nullptr}}) {
+        host->Set(kZ10BassShiftGain, shift);
+        AudioUnitParameterStringFromValue request{kZ10LfQ, nullptr, "stale"};
+        UInt32 size = sizeof request;
+        ASSERT_EQ(AudioUnitGetProperty(&host->Unit(), kAudioUnitProperty_ParameterStringFromValue,
+                                       kAudioUnitScope_Global, 0, &request, &size),
+                  noErr);
+        EXPECT_STREQ(request.outString ? request.outString : "(none)", text ? text : "(none)")
+            << "parameter 33 at " << shift;
+    }
 }
 
 TEST(Zkmorva10AU, ParameterInfoAndValueStrings) {

@@ -114,6 +114,7 @@ TEST(DrawContext, PngIsWrittenAndABadPathIsReportedByName) {
     std::string error;
     ASSERT_TRUE(ctx.writePNG(path.string(), &error)) << error;
     EXPECT_GT(std::filesystem::file_size(path), 0u);
+    EXPECT_FALSE(std::filesystem::exists(path.string() + ".part")) << "renamed into place";
     std::filesystem::remove(path);
 
     EXPECT_FALSE(ctx.writePNG("/no/such/folder/x.png", &error));
