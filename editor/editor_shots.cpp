@@ -123,6 +123,7 @@ bool ShootSpectrum(AUBase& unit, std::unique_ptr<CZkmorvaAUView> view, const Set
         sinceFrame += kBlock / rate;
         if (sinceFrame >= zkeditor::SpectrumPanel::kFrameInterval) {
             panel->Update();
+            view->GetEditor()->idle(); // the meters read the unit as the editor's timer does
             sinceFrame = 0.0;
         }
     }
