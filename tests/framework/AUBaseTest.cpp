@@ -10,7 +10,7 @@ namespace {
 
 using namespace zktest;
 
-TEST(Types, ClassicValues) {
+TEST(Types, NumericValuesHostsAndPresetsRelyOn) {
     EXPECT_EQ(kAudioUnitErr_InvalidParameter, -10878);
     EXPECT_EQ(kAudioUnitErr_InvalidProperty, -10879);
     EXPECT_EQ(kAudioUnitErr_InvalidScope, -10866);
