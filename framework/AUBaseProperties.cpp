@@ -13,8 +13,8 @@ bool IsIOScope(AudioUnitScope s) {
     return s == kAudioUnitScope_Input || s == kAudioUnitScope_Output;
 }
 
-// Parses a number the way the default property 38 does: optional spaces, optional
-// '+', a decimal number (locale-independent), optional trailing spaces.
+// The number of a property 38 request without a matching value string: optional
+// spaces, optional '+', a decimal number (locale-independent), optional spaces.
 bool ParseFloatStrict(std::string_view s, float& out) {
     while (!s.empty() && (s.front() == ' ' || s.front() == '\t')) {
         s.remove_prefix(1);

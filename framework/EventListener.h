@@ -72,8 +72,10 @@ public:
     void Open(AUEventListenerProc proc, void* userData, std::chrono::nanoseconds interval,
               std::shared_ptr<CFRunLoop> loop);
     bool IsAlive() const { return mAlive.load(std::memory_order_acquire); }
-    // noErr, -50 (not alive, no such subscription) or -108 (table full).
+    // noErr, -50 (not alive, invalid key) or -108 (table full). A key and object
+    // subscribed before (even if removed since) reuse their entry.
     OSStatus Subscribe(const SubscriptionKey& key, void* object);
+    // noErr, or -50 (not alive, no such active subscription).
     OSStatus Unsubscribe(const SubscriptionKey& key, void* object);
     // Stops all deliveries and returns the listener to the pool; from inside one of
     // its own callbacks the return happens when that delivery ends. -50 when not alive.
