@@ -3,7 +3,7 @@
 #include "cli/CliError.h"
 #include "cli/HostedUnit.h"
 #include "cli/OutputPath.h"
-#include "framework/SavedState.h"
+#include "framework/PropertyList.h"
 
 #include <algorithm>
 #include <bit>

@@ -137,8 +137,9 @@ public:
     static constexpr UInt32 kDefaultMaxFramesPerSlice = 1156;
     static constexpr UInt32 kMaxChannels = 64;
 
-    // `instance` is accepted for the classic signature and otherwise ignored: the
-    // handle of a unit is always the unit itself, see GetComponentInstance().
+    // `instance` is accepted because the component entry constructs every unit as
+    // T(nullptr), and otherwise ignored: the handle of a unit is always the unit
+    // itself, see GetComponentInstance().
     AUBase(AudioComponentInstance instance, UInt32 numInputs, UInt32 numOutputs);
     ~AUBase() override;
 
@@ -148,6 +149,7 @@ public:
     // Creates the global element and numInputs/numOutputs buses (idempotent).
     virtual void CreateElements();
     AUScope& GetScope(AudioUnitScope scope);                               // precondition: 0..2
+    const AUScope& GetScope(AudioUnitScope scope) const;                   // precondition: 0..2
     AUElement* GetElement(AudioUnitScope scope, AudioUnitElement element); // null if none
     AUElement* Globals() { return mGlobal.GetElement(0); }
     const AUElement* Globals() const { return mGlobal.GetElement(0); }
@@ -206,7 +208,7 @@ public:
                                     bool release = false);
 
     // ----- properties
-    // Classic virtuals: size and writability, read, write. Unknown id -> -10879;
+    // Size and writability, read, write. Unknown id -> -10879;
     // wrong scope -> -10866; not writable -> -10865.
     virtual OSStatus GetPropertyInfo(AudioUnitPropertyID id, AudioUnitScope scope,
                                      AudioUnitElement element, UInt32& outDataSize,
@@ -310,7 +312,8 @@ private:
 };
 
 // ---------------------------------------------------------------------------
-// Host-side calls on a unit handle (the classic free functions).
+// Host-side calls on a unit handle, for callers that hold only an AudioUnit (editors,
+// the renderer, tests). A null handle gives -50.
 OSStatus AudioUnitInitialize(AudioUnit unit);
 OSStatus AudioUnitUninitialize(AudioUnit unit);
 OSStatus AudioUnitReset(AudioUnit unit, AudioUnitScope scope, AudioUnitElement element);

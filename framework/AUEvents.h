@@ -36,32 +36,11 @@
 // dispose of listeners (including its own). AUListenerDispose waits for a callback
 // of that listener running on another thread to return.
 
+#include "framework/EventPosting.h"
 #include "framework/RunLoop.h"
-#include "framework/Types.h"
-
-using AudioUnitEventType = UInt32;
-enum : AudioUnitEventType {
-    kAudioUnitEvent_ParameterValueChange = 0,
-    kAudioUnitEvent_BeginParameterChangeGesture = 1,
-    kAudioUnitEvent_EndParameterChangeGesture = 2,
-    kAudioUnitEvent_PropertyChange = 3,
-};
-
-struct AudioUnitEvent {
-    AudioUnitEventType mEventType = kAudioUnitEvent_ParameterValueChange;
-    union Argument {
-        AudioUnitParameter mParameter; // types 0..2
-        AudioUnitProperty mProperty;   // type 3
-        Argument() : mParameter() {}
-    } mArgument;
-};
-static_assert(sizeof(AudioUnitParameter) == sizeof(AudioUnitProperty));
 
 using AUEventListenerProc = void (*)(void* userData, void* object, const AudioUnitEvent* event,
                                      UInt64 hostTime, AudioUnitParameterValue value);
-struct OpaqueAUListener;
-using AUEventListenerRef = OpaqueAUListener*;
-using AUParameterListenerRef = AUEventListenerRef;
 
 namespace zkfw {
 inline constexpr std::size_t kMaxListeners = 256;      // alive at once, process-wide
@@ -95,9 +74,3 @@ OSStatus AUParameterSet(AUEventListenerRef sendingListener, void* sendingObject,
                         UInt32 bufferOffsetInFrames);
 // Gesture/property events that overflowed this listener's queue (and were delivered late).
 UInt64 AUEventListenerGetOverflowCount(AUEventListenerRef listener);
-
-namespace zkfw {
-// Internal posting entry used by AUBase (PropertyChanged, RestoreState) and the above.
-void PostEvent(AUEventListenerRef sendingListener, void* sendingObject, const AudioUnitEvent& event,
-               AudioUnitParameterValue value);
-} // namespace zkfw

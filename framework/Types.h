@@ -2,7 +2,8 @@
 
 // Basic types and constants of the framework: scalar types, result codes,
 // property ids, parameter units and flags, component descriptions, audio buffers,
-// parameter and event records. Numeric values are the classic ones the units rely on.
+// parameter and event records. The numeric values never change: the units' tables,
+// the plug-in adapters and saved presets depend on them.
 
 #include <cstddef>
 #include <cstdint>
@@ -42,8 +43,8 @@ using AudioComponentInstance = AUBase*;
 using ComponentInstance = AudioComponentInstance;
 using AudioUnit = AudioComponentInstance;
 
-// Constant C strings stand in for Core Foundation strings where the units hand out
-// literals (property 33's outString, run-loop modes). They must have static lifetime.
+// A constant C string, for texts the units hand out as literals (property 33's
+// outString, run-loop modes). It must have static lifetime.
 using CFStringRef = const char*;
 
 // 'abcd' as a big-endian four-char code, without multi-character literals.
@@ -55,124 +56,128 @@ std::string FourCCToString(FourCharCode code); // "aufx"; non-printable bytes as
 
 // ---------------------------------------------------------------------------
 // Result codes
-enum : OSStatus {
-    noErr = 0,
-    kAudio_UnimplementedError = -4,
-    kAudio_ParamError = -50,
-    kAudio_MemFullError = -108,
-    kAudioUnitErr_InvalidProperty = -10879,
-    kAudioUnitErr_InvalidParameter = -10878,
-    kAudioUnitErr_InvalidElement = -10877,
-    kAudioUnitErr_NoConnection = -10876,
-    kAudioUnitErr_FailedInitialization = -10875,
-    kAudioUnitErr_TooManyFramesToProcess = -10874,
-    kAudioUnitErr_InvalidFile = -10871,
-    kAudioUnitErr_FormatNotSupported = -10868,
-    kAudioUnitErr_Uninitialized = -10867,
-    kAudioUnitErr_InvalidScope = -10866,
-    kAudioUnitErr_PropertyNotWritable = -10865,
-    kAudioUnitErr_CannotDoInCurrentContext = -10863,
-    kAudioUnitErr_InvalidPropertyValue = -10851,
-    kAudioUnitErr_PropertyNotInUse = -10850,
-    kAudioUnitErr_Initialized = -10849,
-    kAudioComponentErr_InstanceInvalidated = -66749, // no component for a description
-};
+inline constexpr OSStatus noErr = 0;
+inline constexpr OSStatus kAudio_UnimplementedError = -4;
+inline constexpr OSStatus kAudio_ParamError = -50;
+inline constexpr OSStatus kAudio_MemFullError = -108;
+inline constexpr OSStatus kAudioUnitErr_InvalidProperty = -10879;
+inline constexpr OSStatus kAudioUnitErr_InvalidParameter = -10878;
+inline constexpr OSStatus kAudioUnitErr_InvalidElement = -10877;
+inline constexpr OSStatus kAudioUnitErr_NoConnection = -10876;
+inline constexpr OSStatus kAudioUnitErr_FailedInitialization = -10875;
+inline constexpr OSStatus kAudioUnitErr_TooManyFramesToProcess = -10874;
+inline constexpr OSStatus kAudioUnitErr_InvalidFile = -10871;
+inline constexpr OSStatus kAudioUnitErr_FormatNotSupported = -10868;
+inline constexpr OSStatus kAudioUnitErr_Uninitialized = -10867;
+inline constexpr OSStatus kAudioUnitErr_InvalidScope = -10866;
+inline constexpr OSStatus kAudioUnitErr_PropertyNotWritable = -10865;
+inline constexpr OSStatus kAudioUnitErr_CannotDoInCurrentContext = -10863;
+inline constexpr OSStatus kAudioUnitErr_InvalidPropertyValue = -10851;
+inline constexpr OSStatus kAudioUnitErr_PropertyNotInUse = -10850;
+inline constexpr OSStatus kAudioUnitErr_Initialized = -10849;
+inline constexpr OSStatus kAudioComponentErr_InstanceInvalidated =
+    -66749; // no component for a description
 
 // ---------------------------------------------------------------------------
 // Scopes
-enum : AudioUnitScope {
-    kAudioUnitScope_Global = 0,
-    kAudioUnitScope_Input = 1,
-    kAudioUnitScope_Output = 2,
-};
+inline constexpr AudioUnitScope kAudioUnitScope_Global = 0;
+inline constexpr AudioUnitScope kAudioUnitScope_Input = 1;
+inline constexpr AudioUnitScope kAudioUnitScope_Output = 2;
 
 // ---------------------------------------------------------------------------
 // Property ids (the ones the framework answers are marked *)
-enum : AudioUnitPropertyID {
-    kAudioUnitProperty_ClassInfo = 0,                 // saved state: see AUBase::SaveState
-    kAudioUnitProperty_SampleRate = 2,                // * Float64, input/output scope
-    kAudioUnitProperty_ParameterList = 3,             // * AudioUnitParameterID[]
-    kAudioUnitProperty_ParameterInfo = 4,             // * AudioUnitParameterInfo, element = id
-    kAudioUnitProperty_StreamFormat = 8,              // * AudioStreamBasicDescription
-    kAudioUnitProperty_ElementCount = 11,             // * UInt32
-    kAudioUnitProperty_Latency = 12,                  // * Float64 seconds, global
-    kAudioUnitProperty_SupportedNumChannels = 13,     // * AUChannelInfo[], global
-    kAudioUnitProperty_MaximumFramesPerSlice = 14,    // * UInt32, global, writable
-    kAudioUnitProperty_ParameterValueStrings = 16,    // * std::vector<std::string>, element = id
-    kAudioUnitProperty_GetUIComponentList = 18,       // * AudioComponentDescription[]
-    kAudioUnitProperty_TailTime = 20,                 // * Float64 seconds, when SupportsTail()
-    kAudioUnitProperty_BypassEffect = 21,             // * UInt32, AUEffectBase, writable
-    kAudioUnitProperty_InPlaceProcessing = 29,        // * UInt32
-    kAudioUnitProperty_ParameterStringFromValue = 33, // * AudioUnitParameterStringFromValue
-    kAudioUnitProperty_ParameterValueFromString = 38, // * AudioUnitParameterValueFromString
-    kAudioUnitProperty_DependentParameters = 45,      // AUDependentParameter[] (unit-defined)
-};
+inline constexpr AudioUnitPropertyID kAudioUnitProperty_ClassInfo =
+    0; // saved state: see AUBase::SaveState
+inline constexpr AudioUnitPropertyID kAudioUnitProperty_SampleRate =
+    2; // * Float64, input/output scope
+inline constexpr AudioUnitPropertyID kAudioUnitProperty_ParameterList =
+    3; // * AudioUnitParameterID[]
+inline constexpr AudioUnitPropertyID kAudioUnitProperty_ParameterInfo =
+    4; // * AudioUnitParameterInfo, element = id
+inline constexpr AudioUnitPropertyID kAudioUnitProperty_StreamFormat =
+    8; // * AudioStreamBasicDescription
+inline constexpr AudioUnitPropertyID kAudioUnitProperty_ElementCount = 11; // * UInt32
+inline constexpr AudioUnitPropertyID kAudioUnitProperty_Latency = 12; // * Float64 seconds, global
+inline constexpr AudioUnitPropertyID kAudioUnitProperty_SupportedNumChannels =
+    13; // * AUChannelInfo[], global
+inline constexpr AudioUnitPropertyID kAudioUnitProperty_MaximumFramesPerSlice =
+    14; // * UInt32, global, writable
+inline constexpr AudioUnitPropertyID kAudioUnitProperty_ParameterValueStrings =
+    16; // * std::vector<std::string>, element = id
+inline constexpr AudioUnitPropertyID kAudioUnitProperty_GetUIComponentList =
+    18; // * AudioComponentDescription[]
+inline constexpr AudioUnitPropertyID kAudioUnitProperty_TailTime =
+    20; // * Float64 seconds, when SupportsTail()
+inline constexpr AudioUnitPropertyID kAudioUnitProperty_BypassEffect =
+    21; // * UInt32, AUEffectBase, writable
+inline constexpr AudioUnitPropertyID kAudioUnitProperty_InPlaceProcessing = 29; // * UInt32
+inline constexpr AudioUnitPropertyID kAudioUnitProperty_ParameterStringFromValue =
+    33; // * AudioUnitParameterStringFromValue
+inline constexpr AudioUnitPropertyID kAudioUnitProperty_ParameterValueFromString =
+    38; // * AudioUnitParameterValueFromString
+inline constexpr AudioUnitPropertyID kAudioUnitProperty_DependentParameters =
+    45; // AUDependentParameter[] (unit-defined)
 inline constexpr AudioUnitPropertyID kAudioUnitProperty_ParameterValueName =
     kAudioUnitProperty_ParameterStringFromValue;
 
 // ---------------------------------------------------------------------------
 // Parameter units
-enum : AudioUnitParameterUnit {
-    kAudioUnitParameterUnit_Generic = 0,
-    kAudioUnitParameterUnit_Indexed = 1,
-    kAudioUnitParameterUnit_Boolean = 2,
-    kAudioUnitParameterUnit_Percent = 3,
-    kAudioUnitParameterUnit_Seconds = 4,
-    kAudioUnitParameterUnit_SampleFrames = 5,
-    kAudioUnitParameterUnit_Phase = 6,
-    kAudioUnitParameterUnit_Rate = 7,
-    kAudioUnitParameterUnit_Hertz = 8,
-    kAudioUnitParameterUnit_Cents = 9,
-    kAudioUnitParameterUnit_RelativeSemiTones = 10,
-    kAudioUnitParameterUnit_MIDINoteNumber = 11,
-    kAudioUnitParameterUnit_MIDIController = 12,
-    kAudioUnitParameterUnit_Decibels = 13,
-    kAudioUnitParameterUnit_LinearGain = 14,
-    kAudioUnitParameterUnit_Degrees = 15,
-    kAudioUnitParameterUnit_EqualPowerCrossfade = 16,
-    kAudioUnitParameterUnit_MixerFaderCurve1 = 17,
-    kAudioUnitParameterUnit_Pan = 18,
-    kAudioUnitParameterUnit_Meters = 19,
-    kAudioUnitParameterUnit_AbsoluteCents = 20,
-    kAudioUnitParameterUnit_Octaves = 21,
-    kAudioUnitParameterUnit_BPM = 22,
-    kAudioUnitParameterUnit_Beats = 23,
-    kAudioUnitParameterUnit_Milliseconds = 24,
-    kAudioUnitParameterUnit_Ratio = 25,
-    kAudioUnitParameterUnit_CustomUnit = 26,
-};
+inline constexpr AudioUnitParameterUnit kAudioUnitParameterUnit_Generic = 0;
+inline constexpr AudioUnitParameterUnit kAudioUnitParameterUnit_Indexed = 1;
+inline constexpr AudioUnitParameterUnit kAudioUnitParameterUnit_Boolean = 2;
+inline constexpr AudioUnitParameterUnit kAudioUnitParameterUnit_Percent = 3;
+inline constexpr AudioUnitParameterUnit kAudioUnitParameterUnit_Seconds = 4;
+inline constexpr AudioUnitParameterUnit kAudioUnitParameterUnit_SampleFrames = 5;
+inline constexpr AudioUnitParameterUnit kAudioUnitParameterUnit_Phase = 6;
+inline constexpr AudioUnitParameterUnit kAudioUnitParameterUnit_Rate = 7;
+inline constexpr AudioUnitParameterUnit kAudioUnitParameterUnit_Hertz = 8;
+inline constexpr AudioUnitParameterUnit kAudioUnitParameterUnit_Cents = 9;
+inline constexpr AudioUnitParameterUnit kAudioUnitParameterUnit_RelativeSemiTones = 10;
+inline constexpr AudioUnitParameterUnit kAudioUnitParameterUnit_MIDINoteNumber = 11;
+inline constexpr AudioUnitParameterUnit kAudioUnitParameterUnit_MIDIController = 12;
+inline constexpr AudioUnitParameterUnit kAudioUnitParameterUnit_Decibels = 13;
+inline constexpr AudioUnitParameterUnit kAudioUnitParameterUnit_LinearGain = 14;
+inline constexpr AudioUnitParameterUnit kAudioUnitParameterUnit_Degrees = 15;
+inline constexpr AudioUnitParameterUnit kAudioUnitParameterUnit_EqualPowerCrossfade = 16;
+inline constexpr AudioUnitParameterUnit kAudioUnitParameterUnit_MixerFaderCurve1 = 17;
+inline constexpr AudioUnitParameterUnit kAudioUnitParameterUnit_Pan = 18;
+inline constexpr AudioUnitParameterUnit kAudioUnitParameterUnit_Meters = 19;
+inline constexpr AudioUnitParameterUnit kAudioUnitParameterUnit_AbsoluteCents = 20;
+inline constexpr AudioUnitParameterUnit kAudioUnitParameterUnit_Octaves = 21;
+inline constexpr AudioUnitParameterUnit kAudioUnitParameterUnit_BPM = 22;
+inline constexpr AudioUnitParameterUnit kAudioUnitParameterUnit_Beats = 23;
+inline constexpr AudioUnitParameterUnit kAudioUnitParameterUnit_Milliseconds = 24;
+inline constexpr AudioUnitParameterUnit kAudioUnitParameterUnit_Ratio = 25;
+inline constexpr AudioUnitParameterUnit kAudioUnitParameterUnit_CustomUnit = 26;
 
 // ---------------------------------------------------------------------------
 // Parameter flags
-enum : AudioUnitParameterOptions {
-    kAudioUnitParameterFlag_CFNameRelease = 1u << 4,
-    kAudioUnitParameterFlag_OmitFromPresets = 1u << 13,
-    kAudioUnitParameterFlag_PlotHistory = 1u << 14,
-    kAudioUnitParameterFlag_MeterReadOnly = 1u << 15,
-    kAudioUnitParameterFlag_DisplayMask = (7u << 16) | (1u << 22),
-    kAudioUnitParameterFlag_DisplaySquareRoot = 1u << 16,
-    kAudioUnitParameterFlag_DisplaySquared = 2u << 16,
-    kAudioUnitParameterFlag_DisplayCubed = 3u << 16,
-    kAudioUnitParameterFlag_DisplayCubeRoot = 4u << 16,
-    kAudioUnitParameterFlag_DisplayExponential = 5u << 16,
-    kAudioUnitParameterFlag_HasClump = 1u << 20,
-    kAudioUnitParameterFlag_ValuesHaveStrings = 1u << 21,
-    kAudioUnitParameterFlag_DisplayLogarithmic = 1u << 22,
-    kAudioUnitParameterFlag_IsHighResolution = 1u << 23,
-    kAudioUnitParameterFlag_NonRealTime = 1u << 24,
-    kAudioUnitParameterFlag_CanRamp = 1u << 25,
-    kAudioUnitParameterFlag_ExpertMode = 1u << 26,
-    kAudioUnitParameterFlag_HasCFNameString = 1u << 27,
-    kAudioUnitParameterFlag_IsGlobalMeta = 1u << 28,
-    kAudioUnitParameterFlag_IsElementMeta = 1u << 29,
-    kAudioUnitParameterFlag_IsReadable = 1u << 30,
-    kAudioUnitParameterFlag_IsWritable = 1u << 31,
-};
+inline constexpr AudioUnitParameterOptions kAudioUnitParameterFlag_CFNameRelease = 1u << 4;
+inline constexpr AudioUnitParameterOptions kAudioUnitParameterFlag_OmitFromPresets = 1u << 13;
+inline constexpr AudioUnitParameterOptions kAudioUnitParameterFlag_PlotHistory = 1u << 14;
+inline constexpr AudioUnitParameterOptions kAudioUnitParameterFlag_MeterReadOnly = 1u << 15;
+inline constexpr AudioUnitParameterOptions kAudioUnitParameterFlag_DisplayMask =
+    (7u << 16) | (1u << 22);
+inline constexpr AudioUnitParameterOptions kAudioUnitParameterFlag_DisplaySquareRoot = 1u << 16;
+inline constexpr AudioUnitParameterOptions kAudioUnitParameterFlag_DisplaySquared = 2u << 16;
+inline constexpr AudioUnitParameterOptions kAudioUnitParameterFlag_DisplayCubed = 3u << 16;
+inline constexpr AudioUnitParameterOptions kAudioUnitParameterFlag_DisplayCubeRoot = 4u << 16;
+inline constexpr AudioUnitParameterOptions kAudioUnitParameterFlag_DisplayExponential = 5u << 16;
+inline constexpr AudioUnitParameterOptions kAudioUnitParameterFlag_HasClump = 1u << 20;
+inline constexpr AudioUnitParameterOptions kAudioUnitParameterFlag_ValuesHaveStrings = 1u << 21;
+inline constexpr AudioUnitParameterOptions kAudioUnitParameterFlag_DisplayLogarithmic = 1u << 22;
+inline constexpr AudioUnitParameterOptions kAudioUnitParameterFlag_IsHighResolution = 1u << 23;
+inline constexpr AudioUnitParameterOptions kAudioUnitParameterFlag_NonRealTime = 1u << 24;
+inline constexpr AudioUnitParameterOptions kAudioUnitParameterFlag_CanRamp = 1u << 25;
+inline constexpr AudioUnitParameterOptions kAudioUnitParameterFlag_ExpertMode = 1u << 26;
+inline constexpr AudioUnitParameterOptions kAudioUnitParameterFlag_HasCFNameString = 1u << 27;
+inline constexpr AudioUnitParameterOptions kAudioUnitParameterFlag_IsGlobalMeta = 1u << 28;
+inline constexpr AudioUnitParameterOptions kAudioUnitParameterFlag_IsElementMeta = 1u << 29;
+inline constexpr AudioUnitParameterOptions kAudioUnitParameterFlag_IsReadable = 1u << 30;
+inline constexpr AudioUnitParameterOptions kAudioUnitParameterFlag_IsWritable = 1u << 31;
 
 // Render action flags (only what the framework sets).
-enum : AudioUnitRenderActionFlags {
-    kAudioUnitRenderAction_OutputIsSilence = 1u << 4,
-};
+inline constexpr AudioUnitRenderActionFlags kAudioUnitRenderAction_OutputIsSilence = 1u << 4;
 
 // ---------------------------------------------------------------------------
 // Records
@@ -192,7 +197,8 @@ inline bool SameComponent(const AudioComponentDescription& a, const AudioCompone
 // Parameter information. `name` is a UTF-8 copy of cfNameString (truncated to fit);
 // fill both with AUBase::FillInParameterName.
 struct AudioUnitParameterInfo {
-    char name[52] = {};
+    static constexpr std::size_t kNameCapacity = 52; // bytes, terminating zero included
+    char name[kNameCapacity] = {};
     std::string cfNameString;
     std::string unitName; // for kAudioUnitParameterUnit_CustomUnit
     UInt32 clumpID = 0;
@@ -232,15 +238,15 @@ struct AUChannelInfo {
 };
 
 // Stream format: always 32-bit float, non-interleaved (one buffer per channel).
-enum : UInt32 {
-    kAudioFormatLinearPCM = MakeFourCC("lpcm"),
-    kAudioFormatFlagIsFloat = 1u << 0,
-    kAudioFormatFlagIsPacked = 1u << 3,
-    kAudioFormatFlagIsNonInterleaved = 1u << 5,
-    kAudioFormatFlagsNativeFloatPacked = kAudioFormatFlagIsFloat | kAudioFormatFlagIsPacked,
-};
+inline constexpr UInt32 kAudioFormatLinearPCM = MakeFourCC("lpcm");
+inline constexpr UInt32 kAudioFormatFlagIsFloat = 1u << 0;
+inline constexpr UInt32 kAudioFormatFlagIsPacked = 1u << 3;
+inline constexpr UInt32 kAudioFormatFlagIsNonInterleaved = 1u << 5;
+inline constexpr UInt32 kAudioFormatFlagsNativeFloatPacked =
+    kAudioFormatFlagIsFloat | kAudioFormatFlagIsPacked;
 struct AudioStreamBasicDescription {
-    Float64 mSampleRate = 44100.0;
+    static constexpr Float64 kDefaultSampleRate = 44100.0; // until the host sets one
+    Float64 mSampleRate = kDefaultSampleRate;
     UInt32 mFormatID = kAudioFormatLinearPCM;
     UInt32 mFormatFlags = kAudioFormatFlagsNativeFloatPacked | kAudioFormatFlagIsNonInterleaved;
     UInt32 mBytesPerPacket = 4;
@@ -258,8 +264,8 @@ struct AudioBuffer {
     UInt32 mDataByteSize = 0;
     void* mData = nullptr; // float samples
 };
-// mBuffers points at mNumberBuffers buffers (owned by an AUBufferList); index it
-// as in the classic layout: list.mBuffers[i].mData.
+// mBuffers points at mNumberBuffers buffers (owned by an AUBufferList), one per
+// channel: list.mBuffers[i].mData holds channel i.
 struct AudioBufferList {
     UInt32 mNumberBuffers = 0;
     AudioBuffer* mBuffers = nullptr;

@@ -10,7 +10,7 @@ namespace {
 
 using namespace zktest;
 
-TEST(Types, ClassicValues) {
+TEST(Types, NumericValuesHostsAndPresetsRelyOn) {
     EXPECT_EQ(kAudioUnitErr_InvalidParameter, -10878);
     EXPECT_EQ(kAudioUnitErr_InvalidProperty, -10879);
     EXPECT_EQ(kAudioUnitErr_InvalidScope, -10866);
@@ -127,6 +127,10 @@ TEST(Properties, StandardPropertiesAndErrors) {
                                    &latency, &size),
               noErr);
     EXPECT_EQ(latency, 0.0);
+    UInt32 tooSmall = sizeof latency - 1; // never written past the caller's buffer
+    EXPECT_EQ(AudioUnitGetProperty(&u, kAudioUnitProperty_Latency, kAudioUnitScope_Global, 0,
+                                   &latency, &tooSmall),
+              kAudio_ParamError);
     EXPECT_EQ(AudioUnitGetPropertyInfo(&u, kAudioUnitProperty_TailTime, kAudioUnitScope_Global, 0,
                                        &size, &writable),
               kAudioUnitErr_InvalidProperty);

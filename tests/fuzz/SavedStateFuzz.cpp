@@ -1,7 +1,7 @@
 // libFuzzer target: any bytes as a saved-state document, restored into both
 // units. A refused document leaves the unit exactly as it was; an accepted one
 // leaves every parameter finite and within its range.
-#include "framework/SavedState.h"
+#include "framework/PropertyList.h"
 #include "units/Zkmorva10AU.h"
 #include "units/Zkmorva20AU.h"
 

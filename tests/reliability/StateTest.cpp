@@ -3,7 +3,7 @@
 // truncated, random bytes, non-finite or huge numbers, decimal commas, another
 // unit's) are refused or clamped, never crash and never leave a half-applied
 // state behind.
-#include "framework/SavedState.h"
+#include "framework/Base64.h"
 #include "plugins/core/PluginCore.h"
 #include "plugins/core/UnitDescriptor.h"
 #include "tests/reliability/ReliabilityRig.h"

@@ -1,7 +1,8 @@
 #pragma once
 
-// Property-list XML (plist 1.0) reading and writing, and base64: the pieces behind
-// AUBase::SaveState / RestoreState, usable on their own (e.g. preset tools, tests).
+// Property-list XML (plist 1.0) reading and writing: the document format of the saved
+// state (AUBase::SaveState / RestoreState), usable on its own (preset tools, tests).
+// Its <data> elements are base64 (Base64.h).
 //
 // The reader accepts the ordinary plist 1.0 format: optional XML declaration,
 // comments and DOCTYPE (no internal subset), <plist> around one value; values <dict>,
@@ -11,9 +12,9 @@
 // parsed with std::from_chars (locale-independent). It never throws on bad input
 // other than std::bad_alloc; it reports the first problem with its byte offset.
 
+#include <cstddef>
 #include <cstdint>
 #include <map>
-#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -43,10 +44,7 @@ bool Parse(std::string_view document, Value& out, std::string* error);
 // value elements (e.g. "<integer>3</integer>"), keys in map (sorted) order.
 std::string WriteDictDocument(const std::map<std::string, std::string>& entries);
 
+// Escapes '&', '<' and '>' for element text.
 std::string EscapeText(std::string_view s);
-std::string Base64Encode(const std::uint8_t* data, std::size_t size);
-// Whitespace is ignored; anything else outside the alphabet, bad padding or a
-// length that is not a multiple of 4 fails.
-bool Base64Decode(std::string_view text, std::string& out);
 
 } // namespace zkfw::plist
