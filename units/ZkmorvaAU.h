@@ -46,11 +46,12 @@ struct ParameterChange {
 //
 // Value changes that arrive together (one block start, one frame, up to a gesture)
 // form a batch: each that differs from what the processor has is stored and
-// dispatched in order; then the unit answers the changes it must (a linked partner,
-// the master link's switches, the other solo), never overriding a value of the
-// same batch. Gestures begin and end auto-listen in their place among the values. It answers only
-// while its own changes reach its host (SetOwnChangesReachHost): a host that cannot hear them would
-// show other values than the unit plays. The answers are listed by OwnChanges() and, for framework
+// dispatched in order; then the unit answers the changes it must (a linked
+// partner, the master link's switches, the other solo), never overriding a value
+// of the same batch. Gestures begin and end auto-listen in their place among the
+// values. The unit answers only while its own changes reach its host
+// (SetOwnChangesReachHost): a host that cannot hear them would show other values
+// than the unit plays. The answers are listed by OwnChanges() and, for framework
 // hosts, posted to every listener but the unit's own.
 class CZkmorvaAU : public AUEffectBase {
 public:
