@@ -43,7 +43,10 @@ struct SlopeToX {
     double maxQ;
     double x;
 };
-inline constexpr std::array<SlopeToX, 4> kSlopeToX{{{17, 0.6}, {19, 0.7}, {21, 0.8}, {23, 0.9}}};
+inline constexpr std::array<SlopeToX, 4> kSlopeToX{{{zk::kCutSlopes[0].upTo, 0.6},
+                                                    {zk::kCutSlopes[1].upTo, 0.7},
+                                                    {zk::kCutSlopes[2].upTo, 0.8},
+                                                    {zk::kCutSlopes[3].upTo, 0.9}}};
 
 double SlopeQToNormalised(double v) {
     if (v <= 15.0) {

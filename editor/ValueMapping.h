@@ -1,5 +1,7 @@
 #pragma once
 
+#include "units/CutSlopes.h"
+
 #include <array>
 #include <string_view>
 
@@ -45,13 +47,13 @@ struct SlopeDetent {
     std::string_view text;
 };
 inline constexpr std::array<SlopeDetent, 5> kSlopeDetents{{
-    {static_cast<double>(0.55f), 15, "15.0"},
-    {0.65, 16, "6 dB/oct."},
-    {static_cast<double>(0.75f), 18, "12 dB/oct."},
-    {0.85, 20, "18 dB/oct."},
-    {0.95, 22, "24 dB/oct."},
+    {static_cast<double>(0.55f), zk::kCutSlopes[0].above, "15.0"},
+    {0.65, zk::kCutSlopes[0].value, "6 dB/oct."},
+    {static_cast<double>(0.75f), zk::kCutSlopes[1].value, "12 dB/oct."},
+    {0.85, zk::kCutSlopes[2].value, "18 dB/oct."},
+    {0.95, zk::kCutSlopes[3].value, "24 dB/oct."},
 }};
-inline constexpr double kTopSlopeQ = 24;
+inline constexpr double kTopSlopeQ = zk::kCutSlopes[4].value;
 inline constexpr std::string_view kTopSlopeText = "30 dB/oct.";
 
 } // namespace zkeditor

@@ -6,6 +6,7 @@
 #include "units/ZkmorvaAU.h"
 
 #include <array>
+#include <cstddef>
 #include <vector>
 
 // The channel EQ unit: one equaliser path run over every channel in turn. One
@@ -53,17 +54,22 @@ protected:
 
 private:
     // The sections whose history is kept per channel, in swap order.
-    enum HistorySlot {
-        kHighPassHistory,
-        kBand1History,
-        kBand5History = kBand1History + 4,
-        kLowPassHistory,
-        kBassShifterHistory,
-        kPresenceShifterHistory,
-        kAutoListenHistory,
-        kOversamplingHistory,
-        kHistorySlotCount,
+    enum class HistorySlot : std::size_t {
+        HighPass,
+        Band1,
+        Band5 = Band1 + 4,
+        LowPass,
+        BassShifter,
+        PresenceShifter,
+        AutoListen,
+        Oversampling,
     };
+    static constexpr std::size_t kHistorySlotCount =
+        static_cast<std::size_t>(HistorySlot::Oversampling) + 1;
+    static constexpr HistorySlot BandSlot(int band) {
+        return static_cast<HistorySlot>(static_cast<std::size_t>(HistorySlot::Band1) +
+                                        static_cast<std::size_t>(band));
+    }
     template <class Visit> void ForEachActiveSection(Visit&& visit);
     void LoadChannelHistory(UInt32 channel);
     void SaveChannelHistory(UInt32 channel);
@@ -71,6 +77,7 @@ private:
     // and the denormal-guard noise generator, so that a channel's output does not
     // depend on how the host cuts the stream into blocks.
     static constexpr std::size_t kBypassStateSize = 6;
+    void UpdateSectionControl(AudioUnitParameterID id, double v);
     void Follow(AudioUnitParameterID id, double frequency);
 
     std::array<std::vector<double>, kHistorySlotCount> history;
