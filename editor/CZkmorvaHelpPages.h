@@ -38,7 +38,7 @@ public:
     static constexpr CRect kVersionRect{65, 75, 112, 87};
     static constexpr const char* kVersion = "1.0.9";
 
-    // tag: the editor-internal tag of the tabs and switches; switches: bitmap 23.
+    // tag: the editor-internal tag of the tabs and switches; switches: skin::kSwitchSheet.
     CZkmorvaHelpPages(CControlListener* listener, long tag, CBitmap* switches,
                       const std::array<CBitmap*, kPageCount>& backgrounds, CCoord left);
     ~CZkmorvaHelpPages();

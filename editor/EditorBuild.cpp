@@ -5,6 +5,7 @@
 #include "editor/CTextButton.h"
 #include "editor/CZkTextEdit.h"
 #include "editor/CZkmorvaEditor.h"
+#include "resources/SkinIds.h"
 #include "widgets/COnOffButton.h"
 #include "widgets/COptionMenu.h"
 #include "widgets/CTextLabel.h"
@@ -15,11 +16,6 @@
 namespace zkeditor {
 
 namespace {
-
-constexpr int kSmallKnobStrip = 20;
-constexpr int kGainKnobStrip = 21;
-constexpr int kPadStrip = 22;
-constexpr int kLedStrip = 25;
 
 CZkTextEdit* BuildTextBox(BuildContext& context, const CRect& rect, long tag,
                           DisplayFunction display, ParseFunction parse) {
@@ -38,7 +34,7 @@ CZkTextEdit* BuildTextBox(BuildContext& context, const CRect& rect, long tag,
 void BuildKnobs(BuildContext& context, std::span<const KnobDef> knobs) {
     for (const KnobDef& def : knobs) {
         CBitmap* strip =
-            context.bitmaps.get(def.size == KnobSize::kSmall ? kSmallKnobStrip : kGainKnobStrip);
+            context.bitmaps.get(def.size == KnobSize::kSmall ? skin::kSmallKnob : skin::kGainKnob);
         context.controls.add(
             context.editor.NewCAnimKnobEX(def.rect, def.tag, strip, true, 0.f, context.frame),
             def.tag, Role::kKnob);
@@ -51,8 +47,9 @@ void BuildKnobs(BuildContext& context, std::span<const KnobDef> knobs) {
 
 void BuildPads(BuildContext& context, std::span<const PadDef> pads) {
     for (const PadDef& def : pads) {
-        CAnimJoystick* pad = context.editor.NewCAnimJoystick(
-            def.rect, def.tagX, def.tagY, context.bitmaps.get(kPadStrip), true, context.frame);
+        CAnimJoystick* pad = context.editor.NewCAnimJoystick(def.rect, def.tagX, def.tagY,
+                                                             context.bitmaps.get(skin::kJoystick),
+                                                             true, context.frame);
         context.controls.add(pad, def.tagX, Role::kPadX);
         context.controls.add(pad, def.tagY, Role::kPadY);
         BuildTextBox(context, PadTextBoxX(def), def.tagX, def.displayX, def.parseX);
@@ -71,8 +68,8 @@ void BuildNames(BuildContext& context, std::span<const NameDef> names) {
 void BuildLeds(BuildContext& context, std::span<const LedDef> leds) {
     for (const LedDef& def : leds) {
         context.controls.add(context.editor.NewCOnOffButton(def.rect, def.tag,
-                                                            context.bitmaps.get(kLedStrip), true,
-                                                            0.f, context.frame),
+                                                            context.bitmaps.get(skin::kLedButton),
+                                                            true, 0.f, context.frame),
                              def.tag, Role::kValue);
     }
 }
@@ -101,8 +98,8 @@ COptionMenu* BuildAutoListenMenu(BuildContext& context, const CRect& rect, long 
     menu->setFontColor(context.labelColour);
     menu->setBackColor(kBlackCColor);
     menu->setFrameColor(kGreyCColor);
-    menu->setDefaultValue(context.editor.GetDefaultValue(tag) * 6.f);
-    menu->setValue(context.editor.GetValue(tag) * 6.f);
+    menu->setDefaultValue(context.editor.GetDefaultValue(tag) * kModeSteps);
+    menu->setValue(context.editor.GetValue(tag) * kModeSteps);
     COptionMenu* raw = menu.get();
     context.frame->addView(menu.release());
     context.controls.add(raw, tag, Role::kMenu);
@@ -120,7 +117,7 @@ std::optional<float> ValueOfChange(CZkmorvaEditor& editor, const ControlEntry* e
         }
         v = *typed;
     } else if (menu != nullptr && control == menu) {
-        v = static_cast<float>(menu->getCurrent()) / 6.f;
+        v = static_cast<float>(menu->getCurrent()) / kModeSteps;
     } else if (entry != nullptr && entry->role == Role::kKnob && kind == MappingKind::kSlopeQ) {
         v = SnapSlopeDetent(v);
         control->setValue(v);

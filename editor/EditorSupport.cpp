@@ -2,6 +2,7 @@
 
 #include "editor/CAnimJoystick.h"
 #include "editor/CAnimKnobEX.h"
+#include "editor/ValueMapping.h"
 #include "framework/AUBase.h"
 #include "framework/AUEvents.h"
 #include "widgets/CTextEdit.h"
@@ -68,7 +69,7 @@ void ControlRegistry::show(long tag, float value) const {
             entry.control->setValue(value);
             break;
         case Role::kMenu:
-            entry.control->setValue(value * 6.f);
+            entry.control->setValue(value * kModeSteps);
             break;
         case Role::kPadY:
             if (auto* pad = dynamic_cast<CAnimJoystick*>(entry.control)) {

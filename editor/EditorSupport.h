@@ -34,7 +34,7 @@ enum class Role : unsigned char {
     kValue,   // buttons, name switches: the value itself
     kKnob,    // left alone while the user drags it
     kTextBox, // left alone while the user types into it; parsed when committed
-    kMenu,    // the auto-listen mode menu: entry index = value x 6
+    kMenu,    // the auto-listen mode menu: entry index = value x kModeSteps
     kPadX,    // a pad's X axis (the pad's own value)
     kPadY,    // a pad's Y axis (its Y value and the partner reporting it)
 };

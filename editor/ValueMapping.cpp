@@ -90,7 +90,7 @@ float ToNormalised(MappingKind kind, float value) {
     case K::kIdentity:
         return value;
     case K::kModeIndex:
-        return static_cast<float>(v / 6.0);
+        return static_cast<float>(v / kModeSteps);
     case K::kLevelGain:
         if (v <= -100.0) {
             return 0.f;
@@ -134,7 +134,7 @@ float FromNormalised(MappingKind kind, float x) {
         return x;
     case K::kModeIndex:
         // In single precision: 6 * (5/6 as a float) must give mode 5 again.
-        return std::trunc(6.f * x);
+        return std::trunc(kModeSteps * x);
     case K::kLevelGain:
         if (d <= 0.00001) {
             return -100.f;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "units/CutSlopes.h"
+#include "units/ParameterTable.h"
 
 #include <array>
 #include <string_view>
@@ -36,6 +37,10 @@ float FromNormalised(MappingKind kind, float x);
 // the value at a position. Kinds without a logarithmic law give NaN.
 double LogPosition(MappingKind kind, double value);
 double LogValue(MappingKind kind, double x);
+
+// An auto-listen mode control runs from mode 0 at 0.0 to the last mode at 1.0: the
+// mode is the control value times this.
+inline constexpr float kModeSteps = static_cast<float>(zk::kLastAutoListenMode);
 
 // Upper half of a slope control: a position below `below` (and above the previous
 // detent) is Q `q`, shown as `text`. 0.55 and 0.75 are single-precision limits,

@@ -47,18 +47,13 @@ constexpr CRect HelpOpenRect(CCoord frameWidth) {
     return {frameWidth - 25, 0, frameWidth, 25};
 }
 
-// Level-scale labels beside the curve (hidden with the panel): "+12", "0", "-12", each 14 px right
-// of and 112 px below the one before.
-inline constexpr std::array<const char*, 3> kLevelScale{"+12", "0", "-12"};
+// Level-scale labels beside the curve (hidden with the panel), each 14 px right of
+// and 112 px below the one before.
 inline constexpr CCoord kLevelScaleStepX = 14;
 inline constexpr CCoord kLevelScaleStepY = 112;
 inline constexpr CRect kLevelScaleLeft{567, 17, 593, 29};
-// Left edge of the labels at the sample-rate indicator, per rate class (up to
-// 44.1 kHz, 48 kHz, other): beside the shaded part above half the rate.
-inline constexpr std::array<CCoord, 3> kRateScaleLeft{942, 949, 970};
-inline constexpr CCoord kRateScaleTop = 17;
-inline constexpr CCoord kRateScaleWidth = 26;
-inline constexpr CCoord kRateScaleHeight = 12;
+inline constexpr zkeditor::RateScaleLayout kRateScale{{942, 949, 970},  17, kLevelScaleStepX,
+                                                      kLevelScaleStepY, 26, 12};
 
 // Input and output, high enough that their boxes stay above the band names.
 inline constexpr std::array<KnobDef, 2> kGainKnobs{{

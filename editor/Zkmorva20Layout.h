@@ -52,12 +52,14 @@ struct MeterDef {
     CRect rect;
     int value; // index into the meter values
 };
-// Upper panel: the output pair (values 4, 5), 52 LEDs.
+inline constexpr int kUpperMeterLeds = 52;
+inline constexpr int kLowerMeterLeds = 76;
+// Upper panel: the output pair (values 4, 5).
 inline constexpr std::array<MeterDef, 2> kUpperMeters{{
     {{500, 71, 507, 174}, 4},
     {{509, 71, 516, 174}, 5},
 }};
-// Lower panel: input 1/2, centre/side, output 1/2 (values 0..5), 76 LEDs.
+// Lower panel: input 1/2, centre/side, output 1/2 (values 0..5).
 inline constexpr std::array<MeterDef, 6> kLowerMeters{{
     {{650, 328, 657, 479}, 0},
     {{660, 328, 667, 479}, 1},
@@ -67,16 +69,11 @@ inline constexpr std::array<MeterDef, 6> kLowerMeters{{
     {{800, 328, 807, 479}, 5},
 }};
 
-inline constexpr std::array<const char*, 3> kLevelScale{"+12", "0", "-12"};
 inline constexpr CCoord kLevelScaleStepX = 14;
 inline constexpr CCoord kLevelScaleStepY = 92;
 inline constexpr CRect kLevelScaleLeft{15, 310, 41, 322};
-// Columns of the labels at the sample-rate indicator per rate class (up to
-// 44.1 kHz, 48 kHz, other), beside the shading above half the rate.
-inline constexpr std::array<CCoord, 3> kRateScaleLeft{542, 551, 583};
-inline constexpr CCoord kRateScaleTop = 310;
-inline constexpr CCoord kRateScaleWidth = 26;
-inline constexpr CCoord kRateScaleHeight = 12;
+inline constexpr zkeditor::RateScaleLayout kRateScale{{542, 551, 583},  310, kLevelScaleStepX,
+                                                      kLevelScaleStepY, 26,  12};
 
 // --- the top row and the global switches -------------------------------------
 

@@ -76,7 +76,7 @@ void grooveLine(cairo_t* cr, double x0, double y, double x1) {
 
 } // namespace
 
-void paintBackground1(cairo_t* cr, double) {
+void paintBackground10(cairo_t* cr, double) {
     panelFinish(cr, 0, 0, 1024, 283);
     title(cr, 20, 26, "EQ 10");
     plate(cr, 324, 6, 172, 44); // input, output, phase
@@ -97,7 +97,7 @@ void paintBackground1(cairo_t* cr, double) {
     cornerKey(cr, 1001, 261, "\xe2\x97\x82"); // collapse to the left
 }
 
-void paintBackground2(cairo_t* cr, double) {
+void paintBackground20(cairo_t* cr, double) {
     panelFinish(cr, 0, 0, 1024, 530);
     title(cr, 20, 26, "EQ 20");
     plate(cr, 258, 6, 118, 44); // channel 1 input and output

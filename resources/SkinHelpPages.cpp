@@ -140,12 +140,12 @@ constexpr HelpLine kTextEntry[] = {
 
 } // namespace
 
-void paintHelpPage1Variant1(cairo_t* cr, double) {
+void paintHelpPage10(cairo_t* cr, double) {
     pageFrame(cr, 0, "Zkmorva EQ 10", "One equaliser path for every channel of the insert.");
     helpLines(cr, 14, 106, kControls1);
 }
 
-void paintHelpPage1Variant2(cairo_t* cr, double) {
+void paintHelpPage20(cairo_t* cr, double) {
     pageFrame(cr, 0, "Zkmorva EQ 20", "Two-channel equaliser with link, solo and mid/side tools.");
     helpLines(cr, 14, 106, kControls2);
 }

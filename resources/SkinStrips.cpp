@@ -229,19 +229,19 @@ void paintCorrelationDisplay(cairo_t* cr, double) {
     }
 }
 
-void paintRateIndicator1(cairo_t* cr, double) {
+void paintRateIndicator10(cairo_t* cr, double) {
     // Placed at (939, 0, 1024, 255) over the curve screen (596..969, 24..249).
     rateIndicator(cr, 85, 255, 596, 373, 939, 24, 249);
 }
 
-void paintRateIndicator2(cairo_t* cr, double) {
+void paintRateIndicator20(cairo_t* cr, double) {
     // Placed at (535, 312, 620, 507) over the curve screen (44..582, 317..502).
     rateIndicator(cr, 85, 195, 44, 538, 535, 5, 190);
 }
 
 // Frame 0: panel collapsed, the handle is the right edge and carries the help
 // key and the expand key. Frame 1: panel open, a plain divider grip.
-void paintPanelHandle1(cairo_t* cr, double) {
+void paintPanelHandle10(cairo_t* cr, double) {
     for (int frame = 0; frame < 2; ++frame) {
         const double y = frame * 283;
         panelFinish(cr, 0, y, 32, 283);
@@ -257,7 +257,7 @@ void paintPanelHandle1(cairo_t* cr, double) {
 }
 
 // Divider between the curves and the meter bank; frame 1 lights its lamp.
-void paintPanelHandle2(cairo_t* cr, double) {
+void paintPanelHandle20(cairo_t* cr, double) {
     for (int frame = 0; frame < 2; ++frame) {
         const double y = frame * 242;
         grip(cr, 56, y + 40, 24, 162);

@@ -92,5 +92,6 @@ inline float DispatchValue(const ParameterDef& p, float stored) {
 // (Q, frequency, gain) whose touch starts auto-listen.
 inline constexpr const char* kAutoListenModeNames[] = {"Q - -", "- f -", "- - G", "Q f -",
                                                        "Q - G", "- f G", "Q f G"};
+inline constexpr int kLastAutoListenMode = static_cast<int>(std::size(kAutoListenModeNames)) - 1;
 
 } // namespace zk

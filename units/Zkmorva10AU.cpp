@@ -62,7 +62,7 @@ OSStatus CZkmorva10AU::Reset(AudioUnitScope scope, AudioUnitElement element) {
 }
 
 Float64 CZkmorva10AU::GetLatency() {
-    return IsOversampling() ? 4.0 / GetHostSampleRate() : 0.0;
+    return IsOversampling() ? kOversamplingLatency / GetHostSampleRate() : 0.0;
 }
 
 void CZkmorva10AU::GetUIComponentDescs(AudioComponentDescription* outDescs) {
@@ -140,9 +140,9 @@ void CZkmorva10AU::LoadChannelHistory(UInt32 channel) {
                              static_cast<std::size_t>(size) * channel);
     });
     const double* ring = bypassHistory.data() + kBypassStateSize * channel;
-    std::copy(ring, ring + 4, bypassDelay.begin());
-    bypassDelayIndex = static_cast<std::int32_t>(ring[4]);
-    noiseSeed = static_cast<std::uint32_t>(ring[5]);
+    std::copy(ring, ring + kBypassRingSamples, bypassDelay.begin());
+    bypassDelayIndex = static_cast<std::int32_t>(ring[kRingPositionSlot]);
+    noiseSeed = static_cast<std::uint32_t>(ring[kNoiseSeedSlot]);
 }
 
 void CZkmorva10AU::SaveChannelHistory(UInt32 channel) {
@@ -151,9 +151,9 @@ void CZkmorva10AU::SaveChannelHistory(UInt32 channel) {
                            static_cast<std::size_t>(size) * channel);
     });
     double* ring = bypassHistory.data() + kBypassStateSize * channel;
-    std::copy(bypassDelay.begin(), bypassDelay.begin() + 4, ring);
-    ring[4] = static_cast<double>(bypassDelayIndex);
-    ring[5] = static_cast<double>(noiseSeed); // exact: any 32-bit value fits a double
+    std::copy(bypassDelay.begin(), bypassDelay.begin() + kBypassRingSamples, ring);
+    ring[kRingPositionSlot] = static_cast<double>(bypassDelayIndex);
+    ring[kNoiseSeedSlot] = static_cast<double>(noiseSeed); // exact: any 32-bit value fits
 }
 
 OSStatus CZkmorva10AU::ProcessBufferLists(AudioUnitRenderActionFlags& /*ioActionFlags*/,

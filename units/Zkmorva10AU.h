@@ -73,10 +73,14 @@ private:
     template <class Visit> void ForEachActiveSection(Visit&& visit);
     void LoadChannelHistory(UInt32 channel);
     void SaveChannelHistory(UInt32 channel);
-    // Per channel: the latency-matched bypass ring (four samples and its position)
+    // Per channel: the latency-matched bypass ring (as many samples as the
+    // oversampled path's latency, all of the ring a channel uses, and its position)
     // and the denormal-guard noise generator, so that a channel's output does not
     // depend on how the host cuts the stream into blocks.
-    static constexpr std::size_t kBypassStateSize = 6;
+    static constexpr std::size_t kBypassRingSamples = kOversamplingLatency;
+    static constexpr std::size_t kRingPositionSlot = kBypassRingSamples;
+    static constexpr std::size_t kNoiseSeedSlot = kBypassRingSamples + 1;
+    static constexpr std::size_t kBypassStateSize = kBypassRingSamples + 2;
     void UpdateSectionControl(AudioUnitParameterID id, double v);
     void Follow(AudioUnitParameterID id, double frequency);
 

@@ -12,7 +12,6 @@ using namespace zk;
 // latency. Oversampling itself runs up to 64000 Hz, so 50000..64000 Hz run
 // oversampled and report none: intended.
 constexpr double kLatencyBelowHz = 50000.0;
-constexpr double kLatencySamples = 4.0;
 
 constexpr AUChannelInfo kStereoOnly[] = {{2, 2}};
 
@@ -61,7 +60,7 @@ UInt32 CZkmorva20AU::SupportedNumChannels(const AUChannelInfo** outInfo) {
 
 Float64 CZkmorva20AU::GetLatency() {
     const double rate = GetSampleRate();
-    return rate < kLatencyBelowHz ? kLatencySamples / rate : 0.0;
+    return rate < kLatencyBelowHz ? kOversamplingLatency / rate : 0.0;
 }
 
 void CZkmorva20AU::GetUIComponentDescs(AudioComponentDescription* outDescs) {

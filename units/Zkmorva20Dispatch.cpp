@@ -17,6 +17,7 @@ namespace {
 using namespace zk;
 
 constexpr double kMonoMakerShelfLimitHz = 400.0;
+constexpr double kFactorPerPercent = 0.01; // the stereo width is set in percent
 
 // By channel offset.
 constexpr std::array<SectionControl, kZ20ChannelSpan> kChannelControls{{
@@ -152,7 +153,7 @@ void CZkmorva20AU::UpdateParameters(AudioUnitParameterID id) {
         GetMonoMaker().Update(v, kMonoMakerShelfLimitHz);
         break;
     case kZ20StereoWidth:
-        stereoWidth = v * 0.01;
+        stereoWidth = v * kFactorPerPercent;
         break;
     default: // the master link and the gain link switches: nothing to push
         break;

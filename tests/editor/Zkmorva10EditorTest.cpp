@@ -288,7 +288,7 @@ TEST_F(Zkmorva10EditorTest, PictureShowsEveryControlAndTheFoldedPanel) {
     float levels[2] = {0.f, 0.f}; // 0 dB: lit meters
     rig->editor->SetMeters(levels, true);
     auto shown = rig->Picture();
-    auto background = zktest::Background(10, 1024, 283);
+    auto background = zktest::Background(skin::kBackground10, 1024, 283);
     std::vector<CRect> rects;
     for (const auto& def : kGainKnobs) {
         rects.push_back(def.rect);

@@ -209,11 +209,11 @@ TEST(Zkmorva20EditorMeters, CorrelationBalanceAndMetersFollowTheAudio) {
     }
 }
 
-TEST_F(Zkmorva20EditorTest, HelpPagesUseTheVariantsFirstPageAndTag) {
+TEST_F(Zkmorva20EditorTest, HelpPagesUseTheUnitsFirstPageAndTag) {
     rig->Click(Rig20::Centre(kHelpOpenRect));
     auto* pages = rig->editor->getHelpPages();
     ASSERT_EQ(pages->shownPage(), 0);
-    EXPECT_EQ(pages->page(0)->getBackground()->getResourceID(), 48);
+    EXPECT_EQ(pages->page(0)->getBackground()->getResourceID(), skin::kHelpPage20);
     EXPECT_EQ(pages->tab(0, CZkmorvaHelpPages::kClose)->getTag(), kInternalTag);
     CRect close = CZkmorvaHelpPages::kTabRects[CZkmorvaHelpPages::kClose];
     close.offset(325, 12);
@@ -225,7 +225,7 @@ TEST_F(Zkmorva20EditorTest, PictureShowsEveryControlAndTheFoldedPanel) {
     std::array<float, 8> levels{0, 0, 0, 0, 0, 0, 0.9f, 0.5f};
     rig->editor->SetMeters(levels.data(), true);
     auto shown = rig->Picture();
-    auto background = zktest::Background(13, 1024, 530);
+    auto background = zktest::Background(skin::kBackground20, 1024, 530);
     std::vector<CRect> rects;
     for (const auto& def : kTopKnobs) {
         rects.push_back(def.rect);
