@@ -7,10 +7,15 @@
 #include <cstdint>
 
 // The words both units' parameter dispatch tables are written in: which section of
-// the chain a control belongs to, and what it sets there.
+// the chain a control belongs to, and what it sets there. The editors' curves use
+// the same sections.
 namespace zk {
 
 enum class Section : std::uint8_t { Hp, Lf, Lmf, Mf, Hmf, Hf, Lp, Bs, Ps };
+inline constexpr std::size_t kSectionCount = 9;
+constexpr std::size_t SectionIndex(Section s) {
+    return static_cast<std::size_t>(s);
+}
 
 enum class ControlKind : std::uint8_t {
     CutQ,    // the cascade gets the slope code of the value

@@ -233,13 +233,13 @@ TEST_F(Zkmorva10EditorTest, HelpPagesTabsKnobModeAndAddresses) {
     EXPECT_EQ(pages->page(0)->getViewSize(), CRect(325, 12, 699, 270));
 
     auto tabPoint = [&](CZkmorvaHelpPages::Tab tab) {
-        CRect r = CZkmorvaHelpPages::kTabRects[tab];
+        CRect r = CZkmorvaHelpPages::TabRect(tab);
         const CRect page = pages->page(0)->getViewSize();
         r.offset(page.left, page.top);
         return Rig10::Centre(r);
     };
     // Switches to the mouse page; the knob-mode switch shows linear dragging.
-    rig->Click(tabPoint(CZkmorvaHelpPages::kPage2));
+    rig->Click(tabPoint(CZkmorvaHelpPages::Tab::Page2));
     ASSERT_EQ(pages->shownPage(), 1);
     EXPECT_EQ(pages->knobModeSwitch()->getValue(), 0.f);
     CRect knobMode = CZkmorvaHelpPages::kKnobModeRect;
@@ -250,8 +250,8 @@ TEST_F(Zkmorva10EditorTest, HelpPagesTabsKnobModeAndAddresses) {
     rig->Click(Rig10::Centre(knobMode));
     EXPECT_EQ(rig->frame->getKnobMode(), kLinearMode);
 
-    rig->Click(tabPoint(CZkmorvaHelpPages::kManual));
-    rig->Click(tabPoint(CZkmorvaHelpPages::kWeb));
+    rig->Click(tabPoint(CZkmorvaHelpPages::Tab::Manual));
+    rig->Click(tabPoint(CZkmorvaHelpPages::Tab::Web));
     EXPECT_THAT(captured.urls,
                 ::testing::ElementsAre(zkeditor::ManualUrl(), zkeditor::kProductPageUrl));
     // While a page is shown, nothing under it reacts.
@@ -259,7 +259,7 @@ TEST_F(Zkmorva10EditorTest, HelpPagesTabsKnobModeAndAddresses) {
     rig->frame->dispatchWheel(Rig10::Centre(Knob(11).rect), 3.f, 0);
     EXPECT_EQ(rig->Param(11), gain);
 
-    rig->Click(tabPoint(CZkmorvaHelpPages::kClose));
+    rig->Click(tabPoint(CZkmorvaHelpPages::Tab::Close));
     EXPECT_EQ(pages->shownPage(), -1);
     EXPECT_EQ(rig->frame->getModalView(), nullptr);
     // A folded panel centres the pages on the narrow frame.

@@ -214,8 +214,8 @@ TEST_F(Zkmorva20EditorTest, HelpPagesUseTheUnitsFirstPageAndTag) {
     auto* pages = rig->editor->getHelpPages();
     ASSERT_EQ(pages->shownPage(), 0);
     EXPECT_EQ(pages->page(0)->getBackground()->getResourceID(), skin::kHelpPage20);
-    EXPECT_EQ(pages->tab(0, CZkmorvaHelpPages::kClose)->getTag(), kInternalTag);
-    CRect close = CZkmorvaHelpPages::kTabRects[CZkmorvaHelpPages::kClose];
+    EXPECT_EQ(pages->tab(0, CZkmorvaHelpPages::Tab::Close)->getTag(), kInternalTag);
+    CRect close = CZkmorvaHelpPages::TabRect(CZkmorvaHelpPages::Tab::Close);
     close.offset(325, 12);
     rig->Click(Rig20::Centre(close));
     EXPECT_EQ(pages->shownPage(), -1);

@@ -33,7 +33,7 @@ using zkplug::AutoListenState;
 using zkplug::UnitDescriptor;
 
 struct HostCall {
-    enum Kind { kValue, kBegin, kEnd, kEvent } kind;
+    enum class Kind { Value, Begin, End, Event } kind;
     std::uint32_t index = 0;
     float value = 0.f;
     std::string message;
@@ -42,16 +42,16 @@ struct HostCall {
 // Records what the UI sends to DPF; optionally passes it on (end to end).
 struct FakeHost : zkplug::RemoteHost {
     void SetParameterValue(std::uint32_t index, float value) override {
-        calls.push_back({HostCall::kValue, index, value, {}});
+        calls.push_back({HostCall::Kind::Value, index, value, {}});
         if (core != nullptr) {
             core->SetParameter(index, value);
         }
     }
     void EditParameter(std::uint32_t index, bool started) override {
-        calls.push_back({started ? HostCall::kBegin : HostCall::kEnd, index, 0.f, {}});
+        calls.push_back({started ? HostCall::Kind::Begin : HostCall::Kind::End, index, 0.f, {}});
     }
     void SendEditorEvent(const std::string& message) override {
-        calls.push_back({HostCall::kEvent, 0, 0.f, message});
+        calls.push_back({HostCall::Kind::Event, 0, 0.f, message});
         if (core != nullptr) {
             core->HandleEditorEvent(message);
         }
@@ -172,16 +172,16 @@ TEST(RemoteUnit, DragSendsBeginValuesEndToTheHostAndGesturesToTheDsp) {
 
     const std::vector<HostCall> calls = rig.host.Take();
     ASSERT_GE(calls.size(), 5u);
-    EXPECT_EQ(calls.front().kind, HostCall::kBegin);
+    EXPECT_EQ(calls.front().kind, HostCall::Kind::Begin);
     EXPECT_EQ(calls.front().index, index);
-    EXPECT_EQ(calls[1].kind, HostCall::kEvent);
+    EXPECT_EQ(calls[1].kind, HostCall::Kind::Event);
     EXPECT_EQ(calls[1].message, "begin 11");
-    EXPECT_EQ(calls[calls.size() - 2].kind, HostCall::kEnd);
+    EXPECT_EQ(calls[calls.size() - 2].kind, HostCall::Kind::End);
     EXPECT_EQ(calls[calls.size() - 2].index, index);
     EXPECT_EQ(calls.back().message, "end 11");
     float last = 0.f;
     for (std::size_t i = 2; i + 2 < calls.size(); ++i) {
-        EXPECT_EQ(calls[i].kind, HostCall::kValue) << i;
+        EXPECT_EQ(calls[i].kind, HostCall::Kind::Value) << i;
         EXPECT_EQ(calls[i].index, index) << i;
         EXPECT_GE(calls[i].value, last) << "an upward drag only raises the gain";
         last = calls[i].value;
@@ -214,9 +214,9 @@ TEST(RemoteUnit, TypedValueGoesOutAfterTheTextBoxFlag) {
     std::vector<std::string> events;
     std::vector<float> values;
     for (const HostCall& c : rig.host.Take()) {
-        if (c.kind == HostCall::kEvent) {
+        if (c.kind == HostCall::Kind::Event) {
             events.push_back(c.message);
-        } else if (c.kind == HostCall::kValue) {
+        } else if (c.kind == HostCall::Kind::Value) {
             EXPECT_EQ(c.index, IndexOf(rig.descriptor, kLfGain));
             values.push_back(c.value);
         }
@@ -269,7 +269,7 @@ TEST(RemoteUnit, WindowFollowsThePanelInBothEditors) {
         rig.Click(c.panel, zkeditor::Role::kValue);
         std::vector<HostCall> values;
         for (const HostCall& call : rig.host.Take()) {
-            if (call.kind == HostCall::kValue) {
+            if (call.kind == HostCall::Kind::Value) {
                 values.push_back(call);
             }
         }
