@@ -111,7 +111,7 @@ bool CZkmorva10Editor::open(void* parent) {
     }
     panelToggle = NewCOnOffButton(PanelToggleRect(kFullWidth), kHidePanelTag,
                                   bitmaps.get(skin::kSwitchSheet), true, 0.f, f);
-    controls.add(panelToggle, kHidePanelTag, Role::kValue);
+    controls.add(panelToggle, kHidePanelTag, Role::Value);
     auto help = std::make_unique<COnOffButton>(HelpOpenRect(kFullWidth), this, kInternalTag,
                                                bitmaps.get(skin::kSwitchSheet), 0);
     help->setTransparency(true);

@@ -196,7 +196,7 @@ void CZkmorva20Editor::buildControls(CFrame* f) {
 
     panelToggle = NewCOnOffButton(kPanelToggleRect, kHidePanelTag, bitmaps.get(skin::kSwitchSheet),
                                   true, 0.f, f);
-    controls.add(panelToggle, kHidePanelTag, zkeditor::Role::kValue);
+    controls.add(panelToggle, kHidePanelTag, zkeditor::Role::Value);
     auto help = std::make_unique<COnOffButton>(kHelpOpenRect, this, kInternalTag,
                                                bitmaps.get(skin::kSwitchSheet), 0);
     help->setTransparency(true);

@@ -26,7 +26,7 @@ double GainOf(double x) {
 // Q or slope code of a cut filter's slope control.
 double CutQOrSlope(double x) {
     if (x <= 0.5) {
-        return zkeditor::LogValue(MappingKind::kQ0_3_15, 2.0 * x);
+        return zkeditor::LogValue(MappingKind::Q0_3_15, 2.0 * x);
     }
     if (x < 0.55) {
         return 15.0;
@@ -97,14 +97,14 @@ void CZkmorvaEqCurve::decode(long index, float value) {
         switch ((index - 3) % 4) {
         case 0: // Q: shelving law for the outer bands
             b.q = zkeditor::LogValue((section == Section::Lf || section == Section::Hf)
-                                         ? MappingKind::kShelvingQ
-                                         : MappingKind::kQ0_3_15,
+                                         ? MappingKind::ShelvingQ
+                                         : MappingKind::Q0_3_15,
                                      x);
             break;
         case 1: {
             static constexpr std::array<MappingKind, 5> kBandFrequency{
-                MappingKind::kFreq20_1000, MappingKind::kFreq20_1000, MappingKind::kFreq20_26000,
-                MappingKind::kFreq400_26000, MappingKind::kFreq400_26000};
+                MappingKind::Freq20_1000, MappingKind::Freq20_1000, MappingKind::Freq20_26000,
+                MappingKind::Freq400_26000, MappingKind::Freq400_26000};
             b.frequency = zkeditor::LogValue(kBandFrequency[zk::BandIndex(*section)], x);
             break;
         }
@@ -125,7 +125,7 @@ void CZkmorvaEqCurve::decode(long index, float value) {
         // Frequency 0 is "off": the high-pass leaves both curves.
         highPass.offMarker = !(value > 0.f);
         if (!highPass.offMarker) {
-            highPass.frequency = zkeditor::LogValue(MappingKind::kFreq20_26000, x);
+            highPass.frequency = zkeditor::LogValue(MappingKind::Freq20_26000, x);
         }
         break;
     case 23:
@@ -134,17 +134,17 @@ void CZkmorvaEqCurve::decode(long index, float value) {
     case 24:
         lowPass.offMarker = !(value < 1.f);
         if (!lowPass.offMarker) {
-            lowPass.frequency = zkeditor::LogValue(MappingKind::kFreq20_26000, x);
+            lowPass.frequency = zkeditor::LogValue(MappingKind::Freq20_26000, x);
         }
         break;
     case 26:
-        bassShifter.frequency = zkeditor::LogValue(MappingKind::kBassShift, x);
+        bassShifter.frequency = zkeditor::LogValue(MappingKind::BassShift, x);
         break;
     case 27:
         bassShifter.gain = GainOf(x);
         break;
     case 29:
-        presenceShifter.frequency = zkeditor::LogValue(MappingKind::kPresenceShift, x);
+        presenceShifter.frequency = zkeditor::LogValue(MappingKind::PresenceShift, x);
         break;
     case 30:
         // The presence control's sign is reversed on purpose.

@@ -15,8 +15,8 @@ using DisplayFunction = void (*)(float x, char* text);
 using ParseFunction = float (*)(CControl* control);
 
 enum class KnobSize : unsigned char {
-    kSmall, // 30 x 30, skin::kSmallKnob
-    kGain,  // 50 x 50, skin::kGainKnob
+    Small, // 30 x 30, skin::kSmallKnob
+    Gain,  // 50 x 50, skin::kGainKnob
 };
 
 // Text box widths, each wide enough for the longest text its display shows in
@@ -116,7 +116,7 @@ constexpr CRect PadTextBoxY(const PadDef& pad) {
 // One-letter label of a knob (13 wide: "Q" and the inset): left of a small knob,
 // above the left edge of a gain knob.
 constexpr CRect LetterLabel(const CRect& knob, KnobSize size) {
-    return size == KnobSize::kSmall
+    return size == KnobSize::Small
                ? CRect{knob.left - 14, knob.top + 9, knob.left - 1, knob.top + 21}
                : CRect{knob.left, knob.top - 13, knob.left + 13, knob.top - 2};
 }

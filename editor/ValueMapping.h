@@ -12,19 +12,19 @@
 namespace zkeditor {
 
 enum class MappingKind : unsigned char {
-    kIdentity,
-    kModeIndex,     // auto-listen mode 0..6
-    kLevelGain,     // input/output gain -100..+12 dB
-    kSlopeQ,        // HP/LP: Q 0.3..15 in the lower half, slope detents above
-    kFreq20_26000,  // logarithmic
-    kShelvingQ,     // Q 0.28..15 (below 0.3 selects a shelf)
-    kFreq20_1000,   // logarithmic
-    kGain12,        // band and shifter gains, linear in dB
-    kQ0_3_15,       // bell Q, logarithmic
-    kFreq400_26000, // logarithmic
-    kBassShift,     // 40..200 Hz, default 89 Hz at the centre
-    kPresenceShift, // 8000..20000 Hz, default 12600 Hz at the centre
-    kStereoWidth,   // percent 0..400 in three linear pieces
+    Identity,
+    ModeIndex,     // auto-listen mode 0..6
+    LevelGain,     // input/output gain -100..+12 dB
+    SlopeQ,        // HP/LP: Q 0.3..15 in the lower half, slope detents above
+    Freq20_26000,  // logarithmic
+    ShelvingQ,     // Q 0.28..15 (below 0.3 selects a shelf)
+    Freq20_1000,   // logarithmic
+    Gain12,        // band and shifter gains, linear in dB
+    Q0_3_15,       // bell Q, logarithmic
+    Freq400_26000, // logarithmic
+    BassShift,     // 40..200 Hz, default 89 Hz at the centre
+    PresenceShift, // 8000..20000 Hz, default 12600 Hz at the centre
+    StereoWidth,   // percent 0..400 in three linear pieces
 };
 
 // Parameter value to normalised value.

@@ -38,7 +38,7 @@ inline constexpr int kSwitchSheetWidth = 96;
 inline constexpr int kSwitchSheetHalf = 45; // tallest switch (knob-mode switch)
 
 // Height of an n-LED strip: 1-pixel LEDs with 1-pixel gaps.
-constexpr int meterHeight(int leds) {
+constexpr int MeterHeight(int leds) {
     return 2 * leds - 1;
 }
 

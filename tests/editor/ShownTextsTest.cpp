@@ -33,7 +33,7 @@ void CheckBoxesSayWhatTheUnitSays(Rig& rig, std::span<const zk::ValueTextRule> t
     for (const zk::ValueTextRule& rule : texts) {
         for (AudioUnitParameterID id : rule.ids) {
             auto* box = dynamic_cast<CTextEdit*>(
-                rig.editor->getControls().first(static_cast<long>(id), zkeditor::Role::kTextBox));
+                rig.editor->getControls().first(static_cast<long>(id), zkeditor::Role::TextBox));
             if (box == nullptr) {
                 continue;
             }

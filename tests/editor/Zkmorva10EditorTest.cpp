@@ -106,7 +106,7 @@ TEST_F(Zkmorva10EditorTest, DraggingAGainKnobSetsTheParameterInsideOneGesture) {
     EXPECT_THAT(gestures.Take(), ::testing::ElementsAre("begin 11", "end 11"));
     // The knob's own text box follows at once.
     auto* box =
-        dynamic_cast<CTextEdit*>(rig->editor->getControls().first(11, zkeditor::Role::kTextBox));
+        dynamic_cast<CTextEdit*>(rig->editor->getControls().first(11, zkeditor::Role::TextBox));
     ASSERT_NE(box, nullptr);
     EXPECT_STREQ(box->getText(), "4.8 dB");
 }
@@ -123,7 +123,7 @@ TEST_F(Zkmorva10EditorTest, TypedTextGoesThroughTheTagsParseFunction) {
         noErr);
     EXPECT_EQ(flag, 1);
     // The knob moved with it, without being touched.
-    EXPECT_FLOAT_EQ(rig->editor->getControls().first(18, zkeditor::Role::kKnob)->getValue(),
+    EXPECT_FLOAT_EQ(rig->editor->getControls().first(18, zkeditor::Role::Knob)->getValue(),
                     zk10::ConvertToVSTValue(rig->Param(18), 18));
 
     // Beyond the range: clamped to the ends. Letters only read as 0 Hz: the bottom.
@@ -160,7 +160,7 @@ TEST_F(Zkmorva10EditorTest, BadTextNeverCrashesAndNoNumberChangesNothing) {
 
 TEST_F(Zkmorva10EditorTest, SlopeKnobReleasedBetweenDetentsSnaps) {
     auto* knob =
-        dynamic_cast<CAnimKnobEX*>(rig->editor->getControls().first(6, zkeditor::Role::kKnob));
+        dynamic_cast<CAnimKnobEX*>(rig->editor->getControls().first(6, zkeditor::Role::Knob));
     ASSERT_NE(knob, nullptr);
     const float start = knob->getValue();
     const auto pixels = static_cast<CCoord>((0.62f - start) * 200.f);

@@ -86,7 +86,7 @@ struct UiRig {
     // One idle call on which the view's timer is due.
     void Tick() { editor.Idle(now += 1.0); }
 
-    CControl* Control(long tag, zkeditor::Role role = zkeditor::Role::kKnob) {
+    CControl* Control(long tag, zkeditor::Role role = zkeditor::Role::Knob) {
         CZkmorvaEditor* e = editor.View().GetEditor();
         const zkeditor::ControlRegistry& controls =
             dynamic_cast<CZkmorva10Editor*>(e) != nullptr
@@ -97,7 +97,7 @@ struct UiRig {
         return c;
     }
     // A control's centre in device pixels.
-    std::pair<double, double> DeviceCentre(long tag, zkeditor::Role role = zkeditor::Role::kKnob) {
+    std::pair<double, double> DeviceCentre(long tag, zkeditor::Role role = zkeditor::Role::Knob) {
         const CRect r = Control(tag, role)->getViewSize();
         const double s = editor.Scale();
         return {(r.left + r.right) / 2.0 * s + 0.5, (r.top + r.bottom) / 2.0 * s + 0.5};
@@ -196,7 +196,7 @@ TEST(RemoteUnit, DragSendsBeginValuesEndToTheHostAndGesturesToTheDsp) {
 // begins, so the DSP does not start auto-listen for typing.
 TEST(RemoteUnit, TypedValueGoesOutAfterTheTextBoxFlag) {
     UiRig rig = Rig10();
-    rig.Click(kLfGain, zkeditor::Role::kTextBox);
+    rig.Click(kLfGain, zkeditor::Role::TextBox);
     UInt8 flag = 0;
     UInt32 size = 1;
     EXPECT_EQ(AudioUnitGetProperty(&rig.editor.Unit(), CZkmorvaAU::kTextBoxCurrentControlProperty,
@@ -266,7 +266,7 @@ TEST(RemoteUnit, WindowFollowsThePanelInBothEditors) {
         EXPECT_EQ(rig.window.sizes.back(), c.shown);
         // The editor's own toggle: the host learns the panel state, the window
         // follows on the next tick.
-        rig.Click(c.panel, zkeditor::Role::kValue);
+        rig.Click(c.panel, zkeditor::Role::Value);
         std::vector<HostCall> values;
         for (const HostCall& call : rig.host.Take()) {
             if (call.kind == HostCall::Kind::Value) {
