@@ -60,7 +60,8 @@ public:
     // Control factories: each control gets this editor as listener, its default
     // and then its value from the unit, and is added to (owned by) `frame`. The
     // float arguments are accepted and ignored; NewCZkTextEdit always uses the
-    // smallest font, whatever `font` says. Both are kept on purpose.
+    // smallest font, whatever `font` says, so every text box of both editors
+    // looks the same.
     virtual CAnimJoystick* NewCAnimJoystick(const CRect& size, long tagX, long tagY,
                                             CBitmap* bitmap, bool transparent,
                                             CViewContainer* frame);

@@ -147,7 +147,9 @@ void CZkmorvaEqCurve::decode(long index, float value) {
         presenceShifter.frequency = zkeditor::LogValue(MappingKind::PresenceShift, x);
         break;
     case 30:
-        // The presence control's sign is reversed on purpose.
+        // Drawn the other way round from the processor's presence shifter (a
+        // positive gain draws a dip at f and a rise at the counter-bell), as the
+        // curve has always drawn it.
         presenceShifter.gain = std::pow(10.0, (3.0 - 6.0 * x) / 5.0);
         break;
     case 2:
@@ -173,7 +175,8 @@ double CZkmorvaEqCurve::sectionAt(Section section, double f) const {
     case Section::Lp: {
         const Cut& c = section == Section::Hp ? highPass : lowPass;
         const double r = ratio(c.frequency);
-        // The resonant range is drawn with the notch formula; kept as it is.
+        // The resonant range is drawn with the notch formula: the cascade runs a
+        // notch of that Q there.
         if (c.qOrSlope <= 15.0) {
             return curve::calcNotch(c.qOrSlope, r, s);
         }

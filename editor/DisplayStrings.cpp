@@ -99,7 +99,8 @@ void quality2stringHiLoPass(float x, char* text) {
         PutFixed(zkeditor::LogValue(MappingKind::Q0_3_15, 2.0 * x), 1, "", text);
         return;
     }
-    // The blank before "dB" differs from the unit's host strings ("6dB/oct."); intended.
+    // "6 dB/oct." with a blank, as the editor's other dB texts; the unit's host
+    // strings stay "6dB/oct.".
     for (const zkeditor::SlopeDetent& d : zkeditor::kSlopeDetents) {
         if (x < d.below) {
             Put(d.text, text);

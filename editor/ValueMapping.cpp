@@ -96,7 +96,7 @@ float ToNormalised(MappingKind kind, float value) {
             return 0.f;
         }
         if (v >= 12.0) {
-            return 1.f; // the curve would give 0.9976 here; the end stop is intended
+            return 1.f; // the range's end at the knob's end stop (the curve gives 0.9976)
         }
         return static_cast<float>(std::sqrt(std::pow(10.0, v / 20.0) * 0.25));
     case K::SlopeQ:
@@ -105,12 +105,12 @@ float ToNormalised(MappingKind kind, float value) {
         return static_cast<float>((v + 12.0) / 24.0);
     case K::BassShift:
         if (value == 89.f) {
-            return 0.5f; // the default sits at the centre; the way back does not (intended)
+            return 0.5f; // the default shows at the centre; the centre reads by the law
         }
         break;
     case K::PresenceShift:
         if (value == 12600.f) {
-            return 0.5f; // as the bass shift: one-way on purpose
+            return 0.5f; // as the bass shift
         }
         break;
     case K::StereoWidth:

@@ -44,8 +44,8 @@ inline constexpr float kModeSteps = static_cast<float>(zk::kLastAutoListenMode);
 
 // Upper half of a slope control: a position below `below` (and above the previous
 // detent) is Q `q`, shown as `text`. 0.55 and 0.75 are single-precision limits,
-// 0.65, 0.85 and 0.95 double: the mixture is intended (a knob at 0.65f still reads
-// 6 dB/oct.). At 0.95 and above: Q 24, "30 dB/oct.".
+// 0.65, 0.85 and 0.95 double, so that a knob at 0.65f (just under 0.65) still
+// reads 6 dB/oct. At 0.95 and above: Q 24, "30 dB/oct.".
 struct SlopeDetent {
     double below;
     double q;

@@ -81,8 +81,8 @@ OSStatus CZkmorva10AU::GetParameter(AudioUnitParameterID id, AudioUnitScope scop
     return AUEffectBase::GetParameter(id, scope, element, outValue);
 }
 
-// Without a value the current value of parameter 33 is used, whatever was asked
-// for; kept as it is.
+// Without a value the text is that of the bass shift gain's current value
+// (parameter 33), whatever was asked for, as it always has been.
 OSStatus CZkmorva10AU::GetValueForText(AudioUnitParameterID /*id*/, AudioUnitParameterValue& out) {
     PeekParameter(kAudioUnitScope_Global, 0, kZ10BassShiftGain, out);
     return noErr;

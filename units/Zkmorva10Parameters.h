@@ -70,8 +70,10 @@ inline constexpr AudioUnitParameterOptions kPanel = kAudioUnitParameterFlag_IsRe
                                                     kAudioUnitParameterFlag_ExpertMode;
 } // namespace z10flags
 
-// The shifter gains are of unit Generic while the band gains are Decibels, and the
-// LF/HF Q ranges start at 0.28 (below 0.3 selects a shelf): both intended.
+// The shifter gains are of unit Generic though they are decibels like the band
+// gains, so hosts show and save them as plain numbers, as they always have. The
+// LF/HF Q ranges start at 0.28 so that a Q below 0.3, which selects the shelf, can
+// be set.
 inline constexpr std::array<ParameterDef, kZ10ParameterCount> kZkmorva10Parameters{{
     {0, "Auto listen on/off", "AutoListenOn", kUnitBool, 0, 1, 1, z10flags::kBase},
     {1, "Auto listen mode", "AutoListenMode", kUnitIndexed, 0, 6, 6, z10flags::kBase},

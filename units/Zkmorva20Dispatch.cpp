@@ -100,8 +100,9 @@ constexpr std::array<GlobalGain, 4> kGlobalGains{{
 
 } // namespace
 
-// Only channel 1's switch is consulted, also for channel 2's controls (intended);
-// a NaN switch counts as on.
+// One switch per section decides for both channels: channel 1's, also for
+// channel 2's controls, so that a section's controls on either channel listen
+// alike; a NaN switch counts as on.
 long CZkmorva20AU::GetLinkStatus(long id) {
     const AudioUnitParameterID link = z20links::Entry(id).channel1Link;
     return link != z20links::kNone && StoredParameter(link) != 0.0f ? 1 : 0;

@@ -157,7 +157,8 @@ struct ChannelRow {
 };
 
 // By offset. The shifter gains are Generic although they are decibels like the
-// band gains, and the LF/HF Q ranges reach down to 0.28 (shelf texts): intended.
+// band gains, and the LF/HF Q ranges reach down to 0.28 for the shelves, as on
+// the channel EQ.
 inline constexpr std::array<ChannelRow, kZ20ChannelSpan> kChannelRows{{
     {{"HP L Q", "HP R Q"},
      {"Eq1HpQuality", "Eq2HpQuality"},

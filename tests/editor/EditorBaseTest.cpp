@@ -22,7 +22,7 @@ namespace {
 
 using ::testing::ElementsAre;
 
-// The base with the channel EQ's conversions and a bare frame, as a variant
+// The base with the channel EQ's conversions and a bare frame, as a unit's
 // editor will have them.
 class TestEditor : public CZkmorvaEditor {
 public:

@@ -32,8 +32,9 @@ TEST(ValueMapping, Zkmorva20ChannelTwoRepeatsChannelOneAndGlobalsAreListed) {
     for (long id = 18; id <= 58; ++id) {
         EXPECT_EQ(zk20::KindOf(id), zk20::KindOf(id + 41)) << id;
     }
-    // Channel 1 of variant 2 against the channel EQ, band by band (HP Q .. PS gain):
-    // variant 2 has a link id after each band's f/gain, so the offsets differ.
+    // Channel 1 of the two-channel EQ against the channel EQ, band by band (HP Q ..
+    // PS gain): the two-channel EQ has a link id after each band's f/gain, so the
+    // offsets differ.
     const std::vector<std::pair<long, long>> same{
         {18, 6},  {19, 7},  {22, 9},  {23, 10}, {24, 11}, {27, 13}, {28, 14}, {29, 15},
         {32, 17}, {33, 18}, {34, 19}, {37, 21}, {38, 22}, {39, 23}, {42, 25}, {43, 26},

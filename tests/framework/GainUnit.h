@@ -118,7 +118,7 @@ public:
     std::vector<void*> lastIn, lastOut;
 };
 
-// A variant restricted to 2 in / 2 out.
+// The gain unit restricted to 2 in / 2 out.
 class StereoGainUnit : public GainUnit {
 public:
     using GainUnit::GainUnit;
