@@ -10,7 +10,6 @@
 #include "editor/Zkmorva10Layout.h"
 #include "framework/AUBase.h"
 #include "resources/SkinIds.h"
-#include "units/ZkmorvaAU.h"
 #include "widgets/CMovieBitmap.h"
 #include "widgets/COnOffButton.h"
 #include "widgets/COptionMenu.h"
@@ -59,14 +58,6 @@ float CZkmorva10Editor::ConvertToVSTValue(float value, long id) {
 
 float CZkmorva10Editor::ConvertToAUValue(float value, long id) {
     return zk10::ConvertToAUValue(value, id);
-}
-
-void CZkmorva10Editor::SetTextBoxAsCurrentControl() {
-    const UInt8 on = 1;
-    if (unit != nullptr) {
-        AudioUnitSetProperty(unit, CZkmorvaAU::kTextBoxCurrentControlProperty,
-                             kAudioUnitScope_Global, 0, &on, sizeof on);
-    }
 }
 
 bool CZkmorva10Editor::open(void* parent) {

@@ -26,9 +26,6 @@ public:
 
     float ConvertToVSTValue(float value, long id) override;
     float ConvertToAUValue(float value, long id) override;
-    using CZkmorvaEditor::SetTextBoxAsCurrentControl;
-    void SetTextBoxAsCurrentControl() override;
-
     void Initialize() override;
     void valueChanged(CControl* control) override;
     // A parameter's control value from the host (already converted).

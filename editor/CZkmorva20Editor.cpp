@@ -12,7 +12,6 @@
 #include "resources/SkinIds.h"
 #include "units/Decibels.h"
 #include "units/Zkmorva20Links.h"
-#include "units/ZkmorvaAU.h"
 #include "widgets/CMovieBitmap.h"
 #include "widgets/COnOffButton.h"
 #include "widgets/COptionMenu.h"
@@ -68,14 +67,6 @@ float CZkmorva20Editor::ConvertToVSTValue(float value, long id) {
 
 float CZkmorva20Editor::ConvertToAUValue(float value, long id) {
     return zk20::ConvertToAUValue(value, id);
-}
-
-void CZkmorva20Editor::SetTextBoxAsCurrentControl() {
-    const UInt8 on = 1;
-    if (unit != nullptr) {
-        AudioUnitSetProperty(unit, CZkmorvaAU::kTextBoxCurrentControlProperty,
-                             kAudioUnitScope_Global, 0, &on, sizeof on);
-    }
 }
 
 int CZkmorva20Editor::ChannelOf(long id) {

@@ -41,9 +41,6 @@ public:
 
     float ConvertToVSTValue(float value, long id) override;
     float ConvertToAUValue(float value, long id) override;
-    using CZkmorvaEditor::SetTextBoxAsCurrentControl;
-    void SetTextBoxAsCurrentControl() override;
-
     void Initialize() override;
     void beginEdit(long tag) override;
     void endEdit(long tag) override;

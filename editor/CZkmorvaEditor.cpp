@@ -9,6 +9,7 @@
 #include "editor/SpectrumPanel.h"
 #include "framework/AUEvents.h"
 #include "framework/CAAUParameter.h"
+#include "units/ZkmorvaAU.h"
 #include "widgets/CMovieBitmap.h"
 #include "widgets/COnOffButton.h"
 #include "widgets/CTextLabel.h"
@@ -71,7 +72,13 @@ float CZkmorvaEditor::ConvertToAUValue(float value, long) {
     return value;
 }
 
-void CZkmorvaEditor::SetTextBoxAsCurrentControl() {}
+void CZkmorvaEditor::SetTextBoxAsCurrentControl() {
+    const UInt8 on = 1;
+    if (unit != nullptr) {
+        AudioUnitSetProperty(unit, CZkmorvaAU::kTextBoxCurrentControlProperty,
+                             kAudioUnitScope_Global, 0, &on, sizeof on);
+    }
+}
 
 float CZkmorvaEditor::CalcMeters(float x, bool isDecibel) {
     double level = x;

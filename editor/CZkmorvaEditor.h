@@ -50,7 +50,8 @@ public:
     virtual float ConvertToAUValue(float value, long id);
 
     using CZkmorvaControlListener::SetTextBoxAsCurrentControl;
-    // A text box is being edited; the base does nothing.
+    // A text box is being edited: raises the unit's text-box flag, so that the
+    // gesture the box's entry brings starts no auto-listen.
     virtual void SetTextBoxAsCurrentControl();
 
     // Meter position in [0, 1] for a level (in dB when isDecibel): 0 below -60 dB,
