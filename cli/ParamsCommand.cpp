@@ -9,23 +9,6 @@ namespace zkcli {
 
 namespace {
 
-const char* UnitName(AudioUnitParameterUnit unit) {
-    switch (unit) {
-    case kAudioUnitParameterUnit_Boolean:
-        return "on/off";
-    case kAudioUnitParameterUnit_Indexed:
-        return "mode";
-    case kAudioUnitParameterUnit_Decibels:
-        return "dB";
-    case kAudioUnitParameterUnit_Hertz:
-        return "Hz";
-    case kAudioUnitParameterUnit_Percent:
-        return "%";
-    default:
-        return "number";
-    }
-}
-
 const char* Role(const UnitKind& kind, const zk::ParameterDef& p) {
     if (IsMeter(kind, p)) {
         return "meter";
@@ -51,8 +34,8 @@ void PrintText(const ParameterCatalog& catalog, std::ostream& out) {
                                       : "0 .. " + std::to_string(context.valueStrings.size() - 1);
         out << std::left << std::setw(5) << p.id << std::setw(static_cast<int>(nameWidth) + 2)
             << p.name << std::setw(static_cast<int>(symbolWidth) + 2) << p.symbol << std::setw(8)
-            << UnitName(p.unit) << std::setw(8) << Role(catalog.Kind(), p) << std::setw(24) << range
-            << FormatValue(context, p.defaultValue) << "\n";
+            << zk::LabelOf(p.unit).name << std::setw(8) << Role(catalog.Kind(), p) << std::setw(24)
+            << range << FormatValue(context, p.defaultValue) << "\n";
     }
     bool header = false;
     for (const zk::ParameterDef& p : catalog.Parameters()) {
@@ -78,7 +61,7 @@ void PrintJson(const ParameterCatalog& catalog, std::ostream& out) {
     for (const zk::ParameterDef& p : catalog.Parameters()) {
         out << (first ? "" : ",\n") << "    {\"id\": " << p.id
             << ", \"name\": " << JsonString(p.name) << ", \"symbol\": " << JsonString(p.symbol)
-            << ", \"unit\": " << JsonString(UnitName(p.unit))
+            << ", \"unit\": " << JsonString(zk::LabelOf(p.unit).name)
             << ", \"role\": " << JsonString(Role(catalog.Kind(), p))
             << ", \"min\": " << JsonNumber(p.minValue) << ", \"max\": " << JsonNumber(p.maxValue)
             << ", \"default\": " << JsonNumber(p.defaultValue);

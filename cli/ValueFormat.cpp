@@ -57,20 +57,6 @@ std::string Quote(std::string_view s) {
     throw CliError("parameter \"" + std::string(def.name) + "\": " + Quote(text) + " " + why);
 }
 
-// A value inside the range of `rule` that is also inside the parameter's range, so
-// that its text reads back as a value the unit shows with the same text.
-std::optional<float> RepresentativeValue(const zk::ParameterDef& def,
-                                         const zk::ValueTextRule& rule) {
-    const float candidates[] = {rule.range.hi, rule.range.lo, def.maxValue, def.minValue,
-                                def.defaultValue};
-    for (float v : candidates) {
-        if (std::isfinite(v) && rule.range.Contains(v) && v >= def.minValue && v <= def.maxValue) {
-            return v;
-        }
-    }
-    return std::nullopt;
-}
-
 } // namespace
 
 std::optional<double> ParseNumber(std::string_view text) {
@@ -102,19 +88,6 @@ std::string FormatNumber(float value) {
     return out == "-0" ? "0" : out;
 }
 
-std::string_view UnitSuffix(const zk::ParameterDef& def) {
-    switch (def.unit) {
-    case kAudioUnitParameterUnit_Decibels:
-        return "dB";
-    case kAudioUnitParameterUnit_Hertz:
-        return "Hz";
-    case kAudioUnitParameterUnit_Percent:
-        return "%";
-    default:
-        return "";
-    }
-}
-
 std::string FormatValue(const ValueContext& context, float value) {
     const zk::ParameterDef& def = context.def;
     if (IsBoolean(def) && (value == 0.0f || value == 1.0f)) {
@@ -124,7 +97,7 @@ std::string FormatValue(const ValueContext& context, float value) {
         value < static_cast<float>(context.valueStrings.size()) && value == std::floor(value)) {
         return context.valueStrings[static_cast<std::size_t>(value)];
     }
-    const std::string_view suffix = UnitSuffix(def);
+    const std::string_view suffix = zk::LabelOf(def.unit).suffix;
     return FormatNumber(value) + (suffix.empty() ? "" : " " + std::string(suffix));
 }
 
@@ -149,18 +122,15 @@ float ParseValue(const ValueContext& context, std::string_view text) {
         }
     }
     for (const zk::ValueTextRule& rule : context.valueTexts) {
-        if (std::find(rule.ids.begin(), rule.ids.end(), def.id) != rule.ids.end() &&
-            key == Normalise(rule.text)) {
-            if (const auto v = RepresentativeValue(def, rule)) {
-                return *v;
-            }
+        if (zk::NamesParameter(rule, def.id) && key == Normalise(rule.text)) {
+            return rule.value;
         }
     }
 
     // A number, then the unit's suffix if any ("kHz" scales).
     std::string_view body = Trim(text);
     double scale = 1.0;
-    const std::string_view suffix = UnitSuffix(def);
+    const std::string_view suffix = zk::LabelOf(def.unit).suffix;
     auto endsWith = [&](std::string_view tail) {
         return body.size() >= tail.size() &&
                Normalise(body.substr(body.size() - tail.size())) == Normalise(tail);

@@ -26,9 +26,6 @@ std::optional<double> ParseNumber(std::string_view text);
 // The shortest text that reads back as the same float ("0.29", "3150", "-100").
 std::string FormatNumber(float value);
 
-// "dB", "Hz", "%" or "" (Q, shifter gains and other plain numbers).
-std::string_view UnitSuffix(const zk::ParameterDef& def);
-
 // "3150 Hz", "-2.5 dB", "0.7", "on", "Q f G".
 std::string FormatValue(const ValueContext& context, float value);
 // Reads what FormatValue writes, plus: "3.15 kHz", "6dB", "1,5", "true"/"1", a

@@ -88,7 +88,8 @@ void CBiquad::ComputeCoeffs() {
 
     switch (params.type) {
     case Peak: {
-        // Dividing by q*cos(w) narrows the bell towards half the rate; intended.
+        // Dividing by q*cos(w) narrows the bell towards half the rate; every band's
+        // sound depends on it bit for bit.
         const double D = K / (q * c);
         if (g > 1.0) {
             const double n = 1.0 + D + K2;
@@ -191,7 +192,7 @@ void CBiquad::ComputeCoeffs() {
         break;
     }
     case BandPass: {
-        // Peak gain of q*cos(w) rather than unity; intended.
+        // The bell's D term: a peak gain of q*cos(w) rather than unity.
         const double D = K / (q * c);
         const double n = 1.0 + D + K2;
         b0 = K / n;

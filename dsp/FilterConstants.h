@@ -1,7 +1,7 @@
 #pragma once
 
-// Rounded constants that are part of the required responses. They are intended
-// as they stand: changing one to its "exact" value changes every output bit.
+// Rounded constants the filters are built on. Each stays as it stands: changing
+// one to its "exact" value changes every output bit of the units.
 namespace zk {
 
 // The square root of two rounded to single precision, used as Butterworth

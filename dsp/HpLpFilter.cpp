@@ -17,7 +17,8 @@ struct SlopeRow {
 };
 
 // Butterworth damping values rounded to four decimals and the single-precision
-// root of two: these rounded values are the required responses.
+// root of two: the cascades' responses are those of these rounded values, bit
+// for bit.
 constexpr SlopeRow kSlopeTable[] = {
     {106.0, {{Role::FirstOrder, 1.0}, {Role::Off, 0.0}, {Role::Off, 0.0}}},
     {112.0, {{Role::SecondOrder, zk::kSqrt2Single}, {Role::Off, 0.0}, {Role::Off, 0.0}}},

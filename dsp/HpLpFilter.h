@@ -15,7 +15,7 @@ public:
 
     CZkmorvaHpLpFilter(double sampleRate, int mode);
 
-    // Only the first section runs on single samples; intended.
+    // The first section only; the chains run the whole cascade in blocks.
     double FilterSample(double x);
     void Update(double value, int index);
     // type = mode, gain = the sections' on-gain (0.0), q = slope code.

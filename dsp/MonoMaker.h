@@ -12,7 +12,8 @@ public:
     void SetSampleRate(double sr);
     // Left/right in place: converts to mid/side, advances both sections with the
     // converted samples and writes back the unfiltered conversion. The result is
-    // the input times 2/c^2 (c the single-precision root of two); kept as it is.
+    // the input times 2/c^2 (c the single-precision root of two), 1.0000000342
+    // rather than 1, which every output bit of the mid/side stage carries.
     void FilterLRBuffers(double* left, double* right, long count);
     void FilterMSBuffers(double* mid, double* side, long count);
     double FilterMSample(double x) { return midSection.FilterSample(x); }

@@ -7,8 +7,8 @@
 CZkmorvaShifter::CZkmorvaShifter(double sampleRate, int mode)
     : CSectionCascade(sampleRate), mode(mode) {}
 
-// The bell shapes below (the q laws and the counter-bell frequencies) are the
-// required response; their constants are kept exactly as they are.
+// The bell shapes below (the q laws and the counter-bell frequencies) make the
+// shifters' sound; every output bit depends on their constants as they stand.
 void CZkmorvaShifter::Update(double value, int index) {
     switch (index) {
     case kMode:

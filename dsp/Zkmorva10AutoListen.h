@@ -3,7 +3,7 @@
 #include <array>
 #include <cstdint>
 
-// Which controls of the variant 1 equaliser can be auto-listened, and what is
+// Which controls of the channel EQ can be auto-listened, and what is
 // heard while they are: data only, indexed by parameter id.
 namespace zk10 {
 

@@ -163,7 +163,8 @@ void CZkmorva10SignalProcessing::ProcessBlock(const Sample* in, Sample* out, lon
         const Sample* src = in + done;
         Sample* dst = out + done;
         // Zero-stuffed while oversampling (the chain doubles the samples to make
-        // up for it); back by plain decimation with no filter before it, intended.
+        // up for it); back by plain decimation: the band limit runs first in the
+        // chain, so no filter is needed before it.
         zk20::FillWorkBlock(src, x, n, oversampling);
         ProcessSampleBuffer(oversampling ? 2 * n : n);
         zk20::TakeWorkBlock(x, dst, n, oversampling);
@@ -525,8 +526,8 @@ void CZkmorva10SignalProcessing::BeginAutoListen(long paramId) {
         if (control.kind == zk10::kGainControl) {
             autoListenActive = true;
         }
-        // Only modes covering gains tell the editor; the others stay silent about
-        // a started listen. Intended.
+        // Only modes covering gains tell the editor, so its curve lights only
+        // then; in the others a listen sounds without it.
         if (autoListenActive) {
             DrawAutoListen(true, paramId);
         }

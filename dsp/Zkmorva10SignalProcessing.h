@@ -11,7 +11,7 @@
 #include <cstdint>
 #include <vector>
 
-// The whole audio path of the variant 1 equaliser, one channel per call: input
+// The whole audio path of the channel EQ, one channel per call: input
 // gain and polarity, input meter, 2x oversampling below 64 kHz, a fixed chain of
 // high-pass, five bands, two shifters and low-pass (or the auto-listen of one
 // control), output gain and output meter, all in double precision.

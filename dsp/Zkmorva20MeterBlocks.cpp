@@ -73,7 +73,7 @@ struct Four {
 inline __m128 Balance4(__m128 x, __m128 y) {
     const __m128 one = _mm_set1_ps(1.0f);
     // 1 - x/y where y > x, else y/x - 1: one division with the operands chosen
-    // per lane gives each lane the quotient the rule forms.
+    // per lane gives each lane the quotient Balance() forms.
     const __m128 rising = _mm_cmpgt_ps(y, x);
     const __m128 q = _mm_div_ps(Select(rising, x, y), Select(rising, y, x));
     const __m128 t = Select(rising, _mm_sub_ps(one, q), _mm_sub_ps(q, one));
@@ -82,7 +82,7 @@ inline __m128 Balance4(__m128 x, __m128 y) {
         _mm_and_ps(_mm_or_ps(_mm_cmpgt_ps(x, floor), _mm_cmpgt_ps(y, floor)), _mm_cmpneq_ps(x, y));
     // A lane that does not move gets t = 0, whose raw value is exactly 1. The
     // clamp as min and max with t second lets a NaN through as the comparisons
-    // of the rule do: 2 above 1, 0 below -1, else t + 1.
+    // of Balance() do: 2 above 1, 0 below -1, else t + 1.
     const __m128 tMoving = _mm_and_ps(moving, t);
     auto half = [](__m128 tf) {
         const __m128d t =
@@ -166,7 +166,7 @@ inline void PrepareOne(Four& r, int k, double* b1, double* b2, long i, double ga
                               static_cast<float>(std::abs(r1)), static_cast<float>(std::abs(r2)));
 }
 
-// FollowLevel on four meters at once: both candidates, then the rule's choice
+// FollowLevel on four meters at once: both candidates, then FollowLevel's choice
 // (an over, else a rise, else a fall), arranged so that the level waits on one
 // selection only.
 inline __m128 Follow(__m128 level, __m128 v, __m128 attack, __m128 keepOnRise, __m128 keepOnFall) {

@@ -264,7 +264,7 @@ ZK_AVX2 inline __m256 Narrow(__m256d lo, __m256d hi) {
 }
 
 // The double part of Balance() on four values: scaling, clamp (min and max with t
-// second let a NaN through as the rule's comparisons do), centre.
+// second let a NaN through as Balance()'s comparisons do), centre.
 ZK_AVX2 inline __m128 BalanceHalf(__m128 tf) {
     const __m256d t = _mm256_mul_pd(_mm256_mul_pd(_mm256_cvtps_pd(tf), _mm256_set1_pd(4.0)),
                                     _mm256_set1_pd(kOneThird));
@@ -296,8 +296,8 @@ template <Route R, bool Inputs> struct Avx2Kernel {
         const __m256 x = Abs(f1), y = Abs(f2);
 
         // Balance(): 1 - x/y where y > x, else y/x - 1 (min and max choose the
-        // operands per lane as the rule does, NaN included); t = 0 where the
-        // rule keeps raw = 1.
+        // operands per lane as Balance() does, NaN included); t = 0 where
+        // Balance() keeps raw = 1.
         const __m256 one = _mm256_set1_ps(1.0f);
         const __m256 q = _mm256_div_ps(_mm256_min_ps(x, y), _mm256_max_ps(y, x));
         const __m256 floor = _mm256_set1_ps(kBalanceFloor);

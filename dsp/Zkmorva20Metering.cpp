@@ -33,7 +33,8 @@ void AccumulateBalanceAndCorrelation(CZkmorva20MeterState& s, double c1, double 
     s.sum2 += s2;
     s.sumSquares2 += s2 * s2;
     s.sumProduct += s1 * s2;
-    // Stops counting at 2^24 without reads; intended, the terms are float anyway.
+    // Stops counting at 2^24 without reads; the float sums stopped taking in new
+    // terms long before, and a read after half a second of audio starts it again.
     s.sampleCount += 1.0f;
     s.correlationSmoothed = s.correlationSmoothed * (1.0f - release) + release * s.correlationValue;
 }

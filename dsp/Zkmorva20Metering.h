@@ -25,8 +25,9 @@ struct CZkmorva20MeterState {
     float sampleCount = 0.0f;
 };
 
-// Level follower. Above full scale the level jumps (overs show at once); an
-// equal value still decays. Both asymmetries are intended.
+// Level follower. Above full scale the level jumps to the sample, so overs show
+// at once; below, it rises towards a louder sample and otherwise decays, an
+// equal one included.
 inline float FollowLevel(float level, float v, float attack, float release) {
     if (v > 1.0f) {
         return v;

@@ -25,7 +25,8 @@ struct StageList {
     }
 };
 
-// A band at exactly unity gain is skipped and its history freezes; intended.
+// A band at exactly unity gain would pass the signal unchanged, so it is skipped;
+// its history freezes until the gain moves.
 bool BandRuns(const BandSettings& b) {
     return b.on && b.gain != 1.0;
 }
@@ -210,7 +211,7 @@ void CZkmorva20SignalProcessing::ProcessBlock(Sample** in, Sample** out, long fr
     }
     CDenormalGuard guard;
     ProcessSampleBuffer(count);
-    // Plain decimation: the band limit ran before the equaliser; intended.
+    // Plain decimation: the band limit ran before the equaliser.
     if (plainFilterLoops) {
         const long step = oversampling ? 2 : 1;
         for (long i = 0; i < frames; ++i) {
@@ -383,7 +384,7 @@ void CZkmorva20SignalProcessing::ProcessSampleBuffer(long count) {
 void CZkmorva20SignalProcessing::RunPlainChain(const ChannelSettings& s,
                                                CZkmorva20ChannelFilters& f, double* buffer,
                                                long count) {
-    // A band at exactly unity gain is skipped and its history freezes; intended.
+    // A band at exactly unity gain is skipped, its history frozen (see BandRuns).
     auto band = [buffer, count](const BandSettings& b, CBiquad& filter) {
         if (b.on && b.gain != 1.0) {
             filter.FilterBuffer(buffer, count);

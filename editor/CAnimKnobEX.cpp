@@ -130,7 +130,8 @@ CCoord CAnimKnobEX::stripOffset() const {
         return 0;
     }
     const CCoord span = (subPixmaps - 1) * heightOfOneImage;
-    // The +1 puts a value exactly on a boundary into the upper frame; kept.
+    // The +1 puts a value exactly on a boundary into the upper frame, and 1.0 into
+    // the last one.
     const CCoord y =
         std::min(zkeditor::StripPosition(bInverseBitmap ? 1.f - value : value, span) + 1, span);
     return zkeditor::SnapToFrame(y, heightOfOneImage, span);

@@ -4,8 +4,8 @@
 
 // The editors' film-strip knob. Linear drags go up/right over 200 px for the
 // whole range; Control makes the drag three times finer, and the finer range is
-// kept for later drags until the modifiers change during a drag (intended: a fine
-// adjustment can be continued with a plain drag). Shift on the press switches
+// kept for later drags until the modifiers change during a drag, so that a fine
+// adjustment can be continued with a plain drag. Shift on the press switches
 // every knob of the editor between linear and circular dragging. A double click
 // or Alt-click resets to the default (Control-click does not). A modifier press is
 // first offered to the listener.

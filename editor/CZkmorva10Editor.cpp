@@ -9,7 +9,7 @@
 #include "editor/ValueMapping.h"
 #include "editor/Zkmorva10Layout.h"
 #include "framework/AUBase.h"
-#include "units/ZkmorvaAU.h"
+#include "resources/SkinIds.h"
 #include "widgets/CMovieBitmap.h"
 #include "widgets/COnOffButton.h"
 #include "widgets/COptionMenu.h"
@@ -24,11 +24,14 @@ namespace {
 
 constexpr CColor kCurveFill{255, 191, 0, 255};
 
+// A meter's level when the unit gives no reading: far under the floor, so it stays dark.
+constexpr float kNoReadingDb = -200.f;
+
 } // namespace
 
 CZkmorva10Editor::CZkmorva10Editor(AudioUnit unit_) : CZkmorvaEditor(unit_) {
     Initialize();
-    const CBitmap background(10);
+    const CBitmap background(skin::kBackground10);
     const bool loaded = background.isLoaded();
     frameRect = CRect(0, 0, loaded ? background.getWidth() : kFullWidth,
                       loaded ? background.getHeight() : kHeight);
@@ -43,19 +46,10 @@ CZkmorva10Editor::~CZkmorva10Editor() {
 }
 
 void CZkmorva10Editor::Initialize() {
-    controls.clear();
-    helpPages.reset();
+    CZkmorvaEditor::Initialize();
     curve = nullptr;
-    rateIndicator = nullptr;
-    panelHandle = nullptr;
-    panelToggle = nullptr;
-    helpOpen = nullptr;
-    autoListenMenu = nullptr;
     meters.fill(nullptr);
-    rateScale.fill(nullptr);
     levelScale.fill(nullptr);
-    lastSampleRate = 0;
-    sampleRate = 0.0;
 }
 
 float CZkmorva10Editor::ConvertToVSTValue(float value, long id) {
@@ -66,31 +60,26 @@ float CZkmorva10Editor::ConvertToAUValue(float value, long id) {
     return zk10::ConvertToAUValue(value, id);
 }
 
-void CZkmorva10Editor::SetTextBoxAsCurrentControl() {
-    const UInt8 on = 1;
-    if (unit != nullptr) {
-        AudioUnitSetProperty(unit, CZkmorvaAU::kTextBoxCurrentControlProperty,
-                             kAudioUnitScope_Global, 0, &on, sizeof on);
-    }
-}
-
 bool CZkmorva10Editor::open(void* parent) {
     CZkmorvaEditor::open(parent);
-    bitmaps.load({10, 12, 14, 20, 21, 22, 23, 25, 31, 40, 46, 47});
+    bitmaps.load({skin::kBackground10, skin::kRateIndicator10, skin::kPanelHandle10,
+                  skin::kSmallKnob, skin::kGainKnob, skin::kJoystick, skin::kSwitchSheet,
+                  skin::kLedButton, skin::kMeter76, skin::kHelpPage10, skin::kHelpPageMouse,
+                  skin::kHelpPageTextEntry});
     const bool hidden = GetValue(kHidePanelTag) == 1.0f;
 
     frame = std::make_unique<CFrame>(frameRect, parent, this);
-    frame->setBackground(bitmaps.get(10));
+    frame->setBackground(bitmaps.get(skin::kBackground10));
     CFrame* f = frame.get();
 
     spectrum = std::make_unique<zkeditor::SpectrumPanel>(unit, f, zkeditor::kZkmorva10Spectrum,
                                                          false); // under the curve
-    auto curveView =
-        std::make_unique<CZkmorvaEqCurve>(kCurveRect, 20.f, 40000.f, kRedCColor, kCurveFill);
+    auto curveView = std::make_unique<CZkmorvaEqCurve>(
+        kCurveRect, zkeditor::kCurveLowHz, zkeditor::kCurveHighHz, kRedCColor, kCurveFill);
     curve = curveView.get();
     f->addView(curveView.release());
-    auto indicator =
-        std::make_unique<CMovieBitmap>(kRateIndicatorRect, this, kInternalTag, bitmaps.get(12));
+    auto indicator = std::make_unique<CMovieBitmap>(kRateIndicatorRect, this, kInternalTag,
+                                                    bitmaps.get(skin::kRateIndicator10));
     indicator->setTransparency(true); // only the shading over the curve is drawn
     rateIndicator = indicator.get();
     f->addView(indicator.release());
@@ -98,8 +87,8 @@ bool CZkmorva10Editor::open(void* parent) {
     buildLabels(f);
     buildControls(f);
 
-    auto handle =
-        std::make_unique<CMovieBitmap>(kPanelHandleRect, this, kHidePanelTag, bitmaps.get(14));
+    auto handle = std::make_unique<CMovieBitmap>(kPanelHandleRect, this, kHidePanelTag,
+                                                 bitmaps.get(skin::kPanelHandle10));
     handle->setValue(hidden ? 0.f : 1.f);
     panelHandle = handle.get();
     f->addView(handle.release());
@@ -107,21 +96,23 @@ bool CZkmorva10Editor::open(void* parent) {
     zkeditor::BuildContext context{*this, controls, f, bitmaps, labelColour};
     CRect levelRect = kLevelScaleLeft;
     for (std::size_t i = 0; i < levelScale.size(); ++i) {
-        levelScale[i] = zkeditor::BuildLabel(context, levelRect, kLevelScale[i], kNormalFont);
+        levelScale[i] =
+            zkeditor::BuildLabel(context, levelRect, zkeditor::kLevelScale[i], kNormalFont);
         levelRect.offset(kLevelScaleStepX, kLevelScaleStepY);
     }
-    panelToggle =
-        NewCOnOffButton(PanelToggleRect(kFullWidth), kHidePanelTag, bitmaps.get(23), true, 0.f, f);
-    controls.add(panelToggle, kHidePanelTag, Role::kValue);
+    panelToggle = NewCOnOffButton(PanelToggleRect(kFullWidth), kHidePanelTag,
+                                  bitmaps.get(skin::kSwitchSheet), true, 0.f, f);
+    controls.add(panelToggle, kHidePanelTag, Role::Value);
     auto help = std::make_unique<COnOffButton>(HelpOpenRect(kFullWidth), this, kInternalTag,
-                                               bitmaps.get(23), 0);
+                                               bitmaps.get(skin::kSwitchSheet), 0);
     help->setTransparency(true);
     helpOpen = help.get();
     f->addView(help.release());
 
     helpPages = std::make_unique<CZkmorvaHelpPages>(
-        this, kInternalTag, bitmaps.get(23),
-        std::array<CBitmap*, 3>{bitmaps.get(40), bitmaps.get(46), bitmaps.get(47)},
+        this, kInternalTag, bitmaps.get(skin::kSwitchSheet),
+        std::array<CBitmap*, 3>{bitmaps.get(skin::kHelpPage10), bitmaps.get(skin::kHelpPageMouse),
+                                bitmaps.get(skin::kHelpPageTextEntry)},
         CZkmorvaHelpPages::CentredLeft(kFullWidth));
     helpPages->setOpenButton(helpOpen);
 
@@ -136,10 +127,7 @@ bool CZkmorva10Editor::open(void* parent) {
 void CZkmorva10Editor::buildLabels(CFrame* f) {
     zkeditor::BuildContext context{*this, controls, f, bitmaps, labelColour};
     zkeditor::BuildLabels(context, kLabels);
-    for (std::size_t i = 0; i < rateScale.size(); ++i) {
-        rateScale[i] = zkeditor::BuildLabel(context, CRect(), kLevelScale[i], kNormalFont);
-    }
-    placeRateScale(0);
+    buildRateScale(f, kRateScale);
 }
 
 void CZkmorva10Editor::buildControls(CFrame* f) {
@@ -152,34 +140,9 @@ void CZkmorva10Editor::buildControls(CFrame* f) {
     autoListenMenu = zkeditor::BuildAutoListenMenu(context, kAutoListenMenuRect, kAutoListenModeTag,
                                                    kAutoListenModes);
     for (std::size_t i = 0; i < meters.size(); ++i) {
-        meters[i] = NewCVuMeterEX(kMeterRects[i], bitmaps.get(31), kMeterLeds, true, false, f);
+        meters[i] =
+            NewCVuMeterEX(kMeterRects[i], bitmaps.get(skin::kMeter76), kMeterLeds, true, false, f);
     }
-}
-
-void CZkmorva10Editor::placeRateScale(int rateClass) {
-    const CCoord left = kRateScaleLeft[static_cast<std::size_t>(std::clamp(rateClass, 0, 2))];
-    for (std::size_t i = 0; i < rateScale.size(); ++i) {
-        if (rateScale[i] == nullptr) {
-            continue;
-        }
-        const auto step = static_cast<CCoord>(i);
-        const CCoord x = left + step * kLevelScaleStepX;
-        const CCoord y = kRateScaleTop + step * kLevelScaleStepY;
-        rateScale[i]->setViewSize(CRect(x, y, x + kRateScaleWidth, y + kRateScaleHeight));
-    }
-    if (frame) {
-        frame->setDirty();
-    }
-}
-
-void CZkmorva10Editor::close() {
-    spectrum.reset();
-    controls.clear();
-    helpPages.reset();
-    frame.reset();
-    bitmaps.clear();
-    Initialize();
-    CZkmorvaEditor::close();
 }
 
 void CZkmorva10Editor::feedCurve(long tag, float value) {
@@ -234,19 +197,13 @@ void CZkmorva10Editor::idle() {
         return;
     }
     zkeditor::ReapUrlOpeners();
-    const double rate = zkeditor::ReadSampleRate(unit);
-    if (static_cast<int>(rate) != lastSampleRate) {
-        lastSampleRate = static_cast<int>(rate);
-        sampleRate = rate;
-        rateIndicator->setValue(zkeditor::RateIndicatorValue(rate));
-        placeRateScale(zkeditor::RateClass(rate));
-    }
+    followSampleRate(kRateScale);
     float levels[2] = {0.f, 0.f};
     for (long id : {kInputMeterTag, kOutputMeterTag}) {
         float& level = levels[id - kInputMeterTag];
         if (unit == nullptr || AudioUnitGetParameter(unit, static_cast<AudioUnitParameterID>(id),
                                                      kAudioUnitScope_Global, 0, &level) != noErr) {
-            level = -200.f; // no reading: the meter stays dark
+            level = kNoReadingDb;
         }
     }
     SetMeters(levels, true);

@@ -22,15 +22,11 @@ public:
     ~CZkmorva10Editor() override;
 
     bool open(void* parent) override;
-    void close() override;
     void idle() override;
 
     float ConvertToVSTValue(float value, long id) override;
     float ConvertToAUValue(float value, long id) override;
-    using CZkmorvaEditor::SetTextBoxAsCurrentControl;
-    void SetTextBoxAsCurrentControl() override;
-
-    virtual void Initialize();
+    void Initialize() override;
     void valueChanged(CControl* control) override;
     // A parameter's control value from the host (already converted).
     void setParameter(long index, float value) override;
@@ -41,38 +37,14 @@ public:
 
     // For the view component and tests.
     CZkmorvaEqCurve* getCurve() const { return curve; }
-    CMovieBitmap* getRateIndicator() const { return rateIndicator; }
-    CMovieBitmap* getPanelHandle() const { return panelHandle; }
-    COnOffButton* getPanelToggle() const { return panelToggle; }
-    COnOffButton* getHelpOpenButton() const { return helpOpen; }
-    COptionMenu* getAutoListenMenu() const { return autoListenMenu; }
     CVuMeterEX* getMeter(int index) const { return meters[static_cast<std::size_t>(index)]; }
-    CTextLabel* getRateScaleLabel(int index) const {
-        return rateScale[static_cast<std::size_t>(index)];
-    }
-    CZkmorvaHelpPages* getHelpPages() const { return helpPages.get(); }
-    const zkeditor::ControlRegistry& getControls() const { return controls; }
-    int getSampleRate() const { return lastSampleRate; }
 
 private:
     void buildControls(CFrame* frame);
     void buildLabels(CFrame* frame);
     void feedCurve(long tag, float value);
-    void placeRateScale(int rateClass);
 
-    zkeditor::BitmapSet bitmaps;
-    zkeditor::ControlRegistry controls;
-    std::unique_ptr<CZkmorvaHelpPages> helpPages;
     CZkmorvaEqCurve* curve = nullptr;
-    CMovieBitmap* rateIndicator = nullptr;
-    CMovieBitmap* panelHandle = nullptr;
-    COnOffButton* panelToggle = nullptr;
-    COnOffButton* helpOpen = nullptr;
-    COptionMenu* autoListenMenu = nullptr;
     std::array<CVuMeterEX*, 2> meters{};
-    std::array<CTextLabel*, 3> rateScale{};
     std::array<CTextLabel*, 3> levelScale{};
-    int lastSampleRate = 0;
-    CRect frameRect;
-    CColor labelColour = kWhiteCColor;
 };

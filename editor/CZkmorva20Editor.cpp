@@ -9,8 +9,9 @@
 #include "editor/ValueMapping.h"
 #include "editor/Zkmorva20Layout.h"
 #include "framework/AUBase.h"
+#include "resources/SkinIds.h"
+#include "units/Decibels.h"
 #include "units/Zkmorva20Links.h"
-#include "units/ZkmorvaAU.h"
 #include "widgets/CMovieBitmap.h"
 #include "widgets/COnOffButton.h"
 #include "widgets/COptionMenu.h"
@@ -27,7 +28,7 @@ constexpr std::array<CColor, 2> kCurveLine{kRedCColor, CColor{64, 170, 255, 255}
 constexpr std::array<CColor, 2> kCurveFill{CColor{255, 191, 0, 255}, CColor{120, 200, 255, 255}};
 
 // The unit's level reading for no level at all (its meters' floor).
-constexpr float kSilenceDb = -61.f;
+constexpr float kSilenceDb = zk::kMeterFloorDb;
 
 // Curve inputs of a channel's 41 controls, by offset; -1 for the links.
 constexpr std::array<long, kChannelSpan> kCurveInputOfOffset{
@@ -38,7 +39,7 @@ constexpr std::array<long, kChannelSpan> kCurveInputOfOffset{
 
 CZkmorva20Editor::CZkmorva20Editor(AudioUnit unit_) : CZkmorvaEditor(unit_) {
     Initialize();
-    const CBitmap background(13);
+    const CBitmap background(skin::kBackground20);
     const bool loaded = background.isLoaded();
     frameRect = CRect(0, 0, loaded ? background.getWidth() : kWidth,
                       loaded ? background.getHeight() : kFullHeight);
@@ -53,20 +54,11 @@ CZkmorva20Editor::~CZkmorva20Editor() {
 }
 
 void CZkmorva20Editor::Initialize() {
-    controls.clear();
-    helpPages.reset();
+    CZkmorvaEditor::Initialize();
     curves.fill(nullptr);
-    rateIndicator = nullptr;
-    panelHandle = nullptr;
-    panelToggle = nullptr;
-    helpOpen = nullptr;
-    autoListenMenu = nullptr;
     meters.fill(nullptr);
     balance = nullptr;
     correlation = nullptr;
-    rateScale.fill(nullptr);
-    lastSampleRate = 0;
-    sampleRate = 0.0;
 }
 
 float CZkmorva20Editor::ConvertToVSTValue(float value, long id) {
@@ -75,14 +67,6 @@ float CZkmorva20Editor::ConvertToVSTValue(float value, long id) {
 
 float CZkmorva20Editor::ConvertToAUValue(float value, long id) {
     return zk20::ConvertToAUValue(value, id);
-}
-
-void CZkmorva20Editor::SetTextBoxAsCurrentControl() {
-    const UInt8 on = 1;
-    if (unit != nullptr) {
-        AudioUnitSetProperty(unit, CZkmorvaAU::kTextBoxCurrentControlProperty,
-                             kAudioUnitScope_Global, 0, &on, sizeof on);
-    }
 }
 
 int CZkmorva20Editor::ChannelOf(long id) {
@@ -106,11 +90,15 @@ long CZkmorva20Editor::CurveInput(long id) {
 
 bool CZkmorva20Editor::open(void* parent) {
     CZkmorvaEditor::open(parent);
-    bitmaps.load({13, 20, 21, 22, 23, 24, 25, 30, 31, 32, 33, 41, 46, 47, 48});
+    bitmaps.load({skin::kBackground20, skin::kSmallKnob, skin::kGainKnob, skin::kJoystick,
+                  skin::kSwitchSheet, skin::kPanelHandle20, skin::kLedButton, skin::kMeter52,
+                  skin::kMeter76, skin::kBalanceDisplay, skin::kCorrelationDisplay,
+                  skin::kRateIndicator20, skin::kHelpPageMouse, skin::kHelpPageTextEntry,
+                  skin::kHelpPage20});
     const bool hidden = GetValue(kHidePanelTag) == 1.0f;
 
     frame = std::make_unique<CFrame>(frameRect, parent, this);
-    frame->setBackground(bitmaps.get(13));
+    frame->setBackground(bitmaps.get(skin::kBackground20));
     CFrame* f = frame.get();
     spectrum = std::make_unique<zkeditor::SpectrumPanel>(unit, f, zkeditor::kZkmorva20Spectrum,
                                                          true); // under the curves
@@ -118,8 +106,9 @@ bool CZkmorva20Editor::open(void* parent) {
     buildControls(f);
 
     helpPages = std::make_unique<CZkmorvaHelpPages>(
-        this, kInternalTag, bitmaps.get(23),
-        std::array<CBitmap*, 3>{bitmaps.get(48), bitmaps.get(46), bitmaps.get(47)},
+        this, kInternalTag, bitmaps.get(skin::kSwitchSheet),
+        std::array<CBitmap*, 3>{bitmaps.get(skin::kHelpPage20), bitmaps.get(skin::kHelpPageMouse),
+                                bitmaps.get(skin::kHelpPageTextEntry)},
         CZkmorvaHelpPages::CentredLeft(kWidth));
     helpPages->setOpenButton(helpOpen);
 
@@ -134,13 +123,14 @@ bool CZkmorva20Editor::open(void* parent) {
 // The lower panel: curves, sample-rate indicator, meters, balance, correlation.
 void CZkmorva20Editor::buildPanel(CFrame* f) {
     for (std::size_t c = 0; c < curves.size(); ++c) {
-        auto curve = std::make_unique<CZkmorvaEqCurve>(kCurveRect, 20.f, 40000.f, kCurveLine[c],
-                                                       kCurveFill[c]);
+        auto curve =
+            std::make_unique<CZkmorvaEqCurve>(kCurveRect, zkeditor::kCurveLowHz,
+                                              zkeditor::kCurveHighHz, kCurveLine[c], kCurveFill[c]);
         curves[c] = curve.get();
         f->addView(curve.release());
     }
-    auto indicator =
-        std::make_unique<CMovieBitmap>(kRateIndicatorRect, this, kInternalTag, bitmaps.get(41));
+    auto indicator = std::make_unique<CMovieBitmap>(kRateIndicatorRect, this, kInternalTag,
+                                                    bitmaps.get(skin::kRateIndicator20));
     indicator->setTransparency(true); // only the shading over the curves is drawn
     rateIndicator = indicator.get();
     f->addView(indicator.release());
@@ -149,23 +139,22 @@ void CZkmorva20Editor::buildPanel(CFrame* f) {
     zkeditor::BuildLabels(context, kLabels);
     zkeditor::BuildLabels(context, kChannelNames, zkeditor::kNameColour);
     CRect levelRect = kLevelScaleLeft;
-    for (const char* text : kLevelScale) {
+    for (const char* text : zkeditor::kLevelScale) {
         zkeditor::BuildLabel(context, levelRect, text, kNormalFont);
         levelRect.offset(kLevelScaleStepX, kLevelScaleStepY);
     }
-    for (std::size_t i = 0; i < rateScale.size(); ++i) {
-        rateScale[i] = zkeditor::BuildLabel(context, CRect(), kLevelScale[i], kNormalFont);
-    }
-    placeRateScale(0);
+    buildRateScale(f, kRateScale);
 
     std::size_t m = 0;
     for (const MeterDef& def : kUpperMeters) {
         meterValue[m] = def.value;
-        meters[m++] = NewCVuMeterEX(def.rect, bitmaps.get(30), 52, true, false, f);
+        meters[m++] =
+            NewCVuMeterEX(def.rect, bitmaps.get(skin::kMeter52), kUpperMeterLeds, true, false, f);
     }
     for (const MeterDef& def : kLowerMeters) {
         meterValue[m] = def.value;
-        meters[m++] = NewCVuMeterEX(def.rect, bitmaps.get(31), 76, true, false, f);
+        meters[m++] =
+            NewCVuMeterEX(def.rect, bitmaps.get(skin::kMeter76), kLowerMeterLeds, true, false, f);
     }
     auto makeDisplay = [&](const CRect& rect, int bitmap) {
         auto display = std::make_unique<CMovieBitmap>(rect, this, kDisplayTag, bitmaps.get(bitmap));
@@ -174,11 +163,11 @@ void CZkmorva20Editor::buildPanel(CFrame* f) {
         f->addView(display.release());
         return raw;
     };
-    balance = makeDisplay(kBalanceRect, 32);
-    correlation = makeDisplay(kCorrelationRect, 33);
+    balance = makeDisplay(kBalanceRect, skin::kBalanceDisplay);
+    correlation = makeDisplay(kCorrelationRect, skin::kCorrelationDisplay);
 
-    auto handle =
-        std::make_unique<CMovieBitmap>(kPanelHandleRect, this, kInternalTag, bitmaps.get(24));
+    auto handle = std::make_unique<CMovieBitmap>(kPanelHandleRect, this, kInternalTag,
+                                                 bitmaps.get(skin::kPanelHandle20));
     handle->setTransparency(true);
     panelHandle = handle.get();
     f->addView(handle.release());
@@ -196,39 +185,14 @@ void CZkmorva20Editor::buildControls(CFrame* f) {
     autoListenMenu = zkeditor::BuildAutoListenMenu(context, kAutoListenMenuRect, kAutoListenModeTag,
                                                    kAutoListenModes);
 
-    panelToggle = NewCOnOffButton(kPanelToggleRect, kHidePanelTag, bitmaps.get(23), true, 0.f, f);
-    controls.add(panelToggle, kHidePanelTag, zkeditor::Role::kValue);
-    auto help =
-        std::make_unique<COnOffButton>(kHelpOpenRect, this, kInternalTag, bitmaps.get(23), 0);
+    panelToggle = NewCOnOffButton(kPanelToggleRect, kHidePanelTag, bitmaps.get(skin::kSwitchSheet),
+                                  true, 0.f, f);
+    controls.add(panelToggle, kHidePanelTag, zkeditor::Role::Value);
+    auto help = std::make_unique<COnOffButton>(kHelpOpenRect, this, kInternalTag,
+                                               bitmaps.get(skin::kSwitchSheet), 0);
     help->setTransparency(true);
     helpOpen = help.get();
     f->addView(help.release());
-}
-
-void CZkmorva20Editor::placeRateScale(int rateClass) {
-    const CCoord left = kRateScaleLeft[static_cast<std::size_t>(std::clamp(rateClass, 0, 2))];
-    for (std::size_t i = 0; i < rateScale.size(); ++i) {
-        if (rateScale[i] == nullptr) {
-            continue;
-        }
-        const auto step = static_cast<CCoord>(i);
-        const CCoord x = left + step * kLevelScaleStepX;
-        const CCoord y = kRateScaleTop + step * kLevelScaleStepY;
-        rateScale[i]->setViewSize(CRect(x, y, x + kRateScaleWidth, y + kRateScaleHeight));
-    }
-    if (frame) {
-        frame->setDirty();
-    }
-}
-
-void CZkmorva20Editor::close() {
-    spectrum.reset();
-    controls.clear();
-    helpPages.reset();
-    frame.reset();
-    bitmaps.clear();
-    Initialize();
-    CZkmorvaEditor::close();
 }
 
 void CZkmorva20Editor::feedCurve(long tag, float value) {
@@ -346,13 +310,7 @@ void CZkmorva20Editor::idle() {
         return;
     }
     zkeditor::ReapUrlOpeners();
-    const double rate = zkeditor::ReadSampleRate(unit);
-    if (static_cast<int>(rate) != lastSampleRate) {
-        lastSampleRate = static_cast<int>(rate);
-        sampleRate = rate;
-        rateIndicator->setValue(zkeditor::RateIndicatorValue(rate));
-        placeRateScale(zkeditor::RateClass(rate));
-    }
+    followSampleRate(kRateScale);
     auto read = [this](long id, float fallback) {
         AudioUnitParameterValue value = fallback;
         if (unit == nullptr || AudioUnitGetParameter(unit, static_cast<AudioUnitParameterID>(id),
@@ -362,22 +320,22 @@ void CZkmorva20Editor::idle() {
         return value;
     };
     std::array<float, kMeterValues> values{};
-    for (long i = 0; i < 6; ++i) {
-        values[static_cast<std::size_t>(i)] = read(kFirstLevelMeterTag + i, kSilenceDb);
+    for (std::size_t i = 0; i < kLevelValues; ++i) {
+        values[i] = read(kFirstLevelMeterTag + static_cast<long>(i), kSilenceDb);
     }
     // Where the balance and correlation parameters start (their defaults).
     const float restBalance = GetDefaultValue(kBalanceTag);
     const float restCorrelation = GetDefaultValue(kCorrelationTag);
-    values[6] = read(kBalanceTag, restBalance);
-    values[7] = read(kCorrelationTag, restCorrelation);
+    values[kBalanceValue] = read(kBalanceTag, restBalance);
+    values[kCorrelationValue] = read(kCorrelationTag, restCorrelation);
     // With neither output above the silence floor (before any audio the unit's
     // smoothed readings still stand at the hard left and -1) there is nothing to
     // balance or correlate: both displays rest where their parameters start.
-    if (values[4] <= kSilenceDb && values[5] <= kSilenceDb) {
-        values[6] = restBalance;
-        values[7] = restCorrelation;
+    if (values[kOutput1Value] <= kSilenceDb && values[kOutput2Value] <= kSilenceDb) {
+        values[kBalanceValue] = restBalance;
+        values[kCorrelationValue] = restCorrelation;
     }
-    values[7] = values[7] * 0.5f + 0.5f; // -1..+1 onto 0..1
+    values[kCorrelationValue] = values[kCorrelationValue] * 0.5f + 0.5f; // -1..+1 onto 0..1
     SetMeters(values.data(), true);
     CZkmorvaEditor::idle();
 }
@@ -393,10 +351,10 @@ void CZkmorva20Editor::SetMeters(float* values, bool isDecibel) {
         }
     }
     if (balance != nullptr) {
-        balance->setValue(values[6]);
+        balance->setValue(values[kBalanceValue]);
     }
     if (correlation != nullptr) {
-        correlation->setValue(values[7]);
+        correlation->setValue(values[kCorrelationValue]);
     }
 }
 

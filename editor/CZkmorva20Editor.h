@@ -24,21 +24,24 @@ class CZkmorvaHelpPages;
 // also where the host never hears the unit's own changes.
 class CZkmorva20Editor : public CZkmorvaEditor {
 public:
-    static constexpr int kMeterValues = 8;
+    // The meter values: six levels (input 1, 2, centre, side, output 1, 2), then
+    // balance and correlation.
+    static constexpr std::size_t kLevelValues = 6;
+    static constexpr std::size_t kOutput1Value = 4;
+    static constexpr std::size_t kOutput2Value = 5;
+    static constexpr std::size_t kBalanceValue = 6;
+    static constexpr std::size_t kCorrelationValue = 7;
+    static constexpr std::size_t kMeterValues = 8;
 
     explicit CZkmorva20Editor(AudioUnit unit);
     ~CZkmorva20Editor() override;
 
     bool open(void* parent) override;
-    void close() override;
     void idle() override;
 
     float ConvertToVSTValue(float value, long id) override;
     float ConvertToAUValue(float value, long id) override;
-    using CZkmorvaEditor::SetTextBoxAsCurrentControl;
-    void SetTextBoxAsCurrentControl() override;
-
-    virtual void Initialize();
+    void Initialize() override;
     void beginEdit(long tag) override;
     void endEdit(long tag) override;
     void valueChanged(CControl* control) override;
@@ -52,21 +55,10 @@ public:
     CZkmorvaEqCurve* getCurve(int channel) const {
         return curves[static_cast<std::size_t>(channel)];
     }
-    CMovieBitmap* getRateIndicator() const { return rateIndicator; }
-    CMovieBitmap* getPanelHandle() const { return panelHandle; }
-    COnOffButton* getPanelToggle() const { return panelToggle; }
-    COnOffButton* getHelpOpenButton() const { return helpOpen; }
-    COptionMenu* getAutoListenMenu() const { return autoListenMenu; }
     // 0, 1: the upper pair; 2..7: the lower bank.
     CVuMeterEX* getMeter(int index) const { return meters[static_cast<std::size_t>(index)]; }
     CMovieBitmap* getBalanceDisplay() const { return balance; }
     CMovieBitmap* getCorrelationDisplay() const { return correlation; }
-    CTextLabel* getRateScaleLabel(int index) const {
-        return rateScale[static_cast<std::size_t>(index)];
-    }
-    CZkmorvaHelpPages* getHelpPages() const { return helpPages.get(); }
-    const zkeditor::ControlRegistry& getControls() const { return controls; }
-    int getSampleRate() const { return lastSampleRate; }
 
     // Curve input of a channel parameter (-1 for the links and non-channel ids),
     // and the channel of an id (-1 for none).
@@ -78,27 +70,14 @@ private:
     void buildPanel(CFrame* frame);
     void feedCurve(long tag, float value);
     void sendAnswers(long tag, float unitValue);
-    void placeRateScale(int rateClass);
 
-    zkeditor::BitmapSet bitmaps;
-    zkeditor::ControlRegistry controls;
     // By parameter id: gestures open, and the partner a control's gesture opened.
     static constexpr std::size_t kParameterSpan = 109;
     std::array<int, kParameterSpan> openGestures{};
     std::array<long, kParameterSpan> partnerGesture{};
-    std::unique_ptr<CZkmorvaHelpPages> helpPages;
     std::array<CZkmorvaEqCurve*, 2> curves{};
-    CMovieBitmap* rateIndicator = nullptr;
-    CMovieBitmap* panelHandle = nullptr;
-    COnOffButton* panelToggle = nullptr;
-    COnOffButton* helpOpen = nullptr;
-    COptionMenu* autoListenMenu = nullptr;
     std::array<CVuMeterEX*, 8> meters{};
     std::array<int, 8> meterValue{};
     CMovieBitmap* balance = nullptr;
     CMovieBitmap* correlation = nullptr;
-    std::array<CTextLabel*, 3> rateScale{};
-    int lastSampleRate = 0;
-    CRect frameRect;
-    CColor labelColour = kWhiteCColor;
 };

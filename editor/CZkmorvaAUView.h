@@ -85,13 +85,13 @@ public:
     bool Wheel(CPoint where, float distance, long buttons);
     bool KeyDown(VstKeyCode key);
 
-    // The dispatcher both variants' listener callbacks forward to.
+    // The dispatcher both view components' listener callbacks forward to.
     static void Dispatch(void* refCon, void* object, const AudioUnitEvent* event, UInt64 hostTime,
                          AudioUnitParameterValue value);
 
 protected:
     virtual std::unique_ptr<CZkmorvaEditor> CreateEditor(AudioUnit unit) = 0;
-    // The variant editor's DrawAutoListen.
+    // The editor's DrawAutoListen.
     virtual void ShowAutoListen(bool on, int band) = 0;
     // Parameters 0..LastListenedParameter() are listened to; the ones above
     // (meters, panel state) are not: the editor polls the meters itself.

@@ -5,11 +5,16 @@
 #include "editor/CTextButton.h"
 #include "editor/CVuMeterEX.h"
 #include "editor/CZkTextEdit.h"
+#include "editor/CZkmorvaHelpPages.h"
 #include "editor/SpectrumPanel.h"
 #include "framework/AUEvents.h"
 #include "framework/CAAUParameter.h"
+#include "units/ZkmorvaAU.h"
+#include "widgets/CMovieBitmap.h"
 #include "widgets/COnOffButton.h"
+#include "widgets/CTextLabel.h"
 
+#include <algorithm>
 #include <cmath>
 #include <memory>
 
@@ -36,6 +41,13 @@ void NotifyGesture(AudioUnit unit, long tag, AudioUnitEventType type) {
     AUEventListenerNotify(nullptr, nullptr, &event);
 }
 
+// The meter law: (log10(level) + kLawOffset) / kLawDecades runs from 0 at -62 dB
+// to 0.9936 at 0 dB; under kLowestLevel (-60 dB, the scale's end) the meter is
+// dark, above 0 dB full.
+constexpr double kLowestLevel = 0.001;
+constexpr double kLawOffset = 3.1;
+constexpr double kLawDecades = 3.12;
+
 } // namespace
 
 CZkmorvaEditor::CZkmorvaEditor(AudioUnit unit_) : AEffGUIEditor(unit_), unit(unit_) {
@@ -60,7 +72,13 @@ float CZkmorvaEditor::ConvertToAUValue(float value, long) {
     return value;
 }
 
-void CZkmorvaEditor::SetTextBoxAsCurrentControl() {}
+void CZkmorvaEditor::SetTextBoxAsCurrentControl() {
+    const UInt8 on = 1;
+    if (unit != nullptr) {
+        AudioUnitSetProperty(unit, CZkmorvaAU::kTextBoxCurrentControlProperty,
+                             kAudioUnitScope_Global, 0, &on, sizeof on);
+    }
+}
 
 float CZkmorvaEditor::CalcMeters(float x, bool isDecibel) {
     double level = x;
@@ -70,10 +88,10 @@ float CZkmorvaEditor::CalcMeters(float x, bool isDecibel) {
     if (level > 1.0) {
         return 1.f;
     }
-    if (!(level >= 0.001)) { // also NaN
+    if (!(level >= kLowestLevel)) { // also NaN
         return 0.f;
     }
-    return static_cast<float>((std::log10(level) + 3.1) / 3.12);
+    return static_cast<float>((std::log10(level) + kLawOffset) / kLawDecades);
 }
 
 AudioUnitParameterValue CZkmorvaEditor::GetUnitValue(long tag) {
@@ -177,5 +195,66 @@ CVuMeterEX* CZkmorvaEditor::NewCVuMeterEX(const CRect& size, CBitmap* bitmap, lo
 void CZkmorvaEditor::idle() {
     if (frame) {
         frame->idle();
+    }
+}
+
+void CZkmorvaEditor::close() {
+    spectrum.reset();
+    controls.clear();
+    helpPages.reset();
+    frame.reset();
+    bitmaps.clear();
+    Initialize();
+    AEffGUIEditor::close();
+}
+
+void CZkmorvaEditor::Initialize() {
+    controls.clear();
+    helpPages.reset();
+    rateIndicator = nullptr;
+    rateScale.fill(nullptr);
+    panelHandle = nullptr;
+    panelToggle = nullptr;
+    helpOpen = nullptr;
+    autoListenMenu = nullptr;
+    lastSampleRate = 0;
+    sampleRate = 0.0;
+}
+
+void CZkmorvaEditor::buildRateScale(CViewContainer* frame,
+                                    const zkeditor::RateScaleLayout& layout) {
+    for (std::size_t i = 0; i < rateScale.size(); ++i) {
+        rateScale[i] =
+            NewCTextLabel(CRect(), zkeditor::kLevelScale[i], frame, kNormalFont, labelColour);
+    }
+    placeRateScale(layout, 0);
+}
+
+void CZkmorvaEditor::followSampleRate(const zkeditor::RateScaleLayout& layout) {
+    const double rate = zkeditor::ReadSampleRate(unit);
+    if (static_cast<int>(rate) == lastSampleRate) {
+        return;
+    }
+    lastSampleRate = static_cast<int>(rate);
+    sampleRate = rate;
+    if (rateIndicator != nullptr) {
+        rateIndicator->setValue(zkeditor::RateIndicatorValue(rate));
+    }
+    placeRateScale(layout, zkeditor::RateClass(rate));
+}
+
+void CZkmorvaEditor::placeRateScale(const zkeditor::RateScaleLayout& layout, int rateClass) {
+    const CCoord left = layout.left[static_cast<std::size_t>(std::clamp(rateClass, 0, 2))];
+    for (std::size_t i = 0; i < rateScale.size(); ++i) {
+        if (rateScale[i] == nullptr) {
+            continue;
+        }
+        const auto step = static_cast<CCoord>(i);
+        const CCoord x = left + step * layout.stepX;
+        const CCoord y = layout.top + step * layout.stepY;
+        rateScale[i]->setViewSize(CRect(x, y, x + layout.width, y + layout.height));
+    }
+    if (frame) {
+        frame->setDirty();
     }
 }

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 
+using zk::Section;
 using zkeditor::MappingKind;
 namespace curve = zkeditor::curve;
 
@@ -25,7 +26,7 @@ double GainOf(double x) {
 // Q or slope code of a cut filter's slope control.
 double CutQOrSlope(double x) {
     if (x <= 0.5) {
-        return zkeditor::LogValue(MappingKind::kQ0_3_15, 2.0 * x);
+        return zkeditor::LogValue(MappingKind::Q0_3_15, 2.0 * x);
     }
     if (x < 0.55) {
         return 15.0;
@@ -71,47 +72,47 @@ double CZkmorvaEqCurve::centreLine() const {
     return size.top + size.height() / 2.0;
 }
 
-int CZkmorvaEqCurve::SectionOfInput(long index) {
+std::optional<zk::Section> CZkmorvaEqCurve::SectionOfInput(long index) {
     if (index < 0 || index >= kHighlightInput) {
-        return kSectionCount;
+        return std::nullopt;
     }
     if (index < 3) {
-        return kHighPass;
+        return Section::Hp;
     }
     if (index < 23) {
-        return kBand1 + static_cast<int>((index - 3) / 4);
+        return static_cast<Section>(zk::SectionIndex(Section::Lf) +
+                                    static_cast<std::size_t>((index - 3) / 4));
     }
     if (index < 26) {
-        return kLowPass;
+        return Section::Lp;
     }
-    return index < 29 ? kBassShifter : kPresenceShifter;
+    return index < 29 ? Section::Bs : Section::Ps;
 }
 
 void CZkmorvaEqCurve::decode(long index, float value) {
     const double x = value;
-    const int section = SectionOfInput(index);
-    if (section >= kBand1 && section <= kBand5) {
-        Band& b = bands[static_cast<std::size_t>(section - kBand1)];
+    const std::optional<Section> section = SectionOfInput(index);
+    if (section && zk::IsBand(*section)) {
+        Band& b = bands[zk::BandIndex(*section)];
         switch ((index - 3) % 4) {
         case 0: // Q: shelving law for the outer bands
-            b.q = zkeditor::LogValue((section == kBand1 || section == kBand5)
-                                         ? MappingKind::kShelvingQ
-                                         : MappingKind::kQ0_3_15,
+            b.q = zkeditor::LogValue((section == Section::Lf || section == Section::Hf)
+                                         ? MappingKind::ShelvingQ
+                                         : MappingKind::Q0_3_15,
                                      x);
             break;
         case 1: {
             static constexpr std::array<MappingKind, 5> kBandFrequency{
-                MappingKind::kFreq20_1000, MappingKind::kFreq20_1000, MappingKind::kFreq20_26000,
-                MappingKind::kFreq400_26000, MappingKind::kFreq400_26000};
-            b.frequency =
-                zkeditor::LogValue(kBandFrequency[static_cast<std::size_t>(section - kBand1)], x);
+                MappingKind::Freq20_1000, MappingKind::Freq20_1000, MappingKind::Freq20_26000,
+                MappingKind::Freq400_26000, MappingKind::Freq400_26000};
+            b.frequency = zkeditor::LogValue(kBandFrequency[zk::BandIndex(*section)], x);
             break;
         }
         case 2:
             b.gain = GainOf(x);
             break;
         default:
-            enabled[static_cast<std::size_t>(section)] = value != 0.f;
+            enabled[zk::SectionIndex(*section)] = value != 0.f;
             break;
         }
         return;
@@ -124,7 +125,7 @@ void CZkmorvaEqCurve::decode(long index, float value) {
         // Frequency 0 is "off": the high-pass leaves both curves.
         highPass.offMarker = !(value > 0.f);
         if (!highPass.offMarker) {
-            highPass.frequency = zkeditor::LogValue(MappingKind::kFreq20_26000, x);
+            highPass.frequency = zkeditor::LogValue(MappingKind::Freq20_26000, x);
         }
         break;
     case 23:
@@ -133,27 +134,29 @@ void CZkmorvaEqCurve::decode(long index, float value) {
     case 24:
         lowPass.offMarker = !(value < 1.f);
         if (!lowPass.offMarker) {
-            lowPass.frequency = zkeditor::LogValue(MappingKind::kFreq20_26000, x);
+            lowPass.frequency = zkeditor::LogValue(MappingKind::Freq20_26000, x);
         }
         break;
     case 26:
-        bassShifter.frequency = zkeditor::LogValue(MappingKind::kBassShift, x);
+        bassShifter.frequency = zkeditor::LogValue(MappingKind::BassShift, x);
         break;
     case 27:
         bassShifter.gain = GainOf(x);
         break;
     case 29:
-        presenceShifter.frequency = zkeditor::LogValue(MappingKind::kPresenceShift, x);
+        presenceShifter.frequency = zkeditor::LogValue(MappingKind::PresenceShift, x);
         break;
     case 30:
-        // The presence control's sign is reversed on purpose.
+        // Drawn the other way round from the processor's presence shifter (a
+        // positive gain draws a dip at f and a rise at the counter-bell), as the
+        // curve has always drawn it.
         presenceShifter.gain = std::pow(10.0, (3.0 - 6.0 * x) / 5.0);
         break;
     case 2:
     case 25:
     case 28:
     case 31:
-        enabled[static_cast<std::size_t>(SectionOfInput(index))] = value != 0.f;
+        enabled[zk::SectionIndex(*SectionOfInput(index))] = value != 0.f;
         break;
     case kHighlightInput:
         highlightEnabled = value != 0.f;
@@ -164,30 +167,31 @@ void CZkmorvaEqCurve::decode(long index, float value) {
     }
 }
 
-double CZkmorvaEqCurve::sectionAt(int section, double f) const {
+double CZkmorvaEqCurve::sectionAt(Section section, double f) const {
     const double s = pixelsPerDecade();
     auto ratio = [f](double f0) { return curve::SnapRatio(f / f0); };
     switch (section) {
-    case kHighPass:
-    case kLowPass: {
-        const Cut& c = section == kHighPass ? highPass : lowPass;
+    case Section::Hp:
+    case Section::Lp: {
+        const Cut& c = section == Section::Hp ? highPass : lowPass;
         const double r = ratio(c.frequency);
-        // The resonant range is drawn with the notch formula; kept as it is.
+        // The resonant range is drawn with the notch formula: the cascade runs a
+        // notch of that Q there.
         if (c.qOrSlope <= 15.0) {
             return curve::calcNotch(c.qOrSlope, r, s);
         }
         const int order = curve::SlopeOrder(c.qOrSlope);
-        return section == kHighPass ? curve::calcHiPass(r, order, s)
-                                    : curve::calcLoPass(r, order, s);
+        return section == Section::Hp ? curve::calcHiPass(r, order, s)
+                                      : curve::calcLoPass(r, order, s);
     }
-    case kBassShifter: {
+    case Section::Bs: {
         const double fb = bassShifter.frequency;
         const double g = bassShifter.gain;
         const double k = std::trunc(fb * std::sqrt(fb) / 2.8);
         return curve::calcPeak(g, 37.0 / std::sqrt(k), ratio(fb), s) +
                curve::calcPeak(1.0 / g, 0.37 * std::pow(k, 0.25), ratio(k), s);
     }
-    case kPresenceShifter: {
+    case Section::Ps: {
         const double fp = presenceShifter.frequency;
         const double g = presenceShifter.gain;
         const double k = std::trunc(fp / (std::sqrt(fp) / 70.0));
@@ -195,13 +199,13 @@ double CZkmorvaEqCurve::sectionAt(int section, double f) const {
                curve::calcPeak(1.0 / g, 7e7 / (k * k), ratio(k), s);
     }
     default: {
-        const Band& b = bands[static_cast<std::size_t>(section - kBand1)];
+        const Band& b = bands[zk::BandIndex(section)];
         const double r = ratio(b.frequency);
         // Below Q 0.3 the outer bands are shelves, as in the unit.
-        if (b.q < 0.3 && section == kBand1) {
+        if (b.q < 0.3 && section == Section::Lf) {
             return curve::calcLoShelv(b.gain, r, s);
         }
-        if (b.q < 0.3 && section == kBand5) {
+        if (b.q < 0.3 && section == Section::Hf) {
             return curve::calcHiShelv(b.gain, r, s);
         }
         return curve::calcPeak(b.gain, b.q, r, s);
@@ -209,8 +213,8 @@ double CZkmorvaEqCurve::sectionAt(int section, double f) const {
     }
 }
 
-void CZkmorvaEqCurve::computeSection(int section) {
-    std::vector<double>& c = contribution[static_cast<std::size_t>(section)];
+void CZkmorvaEqCurve::computeSection(Section section) {
+    std::vector<double>& c = contribution[zk::SectionIndex(section)];
     for (int i = 0; i < columns; ++i) {
         c[static_cast<std::size_t>(i)] = sectionAt(section, columnFrequency(i));
     }
@@ -218,41 +222,45 @@ void CZkmorvaEqCurve::computeSection(int section) {
 
 void CZkmorvaEqCurve::sumPoints() {
     const double y0 = centreLine();
-    const bool cutOff[kSectionCount] = {highPass.offMarker, false, false, false, false, false,
-                                        lowPass.offMarker};
-    const int lit = highlightEnabled ? SectionOfInput(highlightedInput) : kSectionCount;
+    std::array<bool, zk::kSectionCount> cutOff{};
+    cutOff[zk::SectionIndex(Section::Hp)] = highPass.offMarker;
+    cutOff[zk::SectionIndex(Section::Lp)] = lowPass.offMarker;
+    // The highlighted section's index; kSectionCount for none or one cut off.
+    std::size_t lit = zk::kSectionCount;
+    if (const std::optional<Section> s = SectionOfInput(highlightedInput);
+        highlightEnabled && s && !cutOff[zk::SectionIndex(*s)]) {
+        lit = zk::SectionIndex(*s);
+    }
     for (int i = 0; i < columns; ++i) {
         const auto column = static_cast<std::size_t>(i);
         double all = 0.0;
         double on = 0.0;
-        for (int section = 0; section < kSectionCount; ++section) {
+        for (std::size_t section = 0; section < zk::kSectionCount; ++section) {
             if (cutOff[section]) {
                 continue;
             }
-            const double v = contribution[static_cast<std::size_t>(section)][column];
+            const double v = contribution[section][column];
             all += v;
-            if (enabled[static_cast<std::size_t>(section)]) {
+            if (enabled[section]) {
                 on += v;
             }
         }
         const CCoord h = size.left + i;
         solid[column] = CPoint(h, ToPixel(y0 - on, y0));
         dashed[column] = CPoint(h, ToPixel(y0 - all, y0));
-        const double mine = (lit < kSectionCount && !cutOff[lit])
-                                ? contribution[static_cast<std::size_t>(lit)][column]
-                                : 0.0;
+        const double mine = lit < zk::kSectionCount ? contribution[lit][column] : 0.0;
         highlight[column] = CPoint(h, ToPixel(y0 - mine, y0));
     }
 }
 
 void CZkmorvaEqCurve::setCurve(long index, float value) {
     decode(index, value);
-    const int section = SectionOfInput(index);
-    if (highlightEnabled && highlightedInput == kNoHighlight && section < kSectionCount) {
+    const std::optional<Section> section = SectionOfInput(index);
+    if (highlightEnabled && highlightedInput == kNoHighlight && section) {
         highlightedInput = index;
     }
-    if (section < kSectionCount) {
-        computeSection(section);
+    if (section) {
+        computeSection(*section);
     }
     sumPoints();
     setDirty();

@@ -1,8 +1,10 @@
 #pragma once
 
+#include "units/SectionControls.h"
 #include "widgets/CView.h"
 
 #include <array>
+#include <optional>
 #include <vector>
 
 // The response curve of the equaliser, one point per pixel column: analogue
@@ -39,17 +41,9 @@ public:
     bool isHighlightEnabled() const { return highlightEnabled; }
     long getHighlightedInput() const { return highlightedInput; }
 
-    enum Section {
-        kHighPass,
-        kBand1,
-        kBand5 = kBand1 + 4,
-        kLowPass,
-        kBassShifter,
-        kPresenceShifter,
-        kSectionCount,
-    };
-    // Which section an input index belongs to (kSectionCount for none).
-    static int SectionOfInput(long index);
+    // The section of the chain an input index belongs to (none for the highlight
+    // input and indices out of range).
+    static std::optional<zk::Section> SectionOfInput(long index);
 
 private:
     struct Band {
@@ -68,8 +62,8 @@ private:
     };
 
     void decode(long index, float x);
-    void computeSection(int section);
-    double sectionAt(int section, double f) const;
+    void computeSection(zk::Section section);
+    double sectionAt(zk::Section section, double f) const;
     void sumPoints();
 
     double logLow;
@@ -81,12 +75,12 @@ private:
     Cut highPass, lowPass;
     std::array<Band, 5> bands;
     Shifter bassShifter, presenceShifter;
-    std::array<bool, kSectionCount> enabled;
+    std::array<bool, zk::kSectionCount> enabled;
     bool highlightEnabled = false;
     long highlightedInput = kNoHighlight;
 
     // Per section and column, so one input recomputes one section only; the sums
     // always run over all sections in the same order, as a full recompute would.
-    std::array<std::vector<double>, kSectionCount> contribution;
+    std::array<std::vector<double>, zk::kSectionCount> contribution;
     std::vector<CPoint> solid, dashed, highlight;
 };

@@ -26,13 +26,12 @@ CZkmorvaHelpPages::CZkmorvaHelpPages(CControlListener* listener, long tag, CBitm
         auto page = std::make_unique<CViewContainer>(CRect(left, kTop, left + kWidth, kBottom),
                                                      nullptr, backgrounds[i]);
         page->setTransparency(true); // rounded corners
-        for (int t = 0; t < kTabCount; ++t) {
-            if (t == kPage1 + p) {
+        for (std::size_t t = 0; t < kTabCount; ++t) {
+            if (t == static_cast<std::size_t>(Tab::Page1) + i) {
                 continue; // a page has no tab to itself
             }
-            auto button =
-                MakeSwitch(kTabRects[static_cast<std::size_t>(t)], listener, tag, switches);
-            tabs[i][static_cast<std::size_t>(t)] = button.get();
+            auto button = MakeSwitch(kTabRects[t], listener, tag, switches);
+            tabs[i][t] = button.get();
             page->addView(button.release());
         }
         if (p == 1) {
@@ -128,29 +127,29 @@ bool CZkmorvaHelpPages::handle(CFrame* frame, CControl* control) {
         return true;
     }
     for (const auto& pageTabs : tabs) {
-        for (int t = 0; t < kTabCount; ++t) {
-            if (pageTabs[static_cast<std::size_t>(t)] != control) {
+        for (std::size_t t = 0; t < kTabCount; ++t) {
+            if (pageTabs[t] != control) {
                 continue;
             }
             const bool pressed = control->getValue() == 1.0f;
             control->setValue(0.f);
-            switch (t) {
-            case kClose:
+            const Tab which = static_cast<Tab>(t);
+            switch (which) {
+            case Tab::Close:
                 closeAll(frame);
                 break;
-            case kPage1:
-            case kPage2:
-            case kPage3:
-                showPage(frame, t - kPage1);
+            case Tab::Page1:
+            case Tab::Page2:
+            case Tab::Page3:
+                showPage(frame, static_cast<int>(t - static_cast<std::size_t>(Tab::Page1)));
                 break;
-            case kManual:
-            case kWeb:
+            case Tab::Manual:
+            case Tab::Web:
                 if (pressed) {
-                    zkeditor::OpenUrl(t == kManual ? zkeditor::ManualUrl()
-                                                   : std::string(zkeditor::kProductPageUrl));
+                    zkeditor::OpenUrl(which == Tab::Manual
+                                          ? zkeditor::ManualUrl()
+                                          : std::string(zkeditor::kProductPageUrl));
                 }
-                break;
-            default:
                 break;
             }
             return true;

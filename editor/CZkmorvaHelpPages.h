@@ -24,7 +24,8 @@ public:
     static constexpr CCoord kBottom = 270;
     static constexpr int kPageCount = 3;
 
-    enum Tab { kClose, kPage1, kPage2, kPage3, kManual, kWeb, kTabCount };
+    enum class Tab : std::size_t { Close, Page1, Page2, Page3, Manual, Web };
+    static constexpr std::size_t kTabCount = 6;
     // Tab rectangles on a page, in the order of Tab.
     static constexpr std::array<CRect, kTabCount> kTabRects{{
         {348, 10, 364, 27},
@@ -34,11 +35,12 @@ public:
         {223, 10, 278, 27},
         {282, 10, 344, 27},
     }};
+    static constexpr const CRect& TabRect(Tab t) { return kTabRects[static_cast<std::size_t>(t)]; }
     static constexpr CRect kKnobModeRect{20, 126, 32, 171};
     static constexpr CRect kVersionRect{65, 75, 112, 87};
     static constexpr const char* kVersion = "1.0.9";
 
-    // tag: the editor-internal tag of the tabs and switches; switches: bitmap 23.
+    // tag: the editor-internal tag of the tabs and switches; switches: skin::kSwitchSheet.
     CZkmorvaHelpPages(CControlListener* listener, long tag, CBitmap* switches,
                       const std::array<CBitmap*, kPageCount>& backgrounds, CCoord left);
     ~CZkmorvaHelpPages();

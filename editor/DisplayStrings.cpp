@@ -63,7 +63,7 @@ void PutThreeWay(MappingKind kind, float x, char* text) {
 }
 
 void PutShelvingQuality(float x, std::string_view shelfText, char* text) {
-    const double q = zkeditor::LogValue(MappingKind::kShelvingQ, x);
+    const double q = zkeditor::LogValue(MappingKind::ShelvingQ, x);
     if (q < 0.3) {
         Put(shelfText, text);
     } else {
@@ -91,15 +91,16 @@ void dB2stringIs(float x, char* text) {
 }
 
 void quality2string(float x, char* text) {
-    PutFixed(zkeditor::LogValue(MappingKind::kQ0_3_15, x), 1, "", text);
+    PutFixed(zkeditor::LogValue(MappingKind::Q0_3_15, x), 1, "", text);
 }
 
 void quality2stringHiLoPass(float x, char* text) {
     if (x <= 0.5f) {
-        PutFixed(zkeditor::LogValue(MappingKind::kQ0_3_15, 2.0 * x), 1, "", text);
+        PutFixed(zkeditor::LogValue(MappingKind::Q0_3_15, 2.0 * x), 1, "", text);
         return;
     }
-    // The blank before "dB" differs from the unit's host strings ("6dB/oct."); intended.
+    // "6 dB/oct." with a blank, as the editor's other dB texts; the unit's host
+    // strings stay "6dB/oct.".
     for (const zkeditor::SlopeDetent& d : zkeditor::kSlopeDetents) {
         if (x < d.below) {
             Put(d.text, text);
@@ -119,25 +120,25 @@ void quality2stringHiShelv(float x, char* text) {
 
 void frequency2string20_1000(float x, char* text) {
     // Two-way: this range never reaches 10 kHz.
-    const auto f = static_cast<float>(zkeditor::LogValue(MappingKind::kFreq20_1000, x));
+    const auto f = static_cast<float>(zkeditor::LogValue(MappingKind::Freq20_1000, x));
     static constexpr std::array<FrequencyFormat, 2> kTwoWay{{kThreeWay[0], kThreeWay[1]}};
     PutFrequency(f, kTwoWay.begin(), kTwoWay.end(), text);
 }
 
 void frequency2string20_26000(float x, char* text) {
-    PutThreeWay(MappingKind::kFreq20_26000, x, text);
+    PutThreeWay(MappingKind::Freq20_26000, x, text);
 }
 
 void frequency2string400_26000(float x, char* text) {
-    PutThreeWay(MappingKind::kFreq400_26000, x, text);
+    PutThreeWay(MappingKind::Freq400_26000, x, text);
 }
 
 void frequency2string40_200(float x, char* text) {
-    PutThreeWay(MappingKind::kBassShift, x, text);
+    PutThreeWay(MappingKind::BassShift, x, text);
 }
 
 void frequency2string8000_20000(float x, char* text) {
-    const auto f = static_cast<float>(zkeditor::LogValue(MappingKind::kPresenceShift, x));
+    const auto f = static_cast<float>(zkeditor::LogValue(MappingKind::PresenceShift, x));
     PutFrequency(f, kThreeWay.begin() + 1, kThreeWay.end(), text);
 }
 

@@ -5,6 +5,7 @@
 #include "editor/CTextButton.h"
 #include "editor/CZkTextEdit.h"
 #include "editor/CZkmorvaEditor.h"
+#include "resources/SkinIds.h"
 #include "widgets/COnOffButton.h"
 #include "widgets/COptionMenu.h"
 #include "widgets/CTextLabel.h"
@@ -16,11 +17,6 @@ namespace zkeditor {
 
 namespace {
 
-constexpr int kSmallKnobStrip = 20;
-constexpr int kGainKnobStrip = 21;
-constexpr int kPadStrip = 22;
-constexpr int kLedStrip = 25;
-
 CZkTextEdit* BuildTextBox(BuildContext& context, const CRect& rect, long tag,
                           DisplayFunction display, ParseFunction parse) {
     CZkTextEdit* box =
@@ -28,7 +24,7 @@ CZkTextEdit* BuildTextBox(BuildContext& context, const CRect& rect, long tag,
     if (box != nullptr) {
         box->setStringConvert(display);
         box->setValue(context.editor.GetValue(tag)); // the text follows the conversion
-        context.controls.add(box, tag, Role::kTextBox, parse);
+        context.controls.add(box, tag, Role::TextBox, parse);
     }
     return box;
 }
@@ -38,10 +34,10 @@ CZkTextEdit* BuildTextBox(BuildContext& context, const CRect& rect, long tag,
 void BuildKnobs(BuildContext& context, std::span<const KnobDef> knobs) {
     for (const KnobDef& def : knobs) {
         CBitmap* strip =
-            context.bitmaps.get(def.size == KnobSize::kSmall ? kSmallKnobStrip : kGainKnobStrip);
+            context.bitmaps.get(def.size == KnobSize::Small ? skin::kSmallKnob : skin::kGainKnob);
         context.controls.add(
             context.editor.NewCAnimKnobEX(def.rect, def.tag, strip, true, 0.f, context.frame),
-            def.tag, Role::kKnob);
+            def.tag, Role::Knob);
         BuildTextBox(context, TextBox(def), def.tag, def.display, def.parse);
         if (def.letter != nullptr) {
             BuildLabel(context, LetterLabel(def.rect, def.size), def.letter, kNormalFont);
@@ -51,10 +47,11 @@ void BuildKnobs(BuildContext& context, std::span<const KnobDef> knobs) {
 
 void BuildPads(BuildContext& context, std::span<const PadDef> pads) {
     for (const PadDef& def : pads) {
-        CAnimJoystick* pad = context.editor.NewCAnimJoystick(
-            def.rect, def.tagX, def.tagY, context.bitmaps.get(kPadStrip), true, context.frame);
-        context.controls.add(pad, def.tagX, Role::kPadX);
-        context.controls.add(pad, def.tagY, Role::kPadY);
+        CAnimJoystick* pad = context.editor.NewCAnimJoystick(def.rect, def.tagX, def.tagY,
+                                                             context.bitmaps.get(skin::kJoystick),
+                                                             true, context.frame);
+        context.controls.add(pad, def.tagX, Role::PadX);
+        context.controls.add(pad, def.tagY, Role::PadY);
         BuildTextBox(context, PadTextBoxX(def), def.tagX, def.displayX, def.parseX);
         BuildTextBox(context, PadTextBoxY(def), def.tagY, def.displayY, def.parseY);
     }
@@ -64,16 +61,16 @@ void BuildNames(BuildContext& context, std::span<const NameDef> names) {
     for (const NameDef& def : names) {
         context.controls.add(context.editor.NewCTextButton(def.rect, def.tag, def.text,
                                                            context.frame, kNameColour, def.font),
-                             def.tag, Role::kValue);
+                             def.tag, Role::Value);
     }
 }
 
 void BuildLeds(BuildContext& context, std::span<const LedDef> leds) {
     for (const LedDef& def : leds) {
         context.controls.add(context.editor.NewCOnOffButton(def.rect, def.tag,
-                                                            context.bitmaps.get(kLedStrip), true,
-                                                            0.f, context.frame),
-                             def.tag, Role::kValue);
+                                                            context.bitmaps.get(skin::kLedButton),
+                                                            true, 0.f, context.frame),
+                             def.tag, Role::Value);
     }
 }
 
@@ -101,18 +98,18 @@ COptionMenu* BuildAutoListenMenu(BuildContext& context, const CRect& rect, long 
     menu->setFontColor(context.labelColour);
     menu->setBackColor(kBlackCColor);
     menu->setFrameColor(kGreyCColor);
-    menu->setDefaultValue(context.editor.GetDefaultValue(tag) * 6.f);
-    menu->setValue(context.editor.GetValue(tag) * 6.f);
+    menu->setDefaultValue(context.editor.GetDefaultValue(tag) * kModeSteps);
+    menu->setValue(context.editor.GetValue(tag) * kModeSteps);
     COptionMenu* raw = menu.get();
     context.frame->addView(menu.release());
-    context.controls.add(raw, tag, Role::kMenu);
+    context.controls.add(raw, tag, Role::Menu);
     return raw;
 }
 
 std::optional<float> ValueOfChange(CZkmorvaEditor& editor, const ControlEntry* entry,
                                    CControl* control, const COptionMenu* menu, MappingKind kind) {
     float v = control->getValue();
-    if (entry != nullptr && entry->role == Role::kTextBox) {
+    if (entry != nullptr && entry->role == Role::TextBox) {
         const std::optional<float> typed = ParseTextBox(control, entry->parse);
         if (!typed) {
             control->setValue(editor.GetValue(control->getTag()));
@@ -120,8 +117,8 @@ std::optional<float> ValueOfChange(CZkmorvaEditor& editor, const ControlEntry* e
         }
         v = *typed;
     } else if (menu != nullptr && control == menu) {
-        v = static_cast<float>(menu->getCurrent()) / 6.f;
-    } else if (entry != nullptr && entry->role == Role::kKnob && kind == MappingKind::kSlopeQ) {
+        v = static_cast<float>(menu->getCurrent()) / kModeSteps;
+    } else if (entry != nullptr && entry->role == Role::Knob && kind == MappingKind::SlopeQ) {
         v = SnapSlopeDetent(v);
         control->setValue(v);
     }

@@ -27,13 +27,13 @@ struct BuildContext {
 
 inline constexpr CColor kNameColour{240, 161, 41, 255};
 
-// Knobs (bitmap 20 or 21) with their text boxes and letters.
+// Knobs (small or gain knob strip) with their text boxes and letters.
 void BuildKnobs(BuildContext& context, std::span<const KnobDef> knobs);
-// Pads (bitmap 22) with a text box per axis.
+// Pads (the joystick strip) with a text box per axis.
 void BuildPads(BuildContext& context, std::span<const PadDef> pads);
 // On/off switches shown as their name.
 void BuildNames(BuildContext& context, std::span<const NameDef> names);
-// LED buttons (bitmap 25).
+// LED buttons.
 void BuildLeds(BuildContext& context, std::span<const LedDef> leds);
 // Labels in the context's label colour, or in the colour given.
 void BuildLabels(BuildContext& context, std::span<const LabelDef> labels);
@@ -44,7 +44,7 @@ COptionMenu* BuildAutoListenMenu(BuildContext& context, const CRect& rect, long 
                                  std::span<const char* const> entries);
 
 // The control value a change of `control` stands for, in [0, 1]: a text box's
-// parsed text, the menu's entry / 6, a slope knob snapped to its detents (the
+// parsed text, the menu's entry / kModeSteps, a slope knob snapped to its detents (the
 // knob follows), else the control's value. Nothing for text that reads as no
 // number (the box then shows the value again).
 std::optional<float> ValueOfChange(CZkmorvaEditor& editor, const ControlEntry* entry,

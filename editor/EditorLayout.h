@@ -3,6 +3,8 @@
 #include "widgets/CFont.h"
 #include "widgets/CRect.h"
 
+#include <array>
+
 class CControl;
 
 // Building blocks of the editors' layout tables: every control of a panel is one
@@ -13,8 +15,8 @@ using DisplayFunction = void (*)(float x, char* text);
 using ParseFunction = float (*)(CControl* control);
 
 enum class KnobSize : unsigned char {
-    kSmall, // 30 x 30, bitmap 20
-    kGain,  // 50 x 50, bitmap 21
+    Small, // 30 x 30, skin::kSmallKnob
+    Gain,  // 50 x 50, skin::kGainKnob
 };
 
 // Text box widths, each wide enough for the longest text its display shows in
@@ -61,7 +63,7 @@ struct NameDef {
     CFont font;
 };
 
-// A small on/off button (LED, bitmap 25).
+// A small on/off button (skin::kLedButton).
 struct LedDef {
     long tag;
     CRect rect;
@@ -71,6 +73,26 @@ struct LabelDef {
     CRect rect;
     const char* text;
     CFont font;
+};
+
+// The frequency span of the curve views: from the lowest corner any control
+// reaches (20 Hz) to well above the highest (26 kHz).
+inline constexpr float kCurveLowHz = 20.f;
+inline constexpr float kCurveHighHz = 40000.f;
+
+// The level labels beside the curves and at the sample-rate indicator.
+inline constexpr std::array<const char*, 3> kLevelScale{"+12", "0", "-12"};
+
+// Where the level labels at the sample-rate indicator stand: a left edge per rate
+// class (up to 44.1 kHz, 48 kHz, other), beside the shading above half the rate;
+// each label stepX right of and stepY below the one before.
+struct RateScaleLayout {
+    std::array<CCoord, 3> left;
+    CCoord top;
+    CCoord stepX;
+    CCoord stepY;
+    CCoord width;
+    CCoord height;
 };
 
 // Text box of a knob: 14 high, centred under it, 3 px below.
@@ -94,7 +116,7 @@ constexpr CRect PadTextBoxY(const PadDef& pad) {
 // One-letter label of a knob (13 wide: "Q" and the inset): left of a small knob,
 // above the left edge of a gain knob.
 constexpr CRect LetterLabel(const CRect& knob, KnobSize size) {
-    return size == KnobSize::kSmall
+    return size == KnobSize::Small
                ? CRect{knob.left - 14, knob.top + 9, knob.left - 1, knob.top + 21}
                : CRect{knob.left, knob.top - 13, knob.left + 13, knob.top - 2};
 }

@@ -2,6 +2,7 @@
 
 #include "editor/CAnimJoystick.h"
 #include "editor/CAnimKnobEX.h"
+#include "editor/ValueMapping.h"
 #include "framework/AUBase.h"
 #include "framework/AUEvents.h"
 #include "widgets/CTextEdit.h"
@@ -53,31 +54,31 @@ void ControlRegistry::show(long tag, float value) const {
             continue;
         }
         switch (entry.role) {
-        case Role::kKnob:
+        case Role::Knob:
             if (auto* knob = dynamic_cast<CAnimKnobEX*>(entry.control);
                 knob != nullptr && knob->isEditing()) {
                 break;
             }
             entry.control->setValue(value);
             break;
-        case Role::kTextBox:
+        case Role::TextBox:
             if (auto* box = dynamic_cast<CTextEdit*>(entry.control);
                 box != nullptr && box->isEditing()) {
                 break;
             }
             entry.control->setValue(value);
             break;
-        case Role::kMenu:
-            entry.control->setValue(value * 6.f);
+        case Role::Menu:
+            entry.control->setValue(value * kModeSteps);
             break;
-        case Role::kPadY:
+        case Role::PadY:
             if (auto* pad = dynamic_cast<CAnimJoystick*>(entry.control)) {
                 pad->setYValue(value);
                 pad->getPartner()->setValue(value);
             }
             break;
-        case Role::kValue:
-        case Role::kPadX:
+        case Role::Value:
+        case Role::PadX:
             entry.control->setValue(value);
             break;
         }

@@ -31,12 +31,12 @@ private:
 
 // How a control shows a parameter's control value.
 enum class Role : unsigned char {
-    kValue,   // buttons, name switches: the value itself
-    kKnob,    // left alone while the user drags it
-    kTextBox, // left alone while the user types into it; parsed when committed
-    kMenu,    // the auto-listen mode menu: entry index = value x 6
-    kPadX,    // a pad's X axis (the pad's own value)
-    kPadY,    // a pad's Y axis (its Y value and the partner reporting it)
+    Value,   // buttons, name switches: the value itself
+    Knob,    // left alone while the user drags it
+    TextBox, // left alone while the user types into it; parsed when committed
+    Menu,    // the auto-listen mode menu: entry index = value x kModeSteps
+    PadX,    // a pad's X axis (the pad's own value)
+    PadY,    // a pad's Y axis (its Y value and the partner reporting it)
 };
 
 struct ControlEntry {

@@ -100,36 +100,36 @@ float TypedDbEq(double v) {
 }
 
 float TypedQuality(double v) {
-    return LogLaw(MappingKind::kQ0_3_15, v);
+    return LogLaw(MappingKind::Q0_3_15, v);
 }
 
 float TypedQualityHiLoPass(double v) {
-    const double x = 0.5 * LogPosition(MappingKind::kQ0_3_15, std::abs(v));
+    const double x = 0.5 * LogPosition(MappingKind::Q0_3_15, std::abs(v));
     return static_cast<float>(x > 0.5 ? 0.5 : x);
 }
 
 float TypedQualityShelv(double v) {
-    return LogLaw(MappingKind::kShelvingQ, v);
+    return LogLaw(MappingKind::ShelvingQ, v);
 }
 
 float TypedFrequency20_1000(double v) {
-    return LogLaw(MappingKind::kFreq20_1000, v);
+    return LogLaw(MappingKind::Freq20_1000, v);
 }
 
 float TypedFrequency20_26000(double v) {
-    return LogLaw(MappingKind::kFreq20_26000, v);
+    return LogLaw(MappingKind::Freq20_26000, v);
 }
 
 float TypedFrequency400_26000(double v) {
-    return LogLaw(MappingKind::kFreq400_26000, v);
+    return LogLaw(MappingKind::Freq400_26000, v);
 }
 
 float TypedFrequency40_200(double v) {
-    return LogLaw(MappingKind::kBassShift, v);
+    return LogLaw(MappingKind::BassShift, v);
 }
 
 float TypedFrequency8000_20000(double v) {
-    return LogLaw(MappingKind::kPresenceShift, v);
+    return LogLaw(MappingKind::PresenceShift, v);
 }
 
 float TypedPercentStWi(double v) {

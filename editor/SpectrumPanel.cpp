@@ -16,9 +16,9 @@ namespace zkeditor {
 
 namespace {
 
-// The curve's axis.
-constexpr double kLowHz = 20.0;
-constexpr double kHighHz = 40000.0;
+// The curve's axis: the spectrum lies under it column for column.
+constexpr double kLowHz = kCurveLowHz;
+constexpr double kHighHz = kCurveHighHz;
 // Samples read per pass, per slot.
 constexpr std::size_t kReadFrames = 4096;
 
@@ -38,17 +38,17 @@ SpectrumPanel::SpectrumPanel(AudioUnit unit_, CFrame* frame_, const SpectrumLayo
     frame->addView(spectrumView.release());
     const CRect rects[kSwitchCount] = {layout.onSwitch, layout.inSwitch, layout.outSwitch,
                                        layout.lrSwitch, layout.msSwitch, layout.holdSwitch};
-    for (int i = 0; i < kSwitchCount; ++i) {
+    for (std::size_t i = 0; i < kSwitchCount; ++i) {
         if (rects[i].isEmpty()) {
             continue;
         }
         // Negative tags: no parameter, so no gesture reaches the unit.
-        auto button = std::make_unique<CTextButton>(rects[i], this, -1 - i, kSwitchTexts[i],
-                                                    kNameColour, nullptr, 0);
+        auto button = std::make_unique<CTextButton>(rects[i], this, -1 - static_cast<long>(i),
+                                                    kSwitchTexts[i], kNameColour, nullptr, 0);
         button->setFont(kNormalFontSmaller);
         button->setFrameColor(kTransparentCColor);
         button->setTransparency(true);
-        switches[static_cast<std::size_t>(i)] = button.get();
+        switches[i] = button.get();
         frame->addView(button.release());
     }
     const int columns = std::max(layout.view.width(), 0);
@@ -72,17 +72,17 @@ SpectrumPanel::~SpectrumPanel() {
 void SpectrumPanel::valueChanged(CControl* control) {
     zk::SpectrumSettings s = settings;
     const bool on = control->getValue() != 0.f;
-    if (control == switches[kOn]) {
+    if (control == getSwitch(Switch::On)) {
         s.on = on;
-    } else if (control == switches[kIn]) {
+    } else if (control == getSwitch(Switch::In)) {
         s.input = on || !s.output; // one of the two stays on
-    } else if (control == switches[kOut]) {
+    } else if (control == getSwitch(Switch::Out)) {
         s.output = on || !s.input;
-    } else if (control == switches[kLeftRight]) {
+    } else if (control == getSwitch(Switch::LeftRight)) {
         s.midSide = false;
-    } else if (control == switches[kMidSide]) {
+    } else if (control == getSwitch(Switch::MidSide)) {
         s.midSide = true;
-    } else if (control == switches[kHold]) {
+    } else if (control == getSwitch(Switch::Hold)) {
         s.peakHold = on;
     }
     Apply(s);
@@ -109,8 +109,8 @@ void SpectrumPanel::ShowSwitches() {
     const float values[kSwitchCount] = {
         settings.on ? 1.f : 0.f,      settings.input ? 1.f : 0.f,   settings.output ? 1.f : 0.f,
         settings.midSide ? 0.f : 1.f, settings.midSide ? 1.f : 0.f, settings.peakHold ? 1.f : 0.f};
-    for (int i = 0; i < kSwitchCount; ++i) {
-        if (CTextButton* button = switches[static_cast<std::size_t>(i)]) {
+    for (std::size_t i = 0; i < kSwitchCount; ++i) {
+        if (CTextButton* button = switches[i]) {
             button->setValue(values[i]);
             button->setDirty();
         }

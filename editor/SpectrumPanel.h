@@ -55,8 +55,9 @@ public:
     void UseRing(SampleRing* ring);
 
     CZkmorvaSpectrumView* getView() const { return view; }
-    enum Switch { kOn, kIn, kOut, kLeftRight, kMidSide, kHold, kSwitchCount };
-    CTextButton* getSwitch(Switch which) const { return switches[which]; }
+    enum class Switch : std::size_t { On, In, Out, LeftRight, MidSide, Hold };
+    static constexpr std::size_t kSwitchCount = 6;
+    CTextButton* getSwitch(Switch which) const { return switches[static_cast<std::size_t>(which)]; }
 
 private:
     bool InSight() const;

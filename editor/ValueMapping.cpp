@@ -19,19 +19,19 @@ struct LogRange {
 
 LogRange LogRangeOf(MappingKind kind) {
     switch (kind) {
-    case K::kFreq20_26000:
+    case K::Freq20_26000:
         return {&ln20, &ln1300};
-    case K::kShelvingQ:
+    case K::ShelvingQ:
         return {&ln0_28, &ln15div0_28};
-    case K::kFreq20_1000:
+    case K::Freq20_1000:
         return {&ln20, &ln50};
-    case K::kQ0_3_15:
+    case K::Q0_3_15:
         return {&ln0_3, &ln15div0_3};
-    case K::kFreq400_26000:
+    case K::Freq400_26000:
         return {&ln400, &ln65};
-    case K::kBassShift:
+    case K::BassShift:
         return {&ln40, &ln5};
-    case K::kPresenceShift:
+    case K::PresenceShift:
         return {&ln8000, &ln2_5};
     default:
         return {nullptr, nullptr};
@@ -43,7 +43,10 @@ struct SlopeToX {
     double maxQ;
     double x;
 };
-inline constexpr std::array<SlopeToX, 4> kSlopeToX{{{17, 0.6}, {19, 0.7}, {21, 0.8}, {23, 0.9}}};
+inline constexpr std::array<SlopeToX, 4> kSlopeToX{{{zk::kCutSlopes[0].upTo, 0.6},
+                                                    {zk::kCutSlopes[1].upTo, 0.7},
+                                                    {zk::kCutSlopes[2].upTo, 0.8},
+                                                    {zk::kCutSlopes[3].upTo, 0.9}}};
 
 double SlopeQToNormalised(double v) {
     if (v <= 15.0) {
@@ -84,33 +87,33 @@ double LogValue(MappingKind kind, double x) {
 float ToNormalised(MappingKind kind, float value) {
     const double v = value;
     switch (kind) {
-    case K::kIdentity:
+    case K::Identity:
         return value;
-    case K::kModeIndex:
-        return static_cast<float>(v / 6.0);
-    case K::kLevelGain:
+    case K::ModeIndex:
+        return static_cast<float>(v / kModeSteps);
+    case K::LevelGain:
         if (v <= -100.0) {
             return 0.f;
         }
         if (v >= 12.0) {
-            return 1.f; // the curve would give 0.9976 here; the end stop is intended
+            return 1.f; // the range's end at the knob's end stop (the curve gives 0.9976)
         }
         return static_cast<float>(std::sqrt(std::pow(10.0, v / 20.0) * 0.25));
-    case K::kSlopeQ:
+    case K::SlopeQ:
         return static_cast<float>(SlopeQToNormalised(v));
-    case K::kGain12:
+    case K::Gain12:
         return static_cast<float>((v + 12.0) / 24.0);
-    case K::kBassShift:
+    case K::BassShift:
         if (value == 89.f) {
-            return 0.5f; // the default sits at the centre; the way back does not (intended)
+            return 0.5f; // the default shows at the centre; the centre reads by the law
         }
         break;
-    case K::kPresenceShift:
+    case K::PresenceShift:
         if (value == 12600.f) {
-            return 0.5f; // as the bass shift: one-way on purpose
+            return 0.5f; // as the bass shift
         }
         break;
-    case K::kStereoWidth:
+    case K::StereoWidth:
         if (v <= 100.0) {
             return static_cast<float>(v / 200.0);
         }
@@ -127,21 +130,21 @@ float ToNormalised(MappingKind kind, float value) {
 float FromNormalised(MappingKind kind, float x) {
     const double d = x;
     switch (kind) {
-    case K::kIdentity:
+    case K::Identity:
         return x;
-    case K::kModeIndex:
+    case K::ModeIndex:
         // In single precision: 6 * (5/6 as a float) must give mode 5 again.
-        return std::trunc(6.f * x);
-    case K::kLevelGain:
+        return std::trunc(kModeSteps * x);
+    case K::LevelGain:
         if (d <= 0.00001) {
             return -100.f;
         }
         return static_cast<float>(20.0 * std::log10(4.0 * d * d));
-    case K::kSlopeQ:
+    case K::SlopeQ:
         return static_cast<float>(NormalisedToSlopeQ(d));
-    case K::kGain12:
+    case K::Gain12:
         return static_cast<float>(24.0 * d - 12.0);
-    case K::kStereoWidth:
+    case K::StereoWidth:
         if (d <= 0.5) {
             return static_cast<float>(200.0 * d);
         }
@@ -165,7 +168,7 @@ struct KindGroup {
 template <std::size_t N>
 consteval std::array<MappingKind, N> MakeKindTable(std::initializer_list<KindGroup> groups) {
     std::array<MappingKind, N> table{};
-    table.fill(K::kIdentity);
+    table.fill(K::Identity);
     for (const KindGroup& g : groups) {
         for (int id : g.ids) {
             table[static_cast<std::size_t>(id)] = g.kind;
@@ -176,38 +179,38 @@ consteval std::array<MappingKind, N> MakeKindTable(std::initializer_list<KindGro
 
 // Channel EQ, ids 0..40.
 constexpr auto kZk10Kinds = MakeKindTable<41>({
-    {K::kModeIndex, {1}},
-    {K::kLevelGain, {3, 4}},
-    {K::kSlopeQ, {6, 29}},
-    {K::kFreq20_26000, {7, 18, 30}},
-    {K::kShelvingQ, {9, 25}},
-    {K::kFreq20_1000, {10, 14}},
-    {K::kGain12, {11, 15, 19, 23, 27, 33, 36}},
-    {K::kQ0_3_15, {13, 17, 21}},
-    {K::kFreq400_26000, {22, 26}},
-    {K::kBassShift, {32}},
-    {K::kPresenceShift, {35}},
+    {K::ModeIndex, {1}},
+    {K::LevelGain, {3, 4}},
+    {K::SlopeQ, {6, 29}},
+    {K::Freq20_26000, {7, 18, 30}},
+    {K::ShelvingQ, {9, 25}},
+    {K::Freq20_1000, {10, 14}},
+    {K::Gain12, {11, 15, 19, 23, 27, 33, 36}},
+    {K::Q0_3_15, {13, 17, 21}},
+    {K::Freq400_26000, {22, 26}},
+    {K::BassShift, {32}},
+    {K::PresenceShift, {35}},
 });
 
 // Two-channel EQ, ids 0..108; channel 2 repeats channel 1 at +41.
 constexpr auto kZk20Kinds = MakeKindTable<109>({
-    {K::kModeIndex, {3}},
-    {K::kLevelGain, {6, 8, 10, 12}},
-    {K::kSlopeQ, {18, 47, 59, 88}},
-    {K::kFreq20_26000, {14, 19, 33, 48, 60, 74, 89}},
-    {K::kShelvingQ, {22, 42, 63, 83}},
-    {K::kFreq20_1000, {23, 28, 64, 69}},
-    {K::kGain12, {24, 29, 34, 39, 44, 52, 56, 65, 70, 75, 80, 85, 93, 97}},
-    {K::kQ0_3_15, {27, 32, 37, 68, 73, 78}},
-    {K::kFreq400_26000, {38, 43, 79, 84}},
-    {K::kBassShift, {51, 92}},
-    {K::kPresenceShift, {55, 96}},
-    {K::kStereoWidth, {16}},
+    {K::ModeIndex, {3}},
+    {K::LevelGain, {6, 8, 10, 12}},
+    {K::SlopeQ, {18, 47, 59, 88}},
+    {K::Freq20_26000, {14, 19, 33, 48, 60, 74, 89}},
+    {K::ShelvingQ, {22, 42, 63, 83}},
+    {K::Freq20_1000, {23, 28, 64, 69}},
+    {K::Gain12, {24, 29, 34, 39, 44, 52, 56, 65, 70, 75, 80, 85, 93, 97}},
+    {K::Q0_3_15, {27, 32, 37, 68, 73, 78}},
+    {K::Freq400_26000, {38, 43, 79, 84}},
+    {K::BassShift, {51, 92}},
+    {K::PresenceShift, {55, 96}},
+    {K::StereoWidth, {16}},
 });
 
 template <std::size_t N> MappingKind Lookup(const std::array<MappingKind, N>& table, long id) {
     return (id >= 0 && static_cast<std::size_t>(id) < N) ? table[static_cast<std::size_t>(id)]
-                                                         : K::kIdentity;
+                                                         : K::Identity;
 }
 
 } // namespace

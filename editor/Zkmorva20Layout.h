@@ -52,12 +52,14 @@ struct MeterDef {
     CRect rect;
     int value; // index into the meter values
 };
-// Upper panel: the output pair (values 4, 5), 52 LEDs.
+inline constexpr int kUpperMeterLeds = 52;
+inline constexpr int kLowerMeterLeds = 76;
+// Upper panel: the output pair (values 4, 5).
 inline constexpr std::array<MeterDef, 2> kUpperMeters{{
     {{500, 71, 507, 174}, 4},
     {{509, 71, 516, 174}, 5},
 }};
-// Lower panel: input 1/2, centre/side, output 1/2 (values 0..5), 76 LEDs.
+// Lower panel: input 1/2, centre/side, output 1/2 (values 0..5).
 inline constexpr std::array<MeterDef, 6> kLowerMeters{{
     {{650, 328, 657, 479}, 0},
     {{660, 328, 667, 479}, 1},
@@ -67,16 +69,11 @@ inline constexpr std::array<MeterDef, 6> kLowerMeters{{
     {{800, 328, 807, 479}, 5},
 }};
 
-inline constexpr std::array<const char*, 3> kLevelScale{"+12", "0", "-12"};
 inline constexpr CCoord kLevelScaleStepX = 14;
 inline constexpr CCoord kLevelScaleStepY = 92;
 inline constexpr CRect kLevelScaleLeft{15, 310, 41, 322};
-// Columns of the labels at the sample-rate indicator per rate class (up to
-// 44.1 kHz, 48 kHz, other), beside the shading above half the rate.
-inline constexpr std::array<CCoord, 3> kRateScaleLeft{542, 551, 583};
-inline constexpr CCoord kRateScaleTop = 310;
-inline constexpr CCoord kRateScaleWidth = 26;
-inline constexpr CCoord kRateScaleHeight = 12;
+inline constexpr zkeditor::RateScaleLayout kRateScale{{542, 551, 583},  310, kLevelScaleStepX,
+                                                      kLevelScaleStepY, 26,  12};
 
 // --- the top row and the global switches -------------------------------------
 
@@ -84,32 +81,20 @@ inline constexpr CCoord kRateScaleHeight = 12;
 // mono maker's and stereo width's boxes fit between the LP and HP names of the
 // two channels.
 inline constexpr std::array<KnobDef, 6> kTopKnobs{{
-    {6, {269, 8, 299, 38}, KnobSize::kSmall, dB2string, string2dB, nullptr, zkeditor::kTopBoxWidth},
-    {8, {335, 8, 365, 38}, KnobSize::kSmall, dB2string, string2dB, nullptr, zkeditor::kTopBoxWidth},
-    {10,
-     {653, 8, 683, 38},
-     KnobSize::kSmall,
-     dB2string,
-     string2dB,
-     nullptr,
-     zkeditor::kTopBoxWidth},
-    {12,
-     {719, 8, 749, 38},
-     KnobSize::kSmall,
-     dB2string,
-     string2dB,
-     nullptr,
-     zkeditor::kTopBoxWidth},
+    {6, {269, 8, 299, 38}, KnobSize::Small, dB2string, string2dB, nullptr, zkeditor::kTopBoxWidth},
+    {8, {335, 8, 365, 38}, KnobSize::Small, dB2string, string2dB, nullptr, zkeditor::kTopBoxWidth},
+    {10, {653, 8, 683, 38}, KnobSize::Small, dB2string, string2dB, nullptr, zkeditor::kTopBoxWidth},
+    {12, {719, 8, 749, 38}, KnobSize::Small, dB2string, string2dB, nullptr, zkeditor::kTopBoxWidth},
     {14,
      {478, 19, 508, 49},
-     KnobSize::kSmall,
+     KnobSize::Small,
      frequency2stringOff_26000,
      string2frequency20_26000,
      nullptr,
      zkeditor::kTopBoxWidth},
     {16,
      {523, 19, 553, 49},
-     KnobSize::kSmall,
+     KnobSize::Small,
      percent2stringStWi,
      string2percentStWi,
      nullptr,
@@ -327,14 +312,14 @@ constexpr std::array<KnobDef, 38> MakeBandKnobs() {
         for (const BandColumn& band : kBands) {
             knobs[n++] = {first + band.q,
                           SmallKnobAt(band.upperX[c], kUpperTop),
-                          KnobSize::kSmall,
+                          KnobSize::Small,
                           band.qDisplay,
                           band.qParse,
                           "Q",
                           zkeditor::kBandBoxWidth};
             knobs[n++] = {first + band.frequency,
                           SmallKnobAt(band.lowerX[c], kLowerTop),
-                          KnobSize::kSmall,
+                          KnobSize::Small,
                           band.fDisplay,
                           band.fParse,
                           "f",
@@ -342,7 +327,7 @@ constexpr std::array<KnobDef, 38> MakeBandKnobs() {
             if (band.gain >= 0) {
                 knobs[n++] = {first + band.gain,
                               GainKnobAt(band.gainX[c]),
-                              KnobSize::kGain,
+                              KnobSize::Gain,
                               dB2stringEq,
                               string2dBEq,
                               "G",

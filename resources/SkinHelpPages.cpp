@@ -33,40 +33,40 @@ struct HelpLine {
 constexpr double kLineHeight = 11.5;
 constexpr double kTextSize = 8.6;
 
-void pageFrame(cairo_t* cr, int activeTab, const char* heading, const char* subtitle) {
-    roundedRect(cr, 0.5, 0.5, kHelpPageWidth - 1, kHelpPageHeight - 1, 5);
+void PageFrame(cairo_t* cr, int activeTab, const char* heading, const char* subtitle) {
+    RoundedRect(cr, 0.5, 0.5, kHelpPageWidth - 1, kHelpPageHeight - 1, 5);
     cairo_set_source_rgb(cr, 0.085, 0.09, 0.098);
     cairo_fill_preserve(cr);
-    setColor(cr, kAmber, 0.6);
+    SetColor(cr, kAmber, 0.6);
     cairo_set_line_width(cr, 1);
     cairo_stroke(cr);
     for (int i = 0; i < static_cast<int>(kTabs.size()); ++i) {
         const Tab& t = kTabs[static_cast<std::size_t>(i)];
-        roundedRect(cr, t.left, 10, t.right - t.left, 17, 3);
+        RoundedRect(cr, t.left, 10, t.right - t.left, 17, 3);
         if (i == activeTab) {
-            setColor(cr, kAmber);
+            SetColor(cr, kAmber);
         } else {
             cairo_set_source_rgb(cr, 0.17, 0.175, 0.19);
         }
         cairo_fill(cr);
-        text(cr, t.label, (t.left + t.right) / 2, 22, i == 5 ? 11 : 8,
+        Text(cr, t.label, (t.left + t.right) / 2, 22, i == 5 ? 11 : 8,
              i == activeTab ? Rgb{0.08, 0.08, 0.08} : kText, Align::Centre, i == 5);
     }
-    text(cr, heading, 14, 50, 13, kText, Align::Left, true);
-    text(cr, subtitle, 14, 64, 8.5, kLabelGrey);
+    Text(cr, heading, 14, 50, 13, kText, Align::Left, true);
+    Text(cr, subtitle, 14, 64, 8.5, kLabelGrey);
     // The editors show the version number at (65, 75, 112, 87).
-    text(cr, "Version", 60, 84, 8.5, kLabelGrey, Align::Right);
+    Text(cr, "Version", 60, 84, 8.5, kLabelGrey, Align::Right);
     cairo_set_source_rgba(cr, 1, 1, 1, 0.1);
     cairo_rectangle(cr, 14, 92, kHelpPageWidth - 28, 1);
     cairo_fill(cr);
 }
 
-void helpLines(cairo_t* cr, double x, double y, std::span<const HelpLine> lines) {
+void HelpLines(cairo_t* cr, double x, double y, std::span<const HelpLine> lines) {
     for (const HelpLine& line : lines) {
         if (line.key[0] != '\0') {
-            text(cr, line.key, x, y, kTextSize, kAmber, Align::Left, true);
+            Text(cr, line.key, x, y, kTextSize, kAmber, Align::Left, true);
         }
-        text(cr, line.text, x + 78, y, kTextSize, kText);
+        Text(cr, line.text, x + 78, y, kTextSize, kText);
         y += kLineHeight;
     }
 }
@@ -140,31 +140,31 @@ constexpr HelpLine kTextEntry[] = {
 
 } // namespace
 
-void paintHelpPage1Variant1(cairo_t* cr, double) {
-    pageFrame(cr, 0, "Zkmorva EQ 10", "One equaliser path for every channel of the insert.");
-    helpLines(cr, 14, 106, kControls1);
+void PaintHelpPage10(cairo_t* cr, double) {
+    PageFrame(cr, 0, "Zkmorva EQ 10", "One equaliser path for every channel of the insert.");
+    HelpLines(cr, 14, 106, kControls1);
 }
 
-void paintHelpPage1Variant2(cairo_t* cr, double) {
-    pageFrame(cr, 0, "Zkmorva EQ 20", "Two-channel equaliser with link, solo and mid/side tools.");
-    helpLines(cr, 14, 106, kControls2);
+void PaintHelpPage20(cairo_t* cr, double) {
+    PageFrame(cr, 0, "Zkmorva EQ 20", "Two-channel equaliser with link, solo and mid/side tools.");
+    HelpLines(cr, 14, 106, kControls2);
 }
 
-void paintHelpPageMouse(cairo_t* cr, double) {
-    pageFrame(cr, 1, "Mouse and keys", "How knobs, pads and switches respond.");
-    helpLines(cr, 14, 106, std::span(kMouse).first(2));
+void PaintHelpPageMouse(cairo_t* cr, double) {
+    PageFrame(cr, 1, "Mouse and keys", "How knobs, pads and switches respond.");
+    HelpLines(cr, 14, 106, std::span(kMouse).first(2));
     // Slot of the knob-mode switch the editors place at (20, 126, 32, 171), with
     // its explanation beside it.
-    well(cr, 20, 126, 12, 45);
-    helpLines(cr, 40 - 78, 137, kKnobMode);
+    Well(cr, 20, 126, 12, 45);
+    HelpLines(cr, 40 - 78, 137, kKnobMode);
     constexpr double kBelowSwitch = 180;
-    helpLines(cr, 14, kBelowSwitch, std::span(kMouse).subspan(2));
-    helpLines(cr, 14, kBelowSwitch + 4 * kLineHeight, kPad);
+    HelpLines(cr, 14, kBelowSwitch, std::span(kMouse).subspan(2));
+    HelpLines(cr, 14, kBelowSwitch + 4 * kLineHeight, kPad);
 }
 
-void paintHelpPageTextEntry(cairo_t* cr, double) {
-    pageFrame(cr, 2, "Text entry", "Every knob has a value box for exact settings.");
-    helpLines(cr, 14, 106, kTextEntry);
+void PaintHelpPageTextEntry(cairo_t* cr, double) {
+    PageFrame(cr, 2, "Text entry", "Every knob has a value box for exact settings.");
+    HelpLines(cr, 14, 106, kTextEntry);
 }
 
 } // namespace skin

@@ -5,24 +5,24 @@
 // One painter per skin bitmap; each draws the whole image in logical pixels.
 namespace skin {
 
-void paintBackground1(cairo_t* cr, double scale);
-void paintBackground2(cairo_t* cr, double scale);
-void paintRateIndicator1(cairo_t* cr, double scale);
-void paintRateIndicator2(cairo_t* cr, double scale);
-void paintPanelHandle1(cairo_t* cr, double scale);
-void paintPanelHandle2(cairo_t* cr, double scale);
-void paintSmallKnob(cairo_t* cr, double scale);
-void paintGainKnob(cairo_t* cr, double scale);
-void paintJoystick(cairo_t* cr, double scale);
-void paintSwitchSheet(cairo_t* cr, double scale);
-void paintLedButton(cairo_t* cr, double scale);
-void paintMeter52(cairo_t* cr, double scale);
-void paintMeter76(cairo_t* cr, double scale);
-void paintBalanceDisplay(cairo_t* cr, double scale);
-void paintCorrelationDisplay(cairo_t* cr, double scale);
-void paintHelpPage1Variant1(cairo_t* cr, double scale);
-void paintHelpPage1Variant2(cairo_t* cr, double scale);
-void paintHelpPageMouse(cairo_t* cr, double scale);
-void paintHelpPageTextEntry(cairo_t* cr, double scale);
+void PaintBackground10(cairo_t* cr, double scale);
+void PaintBackground20(cairo_t* cr, double scale);
+void PaintRateIndicator10(cairo_t* cr, double scale);
+void PaintRateIndicator20(cairo_t* cr, double scale);
+void PaintPanelHandle10(cairo_t* cr, double scale);
+void PaintPanelHandle20(cairo_t* cr, double scale);
+void PaintSmallKnob(cairo_t* cr, double scale);
+void PaintGainKnob(cairo_t* cr, double scale);
+void PaintJoystick(cairo_t* cr, double scale);
+void PaintSwitchSheet(cairo_t* cr, double scale);
+void PaintLedButton(cairo_t* cr, double scale);
+void PaintMeter52(cairo_t* cr, double scale);
+void PaintMeter76(cairo_t* cr, double scale);
+void PaintBalanceDisplay(cairo_t* cr, double scale);
+void PaintCorrelationDisplay(cairo_t* cr, double scale);
+void PaintHelpPage10(cairo_t* cr, double scale);
+void PaintHelpPage20(cairo_t* cr, double scale);
+void PaintHelpPageMouse(cairo_t* cr, double scale);
+void PaintHelpPageTextEntry(cairo_t* cr, double scale);
 
 } // namespace skin

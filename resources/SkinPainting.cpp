@@ -14,11 +14,11 @@ constexpr double kKnobStart = 0.75 * kPi;
 constexpr double kKnobSweep = 1.5 * kPi;
 } // namespace
 
-void setColor(cairo_t* cr, Rgb c, double alpha) {
+void SetColor(cairo_t* cr, Rgb c, double alpha) {
     cairo_set_source_rgba(cr, c.r, c.g, c.b, alpha);
 }
 
-void roundedRect(cairo_t* cr, double x, double y, double w, double h, double r) {
+void RoundedRect(cairo_t* cr, double x, double y, double w, double h, double r) {
     cairo_new_sub_path(cr);
     cairo_arc(cr, x + w - r, y + r, r, -kPi / 2, 0);
     cairo_arc(cr, x + w - r, y + h - r, r, 0, kPi / 2);
@@ -27,7 +27,7 @@ void roundedRect(cairo_t* cr, double x, double y, double w, double h, double r) 
     cairo_close_path(cr);
 }
 
-void panelFinish(cairo_t* cr, double x, double y, double w, double h) {
+void PanelFinish(cairo_t* cr, double x, double y, double w, double h) {
     cairo_pattern_t* g = cairo_pattern_create_linear(0, y, 0, y + h);
     cairo_pattern_add_color_stop_rgb(g, 0, 0.165, 0.170, 0.182);
     cairo_pattern_add_color_stop_rgb(g, 1, 0.105, 0.108, 0.116);
@@ -46,27 +46,27 @@ void panelFinish(cairo_t* cr, double x, double y, double w, double h) {
     }
 }
 
-void plate(cairo_t* cr, double x, double y, double w, double h) {
-    roundedRect(cr, x + 1, y + 2, w, h, 4); // drop shadow
+void Plate(cairo_t* cr, double x, double y, double w, double h) {
+    RoundedRect(cr, x + 1, y + 2, w, h, 4); // drop shadow
     cairo_set_source_rgba(cr, 0, 0, 0, 0.45);
     cairo_fill(cr);
     cairo_pattern_t* g = cairo_pattern_create_linear(0, y, 0, y + h);
     cairo_pattern_add_color_stop_rgb(g, 0, 0.215, 0.222, 0.238);
     cairo_pattern_add_color_stop_rgb(g, 1, 0.150, 0.155, 0.168);
-    roundedRect(cr, x, y, w, h, 4);
+    RoundedRect(cr, x, y, w, h, 4);
     cairo_set_source(cr, g);
     cairo_fill_preserve(cr);
     cairo_pattern_destroy(g);
     cairo_set_line_width(cr, 1);
     cairo_set_source_rgba(cr, 0, 0, 0, 0.7);
     cairo_stroke(cr);
-    roundedRect(cr, x + 1, y + 1, w - 2, h - 2, 3);
+    RoundedRect(cr, x + 1, y + 1, w - 2, h - 2, 3);
     cairo_set_source_rgba(cr, 1, 1, 1, 0.06);
     cairo_stroke(cr);
 }
 
-void well(cairo_t* cr, double x, double y, double w, double h) {
-    roundedRect(cr, x, y, w, h, 2);
+void Well(cairo_t* cr, double x, double y, double w, double h) {
+    RoundedRect(cr, x, y, w, h, 2);
     cairo_set_source_rgb(cr, 0.045, 0.048, 0.052);
     cairo_fill(cr);
     cairo_set_line_width(cr, 1);
@@ -82,7 +82,7 @@ void well(cairo_t* cr, double x, double y, double w, double h) {
     cairo_stroke(cr);
 }
 
-void screw(cairo_t* cr, double cx, double cy) {
+void Screw(cairo_t* cr, double cx, double cy) {
     cairo_pattern_t* g = cairo_pattern_create_radial(cx - 1, cy - 1, 0, cx, cy, 4);
     cairo_pattern_add_color_stop_rgb(g, 0, 0.55, 0.56, 0.58);
     cairo_pattern_add_color_stop_rgb(g, 1, 0.22, 0.23, 0.25);
@@ -97,7 +97,7 @@ void screw(cairo_t* cr, double cx, double cy) {
     cairo_stroke(cr);
 }
 
-void text(cairo_t* cr, const char* s, double x, double y, double size, Rgb color, Align align,
+void Text(cairo_t* cr, const char* s, double x, double y, double size, Rgb color, Align align,
           bool bold) {
     cairo_select_font_face(cr, "DejaVu Sans", CAIRO_FONT_SLANT_NORMAL,
                            bold ? CAIRO_FONT_WEIGHT_BOLD : CAIRO_FONT_WEIGHT_NORMAL);
@@ -110,18 +110,18 @@ void text(cairo_t* cr, const char* s, double x, double y, double size, Rgb color
     } else if (align == Align::Right) {
         left = x - e.x_advance;
     }
-    setColor(cr, color);
+    SetColor(cr, color);
     cairo_move_to(cr, left, y);
     cairo_show_text(cr, s);
 }
 
-double frequencyToX(double frequency, double x, double w) {
+double FrequencyToX(double frequency, double x, double w) {
     return x +
            w * std::log10(frequency / kLowFrequency) / std::log10(kHighFrequency / kLowFrequency);
 }
 
-void curveScreen(cairo_t* cr, double x, double y, double w, double h) {
-    well(cr, x - 2, y - 2, w + 4, h + 4);
+void CurveScreen(cairo_t* cr, double x, double y, double w, double h) {
+    Well(cr, x - 2, y - 2, w + 4, h + 4);
     cairo_pattern_t* g = cairo_pattern_create_linear(0, y, 0, y + h);
     cairo_pattern_add_color_stop_rgb(g, 0, 0.035, 0.075, 0.065);
     cairo_pattern_add_color_stop_rgb(g, 1, 0.020, 0.045, 0.040);
@@ -139,7 +139,7 @@ void curveScreen(cairo_t* cr, double x, double y, double w, double h) {
             if (f < kLowFrequency || f > kHighFrequency) {
                 continue;
             }
-            const double gx = std::round(frequencyToX(f, x, w)) + 0.5;
+            const double gx = std::round(FrequencyToX(f, x, w)) + 0.5;
             cairo_set_source_rgba(cr, 0.35, 0.75, 0.60, m == 1 ? 0.30 : 0.11);
             cairo_move_to(cr, gx, y);
             cairo_line_to(cr, gx, y + h);
@@ -158,7 +158,7 @@ void curveScreen(cairo_t* cr, double x, double y, double w, double h) {
     cairo_restore(cr);
 }
 
-void knobFace(cairo_t* cr, double cx, double cy, double radius, double value, bool bipolar) {
+void KnobFace(cairo_t* cr, double cx, double cy, double radius, double value, bool bipolar) {
     const double track = radius - 1.6;
     const double trackWidth = radius > 20 ? 2.6 : 2.0;
     cairo_set_line_cap(cr, CAIRO_LINE_CAP_ROUND);
@@ -169,7 +169,7 @@ void knobFace(cairo_t* cr, double cx, double cy, double radius, double value, bo
     const double angle = kKnobStart + value * kKnobSweep;
     const double from = bipolar ? 1.5 * kPi : kKnobStart;
     if (std::abs(angle - from) > 1e-6) {
-        setColor(cr, kAmber);
+        SetColor(cr, kAmber);
         cairo_arc(cr, cx, cy, track, std::min(from, angle), std::max(from, angle));
         cairo_stroke(cr);
     }
@@ -203,7 +203,7 @@ void knobFace(cairo_t* cr, double cx, double cy, double radius, double value, bo
     cairo_set_line_cap(cr, CAIRO_LINE_CAP_BUTT);
 }
 
-void nyquistShade(cairo_t* cr, double fromX, double toX, double top, double bottom) {
+void NyquistShade(cairo_t* cr, double fromX, double toX, double top, double bottom) {
     if (toX <= fromX) {
         return;
     }
@@ -213,14 +213,14 @@ void nyquistShade(cairo_t* cr, double fromX, double toX, double top, double bott
     cairo_set_source_rgba(cr, 0, 0, 0, 0.45);
     cairo_paint(cr);
     cairo_set_line_width(cr, 1);
-    setColor(cr, kAmber, 0.35);
+    SetColor(cr, kAmber, 0.35);
     for (double d = -(bottom - top); d < toX - fromX; d += 5) {
         cairo_move_to(cr, fromX + d, bottom);
         cairo_line_to(cr, fromX + d + (bottom - top), top);
     }
     cairo_stroke(cr);
     cairo_restore(cr);
-    setColor(cr, kAmber, 0.9);
+    SetColor(cr, kAmber, 0.9);
     cairo_move_to(cr, std::round(fromX) + 0.5, top);
     cairo_line_to(cr, std::round(fromX) + 0.5, bottom);
     cairo_stroke(cr);

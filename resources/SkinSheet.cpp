@@ -19,7 +19,7 @@ constexpr CCoord kCaption = 14;
 constexpr CCoord kMaxPreviewHeight = 560; // long strips show their first frames only
 constexpr CColor kSheetBackground{58, 60, 64, 255};
 
-std::string fileName(const CBitmapDescription& d, double scale) {
+std::string FileName(const CBitmapDescription& d, double scale) {
     char buffer[160];
     std::snprintf(buffer, sizeof buffer, "%d-%s@%gx.png", d.id, d.name, scale);
     return buffer;
@@ -27,7 +27,7 @@ std::string fileName(const CBitmapDescription& d, double scale) {
 
 } // namespace
 
-std::vector<std::string> writeSkinSheet(const std::string& folder, double scale,
+std::vector<std::string> WriteSkinSheet(const std::string& folder, double scale,
                                         std::vector<std::string>& errors) {
     std::vector<std::string> written;
     std::error_code ec;
@@ -44,7 +44,7 @@ std::vector<std::string> writeSkinSheet(const std::string& folder, double scale,
     };
     std::vector<Placed> placed;
     CCoord x = kGap, y = kGap, rowHeight = 0;
-    for (const CBitmapDescription& d : skinTable()) {
+    for (const CBitmapDescription& d : SkinTable()) {
         const CCoord w = std::min(d.width, kSheetWidth - 2 * kGap);
         const CCoord h = std::min(d.height, kMaxPreviewHeight);
         if (x + w + kGap > kSheetWidth) {
@@ -63,7 +63,7 @@ std::vector<std::string> writeSkinSheet(const std::string& folder, double scale,
         CBitmap bitmap(p.d->id);
         COffscreenContext single(p.d->width, p.d->height, scale, kTransparentCColor);
         bitmap.drawTransparent(&single, CRect(0, 0, p.d->width, p.d->height));
-        const std::string path = folder + "/" + fileName(*p.d, scale);
+        const std::string path = folder + "/" + FileName(*p.d, scale);
         std::string error;
         if (single.writePNG(path, &error)) {
             written.push_back(path);

@@ -10,23 +10,23 @@ namespace {
 
 constexpr double kPi = 3.14159265358979323846;
 
-template <int Size, bool Bipolar> void knobStrip(cairo_t* cr) {
+template <int Size, bool Bipolar> void KnobStrip(cairo_t* cr) {
     for (int i = 0; i < kKnobFrames; ++i) {
         const double value = static_cast<double>(i) / (kKnobFrames - 1);
-        knobFace(cr, Size / 2.0, i * Size + Size / 2.0, Size / 2.0, value, Bipolar);
+        KnobFace(cr, Size / 2.0, i * Size + Size / 2.0, Size / 2.0, value, Bipolar);
     }
 }
 
 // Meter law of the editors: position (log10(amplitude) + 3.1) / 3.12, so an LED
 // threshold position maps back to decibels like this.
-double ledDecibels(int led, int leds) {
+double LedDecibels(int led, int leds) {
     const double position = (led - 0.5) / leds;
     return 20.0 * (position * 3.12 - 3.1);
 }
 
-void ledStrip(cairo_t* cr, int leds) {
+void LedStrip(cairo_t* cr, int leds) {
     for (int k = 1; k <= leds; ++k) {
-        const double db = ledDecibels(k, leds);
+        const double db = LedDecibels(k, leds);
         Rgb c{0.25, 0.90, 0.35};
         if (db >= -0.5) {
             c = {1.0, 0.18, 0.12};
@@ -45,8 +45,8 @@ void ledStrip(cairo_t* cr, int leds) {
     }
 }
 
-void displayTrack(cairo_t* cr, double y) {
-    roundedRect(cr, 0, y, kDisplayWidth, kDisplayHeight, 2);
+void DisplayTrack(cairo_t* cr, double y) {
+    RoundedRect(cr, 0, y, kDisplayWidth, kDisplayHeight, 2);
     cairo_set_source_rgb(cr, 0.05, 0.055, 0.06);
     cairo_fill(cr);
     cairo_set_source_rgba(cr, 1, 1, 1, 0.25);
@@ -54,25 +54,25 @@ void displayTrack(cairo_t* cr, double y) {
     cairo_fill(cr);
 }
 
-double displayX(int frame) {
+double DisplayX(int frame) {
     return 2.0 + (kDisplayWidth - 4.0) * frame / (kDisplayFrames - 1);
 }
 
 // Frames: 0 for rates above 48 kHz (nothing above half the rate is on screen),
 // 1 for 48 kHz, 2 for 44.1 kHz and below.
-void rateIndicator(cairo_t* cr, double width, double frameHeight, double curveLeft,
+void RateIndicator(cairo_t* cr, double width, double frameHeight, double curveLeft,
                    double curveWidth, double stripLeft, double curveTop, double curveBottom) {
     const double nyquist[3] = {0.0, 24000.0, 22050.0};
     for (int frame = 1; frame < 3; ++frame) {
         const double y = frame * frameHeight;
-        const double from = frequencyToX(nyquist[frame], curveLeft, curveWidth) - stripLeft;
+        const double from = FrequencyToX(nyquist[frame], curveLeft, curveWidth) - stripLeft;
         const double to = curveLeft + curveWidth - stripLeft;
-        nyquistShade(cr, std::max(0.0, from), std::min(width, to), y + curveTop, y + curveBottom);
+        NyquistShade(cr, std::max(0.0, from), std::min(width, to), y + curveTop, y + curveBottom);
     }
 }
 
-void grip(cairo_t* cr, double x, double y, double w, double h) {
-    roundedRect(cr, x, y, w, h, 3);
+void Grip(cairo_t* cr, double x, double y, double w, double h) {
+    RoundedRect(cr, x, y, w, h, 3);
     cairo_pattern_t* g = cairo_pattern_create_linear(x, 0, x + w, 0);
     cairo_pattern_add_color_stop_rgb(g, 0, 0.20, 0.205, 0.22);
     cairo_pattern_add_color_stop_rgb(g, 1, 0.12, 0.125, 0.135);
@@ -92,34 +92,34 @@ void grip(cairo_t* cr, double x, double y, double w, double h) {
     }
 }
 
-void key(cairo_t* cr, double x, double y, const char* glyph) {
-    roundedRect(cr, x, y, 21, 20, 3);
+void Key(cairo_t* cr, double x, double y, const char* glyph) {
+    RoundedRect(cr, x, y, 21, 20, 3);
     cairo_set_source_rgb(cr, 0.11, 0.115, 0.125);
     cairo_fill_preserve(cr);
     cairo_set_source_rgba(cr, 1, 1, 1, 0.12);
     cairo_set_line_width(cr, 1);
     cairo_stroke(cr);
-    text(cr, glyph, x + 10.5, y + 14.5, 11, kText, Align::Centre, true);
+    Text(cr, glyph, x + 10.5, y + 14.5, 11, kText, Align::Centre, true);
 }
 
 } // namespace
 
-void paintSmallKnob(cairo_t* cr, double) {
-    knobStrip<kSmallKnobSize, false>(cr);
+void PaintSmallKnob(cairo_t* cr, double) {
+    KnobStrip<kSmallKnobSize, false>(cr);
 }
 
-void paintGainKnob(cairo_t* cr, double) {
-    knobStrip<kGainKnobSize, true>(cr);
+void PaintGainKnob(cairo_t* cr, double) {
+    KnobStrip<kGainKnobSize, true>(cr);
 }
 
-void paintJoystick(cairo_t* cr, double) {
+void PaintJoystick(cairo_t* cr, double) {
     constexpr double cell = kJoystickCell;
     constexpr double travel = cell - 16; // puck centre moves 8 px in from each edge
     for (int row = 0; row < kJoystickSteps; ++row) {
         for (int col = 0; col < kJoystickSteps; ++col) {
             const double x0 = col * cell;
             const double y0 = row * cell;
-            roundedRect(cr, x0 + 1, y0 + 1, cell - 2, cell - 2, 4);
+            RoundedRect(cr, x0 + 1, y0 + 1, cell - 2, cell - 2, 4);
             cairo_set_source_rgb(cr, 0.05, 0.055, 0.06);
             cairo_fill_preserve(cr);
             cairo_set_source_rgba(cr, 1, 1, 1, 0.10);
@@ -137,7 +137,7 @@ void paintJoystick(cairo_t* cr, double) {
             // Column: X (frequency) left to right; row: Y (gain) from the top down.
             const double px = x0 + 8 + travel * col / (kJoystickSteps - 1);
             const double py = y0 + 8 + travel * row / (kJoystickSteps - 1);
-            setColor(cr, kAmber, 0.35);
+            SetColor(cr, kAmber, 0.35);
             cairo_move_to(cr, px + 0.5, y0 + 3);
             cairo_line_to(cr, px + 0.5, y0 + cell - 3);
             cairo_move_to(cr, x0 + 3, py + 0.5);
@@ -161,13 +161,13 @@ void paintJoystick(cairo_t* cr, double) {
 
 // Invisible switches over keys painted on the panels: the upper half is clear,
 // the lower half a translucent amber that lights whatever part the switch covers.
-void paintSwitchSheet(cairo_t* cr, double) {
-    setColor(cr, kAmber, 0.32);
+void PaintSwitchSheet(cairo_t* cr, double) {
+    SetColor(cr, kAmber, 0.32);
     cairo_rectangle(cr, 0, kSwitchSheetHalf, kSwitchSheetWidth, kSwitchSheetHalf);
     cairo_fill(cr);
 }
 
-void paintLedButton(cairo_t* cr, double) {
+void PaintLedButton(cairo_t* cr, double) {
     for (int on = 0; on < 2; ++on) {
         const double cx = 6, cy = 6 + 12 * on;
         cairo_arc(cr, cx, cy, 5.6, 0, 2 * kPi); // bezel
@@ -189,22 +189,22 @@ void paintLedButton(cairo_t* cr, double) {
     }
 }
 
-void paintMeter52(cairo_t* cr, double) {
-    ledStrip(cr, 52);
+void PaintMeter52(cairo_t* cr, double) {
+    LedStrip(cr, 52);
 }
 
-void paintMeter76(cairo_t* cr, double) {
-    ledStrip(cr, 76);
+void PaintMeter76(cairo_t* cr, double) {
+    LedStrip(cr, 76);
 }
 
 // Balance: a bar from the centre to the reading.
-void paintBalanceDisplay(cairo_t* cr, double) {
+void PaintBalanceDisplay(cairo_t* cr, double) {
     for (int f = 0; f < kDisplayFrames; ++f) {
         const double y = f * kDisplayHeight;
-        displayTrack(cr, y);
-        const double x = displayX(f);
+        DisplayTrack(cr, y);
+        const double x = DisplayX(f);
         const double centre = kDisplayWidth / 2.0;
-        setColor(cr, kAmber, 0.8);
+        SetColor(cr, kAmber, 0.8);
         cairo_rectangle(cr, std::min(x, centre), y + 2, std::abs(x - centre), kDisplayHeight - 4);
         cairo_fill(cr);
         cairo_set_source_rgb(cr, 1.0, 0.9, 0.7);
@@ -214,56 +214,56 @@ void paintBalanceDisplay(cairo_t* cr, double) {
 }
 
 // Correlation: a marker coloured red (-1) through amber (0) to green (+1).
-void paintCorrelationDisplay(cairo_t* cr, double) {
+void PaintCorrelationDisplay(cairo_t* cr, double) {
     for (int f = 0; f < kDisplayFrames; ++f) {
         const double y = f * kDisplayHeight;
-        displayTrack(cr, y);
+        DisplayTrack(cr, y);
         const double t = static_cast<double>(f) / (kDisplayFrames - 1);
         const Rgb c =
             t < 0.5 ? Rgb{1.0, 0.2 + 1.2 * t, 0.12}
                     : Rgb{1.0 - 1.5 * (t - 0.5), 0.8 + 0.2 * (t - 0.5), 0.15 + 0.3 * (t - 0.5)};
-        const double x = displayX(f);
-        setColor(cr, c);
+        const double x = DisplayX(f);
+        SetColor(cr, c);
         cairo_rectangle(cr, x - 2, y + 1, 4, kDisplayHeight - 2);
         cairo_fill(cr);
     }
 }
 
-void paintRateIndicator1(cairo_t* cr, double) {
+void PaintRateIndicator10(cairo_t* cr, double) {
     // Placed at (939, 0, 1024, 255) over the curve screen (596..969, 24..249).
-    rateIndicator(cr, 85, 255, 596, 373, 939, 24, 249);
+    RateIndicator(cr, 85, 255, 596, 373, 939, 24, 249);
 }
 
-void paintRateIndicator2(cairo_t* cr, double) {
+void PaintRateIndicator20(cairo_t* cr, double) {
     // Placed at (535, 312, 620, 507) over the curve screen (44..582, 317..502).
-    rateIndicator(cr, 85, 195, 44, 538, 535, 5, 190);
+    RateIndicator(cr, 85, 195, 44, 538, 535, 5, 190);
 }
 
 // Frame 0: panel collapsed, the handle is the right edge and carries the help
 // key and the expand key. Frame 1: panel open, a plain divider grip.
-void paintPanelHandle1(cairo_t* cr, double) {
+void PaintPanelHandle10(cairo_t* cr, double) {
     for (int frame = 0; frame < 2; ++frame) {
         const double y = frame * 283;
-        panelFinish(cr, 0, y, 32, 283);
+        PanelFinish(cr, 0, y, 32, 283);
         cairo_set_source_rgba(cr, 0, 0, 0, 0.35);
         cairo_rectangle(cr, 0, y, 32, 283);
         cairo_fill(cr);
-        grip(cr, 4, y + 90, 24, 103);
+        Grip(cr, 4, y + 90, 24, 103);
         if (frame == 0) {
-            key(cr, 9, y + 2, "?");
-            key(cr, 9, y + 261, "\xe2\x96\xb8");
+            Key(cr, 9, y + 2, "?");
+            Key(cr, 9, y + 261, "\xe2\x96\xb8");
         }
     }
 }
 
 // Divider between the curves and the meter bank; frame 1 lights its lamp.
-void paintPanelHandle2(cairo_t* cr, double) {
+void PaintPanelHandle20(cairo_t* cr, double) {
     for (int frame = 0; frame < 2; ++frame) {
         const double y = frame * 242;
-        grip(cr, 56, y + 40, 24, 162);
+        Grip(cr, 56, y + 40, 24, 162);
         cairo_arc(cr, 68, y + 24, 3, 0, 2 * kPi);
         if (frame == 1) {
-            setColor(cr, kAmber);
+            SetColor(cr, kAmber);
         } else {
             cairo_set_source_rgb(cr, 0.25, 0.18, 0.1);
         }

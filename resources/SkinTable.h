@@ -7,7 +7,7 @@
 namespace skin {
 
 // Every bitmap of the skin: id, name, logical size, frame layout and painter.
-std::span<const CBitmapDescription> skinTable();
+std::span<const CBitmapDescription> SkinTable();
 
 // Makes CBitmap(id) find the skin's bitmaps. Call once before an editor opens.
 void installSkin();

@@ -19,7 +19,7 @@ int main(int argc, char** argv) {
         }
     }
     std::vector<std::string> errors;
-    const auto written = skin::writeSkinSheet(folder, scale, errors);
+    const auto written = skin::WriteSkinSheet(folder, scale, errors);
     for (const std::string& e : errors) {
         std::fprintf(stderr, "zk_skin_sheet: %s\n", e.c_str());
     }

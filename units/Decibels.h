@@ -4,6 +4,14 @@
 
 namespace zk {
 
+// Floors of the units' dB conversions. The input and output gains fall silent at
+// their range's end (-100 dB, shown as "-oo"); band and shifter gains stop at -12 dB,
+// so their floor lies far out of reach. Meters read silence one dB under their
+// scale's end of -60 dB.
+inline constexpr float kLevelGainFloorDb = -100.0f;
+inline constexpr float kBandGainFloorDb = -1000.0f;
+inline constexpr float kMeterFloorDb = -61.0f;
+
 // dB to linear factor; at or below the floor the factor is exactly 0.
 inline double DecibelsToFactor(double dB, float floor) {
     if (static_cast<double>(floor) >= dB) {

@@ -2,6 +2,7 @@
 
 #include "framework/Types.h"
 
+#include <array>
 #include <optional>
 #include <span>
 #include <string_view>
@@ -24,6 +25,41 @@ struct ParameterDef {
 
 inline constexpr AudioUnitParameterOptions kReadWrite =
     kAudioUnitParameterFlag_IsReadable | kAudioUnitParameterFlag_IsWritable;
+
+// Short names for the parameter units the tables use.
+inline constexpr AudioUnitParameterUnit kUnitBool = kAudioUnitParameterUnit_Boolean;
+inline constexpr AudioUnitParameterUnit kUnitIndexed = kAudioUnitParameterUnit_Indexed;
+inline constexpr AudioUnitParameterUnit kUnitGeneric = kAudioUnitParameterUnit_Generic;
+inline constexpr AudioUnitParameterUnit kUnitHz = kAudioUnitParameterUnit_Hertz;
+inline constexpr AudioUnitParameterUnit kUnitDb = kAudioUnitParameterUnit_Decibels;
+inline constexpr AudioUnitParameterUnit kUnitPercent = kAudioUnitParameterUnit_Percent;
+
+// How values of each parameter unit are labelled: the suffix after a number ("-3 dB";
+// none after plain numbers, switches and modes, which have words of their own) and
+// the unit's name in parameter listings. Read by the renderer and the plug-ins.
+struct UnitLabel {
+    AudioUnitParameterUnit unit;
+    const char* suffix;
+    const char* name;
+};
+inline constexpr std::array<UnitLabel, 6> kUnitLabels{{
+    {kUnitGeneric, "", "number"},
+    {kUnitBool, "", "on/off"},
+    {kUnitIndexed, "", "mode"},
+    {kUnitDb, "dB", "dB"},
+    {kUnitHz, "Hz", "Hz"},
+    {kUnitPercent, "%", "%"},
+}};
+
+// The label of a unit; a unit without a row of its own is a plain number.
+constexpr const UnitLabel& LabelOf(AudioUnitParameterUnit unit) {
+    for (const UnitLabel& l : kUnitLabels) {
+        if (l.unit == unit) {
+            return l;
+        }
+    }
+    return kUnitLabels[0];
+}
 
 inline bool IsMeter(const ParameterDef& p) {
     return (p.flags & kAudioUnitParameterFlag_MeterReadOnly) != 0;
@@ -56,5 +92,6 @@ inline float DispatchValue(const ParameterDef& p, float stored) {
 // (Q, frequency, gain) whose touch starts auto-listen.
 inline constexpr const char* kAutoListenModeNames[] = {"Q - -", "- f -", "- - G", "Q f -",
                                                        "Q - G", "- f G", "Q f G"};
+inline constexpr int kLastAutoListenMode = static_cast<int>(std::size(kAutoListenModeNames)) - 1;
 
 } // namespace zk

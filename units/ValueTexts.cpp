@@ -4,16 +4,10 @@
 
 namespace zk {
 
-namespace {
-bool Names(const ValueTextRule& rule, AudioUnitParameterID id) {
-    return std::find(rule.ids.begin(), rule.ids.end(), id) != rule.ids.end();
-}
-} // namespace
-
 const char* FindValueText(std::span<const ValueTextRule> rules, AudioUnitParameterID id,
                           float value) {
     for (const ValueTextRule& rule : rules) {
-        if (Names(rule, id) && rule.range.Contains(value)) {
+        if (NamesParameter(rule, id) && rule.range.Contains(value)) {
             return rule.text;
         }
     }
@@ -22,7 +16,7 @@ const char* FindValueText(std::span<const ValueTextRule> rules, AudioUnitParamet
 
 bool HasValueTexts(std::span<const ValueTextRule> rules, AudioUnitParameterID id) {
     return std::any_of(rules.begin(), rules.end(),
-                       [id](const ValueTextRule& r) { return Names(r, id); });
+                       [id](const ValueTextRule& r) { return NamesParameter(r, id); });
 }
 
 } // namespace zk

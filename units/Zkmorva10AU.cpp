@@ -1,48 +1,10 @@
 #include "units/Zkmorva10AU.h"
 
-#include "dsp/ShelvingRule.h"
-#include "dsp/Truncate.h"
-#include "units/ValueTexts.h"
+#include "units/Decibels.h"
 
 #include <algorithm>
-#include <cmath>
-#include <cstring>
-
-namespace {
 
 using namespace zk;
-
-constexpr float kGainFloorDb = -100.0f;      // input and output gain
-constexpr float kBandGainFloorDb = -1000.0f; // band and shifter gains
-constexpr float kMeterFloorDb = -61.0f;
-
-// Band of a parameter id 9..28 (four ids per band), or -1.
-int BandOf(AudioUnitParameterID id) {
-    return id >= kZ10LfQ && id <= kZ10HfOn ? static_cast<int>((id - kZ10LfQ) / 4) : -1;
-}
-
-// The high-pass slope code from the Q control: the top ranges select the
-// Butterworth orders, lower values are a resonant Q.
-double SlopeCode(double value) {
-    if (value > 23.0) {
-        return 130.0;
-    }
-    if (value > 21.0) {
-        return 124.0;
-    }
-    if (value > 19.0) {
-        return 118.0;
-    }
-    if (value > 17.0) {
-        return 112.0;
-    }
-    if (value > 15.0) {
-        return 106.0;
-    }
-    return value;
-}
-
-} // namespace
 
 CZkmorva10AU::CZkmorva10AU(AudioComponentInstance instance) : CZkmorvaAU(instance) {
     CreateElements();
@@ -100,7 +62,7 @@ OSStatus CZkmorva10AU::Reset(AudioUnitScope scope, AudioUnitElement element) {
 }
 
 Float64 CZkmorva10AU::GetLatency() {
-    return IsOversampling() ? 4.0 / GetHostSampleRate() : 0.0;
+    return IsOversampling() ? kOversamplingLatency / GetHostSampleRate() : 0.0;
 }
 
 void CZkmorva10AU::GetUIComponentDescs(AudioComponentDescription* outDescs) {
@@ -119,8 +81,8 @@ OSStatus CZkmorva10AU::GetParameter(AudioUnitParameterID id, AudioUnitScope scop
     return AUEffectBase::GetParameter(id, scope, element, outValue);
 }
 
-// Without a value the current value of parameter 33 is used, whatever was asked
-// for; kept as it is.
+// Without a value the text is that of the bass shift gain's current value
+// (parameter 33), whatever was asked for, as it always has been.
 OSStatus CZkmorva10AU::GetValueForText(AudioUnitParameterID /*id*/, AudioUnitParameterValue& out) {
     PeekParameter(kAudioUnitScope_Global, 0, kZ10BassShiftGain, out);
     return noErr;
@@ -143,178 +105,55 @@ void CZkmorva10AU::HandleGesture(AudioUnitEventType type, AudioUnitParameterID i
     }
 }
 
-// While the auto-listen of this very control sounds, its narrow band moves with it.
-void CZkmorva10AU::Follow(AudioUnitParameterID id, double frequency) {
-    if (IsAutoListenActive() && GetAutoListenParam() == static_cast<std::int32_t>(id)) {
-        GetAutoListenFilter().Update(frequency, CBiquad::kFrequency);
-    }
-}
-
-void CZkmorva10AU::UpdateParameters(AudioUnitParameterID id) {
-    if (id > kZ10LastDispatched) {
-        return;
-    }
-    AudioUnitParameterValue stored = 0.0f;
-    if (!PeekParameter(kAudioUnitScope_Global, 0, id, stored)) {
-        return;
-    }
-    stored = DispatchValue(kZkmorva10Parameters[id], stored);
-    const double v = stored;
-    const bool on = stored != 0.0f;
-    const int b = BandOf(id);
-    if (b >= 0) {
-        CBandSettings& s = band[static_cast<std::size_t>(b)];
-        CBiquad& section = GetBandFilter(b);
-        switch ((id - kZ10LfQ) % 4) {
-        case 0: // Q
-            s.q = v;
-            if (id == kZ10LfQ) {
-                zk::ApplyShelvingRule(section, v, LowShelf);
-            } else if (id == kZ10HfQ) {
-                zk::ApplyShelvingRule(section, v, HighShelf);
-            } else {
-                section.Update(v, CBiquad::kQ);
-            }
-            break;
-        case 1: // f
-            s.frequency = v;
-            section.Update(v, CBiquad::kFrequency);
-            Follow(id, v);
-            break;
-        case 2: // Gain
-            s.gain = ConvertDecibelsToFactor(v, kBandGainFloorDb);
-            section.Update(s.gain, CBiquad::kGain);
-            break;
-        default: // on/off
-            s.on = on;
-            break;
-        }
-        return;
-    }
-    switch (id) {
-    case kZ10AutoListenOn:
-        autoListenEnabled = on;
-        break;
-    case kZ10AutoListenMode: {
-        std::int32_t mode = autoListenMode;
-        zk::TruncateToInt32(v, &mode);
-        autoListenMode = mode;
-        break;
-    }
-    case kZ10EqOn:
-        eqOn = on;
-        break;
-    case kZ10InputGain:
-        inputGain = ConvertDecibelsToFactor(v, kGainFloorDb);
-        break;
-    case kZ10OutputGain:
-        outputGain = ConvertDecibelsToFactor(v, kGainFloorDb);
-        break;
-    case kZ10PhaseRev:
-        phase = 1.0 - 2.0 * v;
-        break;
-    case kZ10HpQ:
-        hpSlope = SlopeCode(v);
-        GetHpFilter().Update(hpSlope, CZkmorvaHpLpFilter::kSlope);
-        break;
-    case kZ10HpFreq:
-        hpFrequency = v;
-        GetHpFilter().Update(v, CZkmorvaHpLpFilter::kFrequency);
-        Follow(id, v);
-        break;
-    case kZ10HpOn:
-        hpOn = on;
-        break;
-    case kZ10LpQ:
-        // The low-pass gets the raw value, not the slope code the high-pass gets:
-        // the asymmetry is intended.
-        lpSlope = v;
-        GetLpFilter().Update(v, CZkmorvaHpLpFilter::kSlope);
-        break;
-    case kZ10LpFreq:
-        lpFrequency = v;
-        GetLpFilter().Update(v, CZkmorvaHpLpFilter::kFrequency);
-        Follow(id, v);
-        break;
-    case kZ10LpOn:
-        lpOn = on;
-        break;
-    case kZ10BassShiftFreq:
-        bassShift.frequency = v;
-        GetBassShifter().Update(v, CZkmorvaShifter::kFrequency);
-        break;
-    case kZ10BassShiftGain:
-        bassShift.gain = ConvertDecibelsToFactor(v, kBandGainFloorDb);
-        GetBassShifter().Update(bassShift.gain, CZkmorvaShifter::kGain);
-        break;
-    case kZ10BassShiftOn:
-        bassShift.on = on;
-        break;
-    case kZ10PresShiftFreq:
-        presenceShift.frequency = v;
-        GetPresenceShifter().Update(v, CZkmorvaShifter::kFrequency);
-        break;
-    case kZ10PresShiftGain:
-        presenceShift.gain = ConvertDecibelsToFactor(v, kBandGainFloorDb);
-        GetPresenceShifter().Update(presenceShift.gain, CZkmorvaShifter::kGain);
-        break;
-    case kZ10PresShiftOn:
-        presenceShift.on = on;
-        break;
-    default:
-        break;
-    }
-}
-
 // Visits the sections whose history is swapped, in order, with their slot; the
 // conditions are evaluated afresh on every call.
 template <class Visit> void CZkmorva10AU::ForEachActiveSection(Visit&& visit) {
     if (IsHighPassActive()) {
-        visit(kHighPassHistory, GetHpFilter(), CZkmorvaHpLpFilter::kStateSize);
+        visit(HistorySlot::HighPass, GetHpFilter(), CZkmorvaHpLpFilter::kStateSize);
     }
     for (int b = 0; b < kBandCount; ++b) {
         if (IsBandActive(b)) {
-            visit(kBand1History + b, GetBandFilter(b), CBiquad::kStateSize);
+            visit(BandSlot(b), GetBandFilter(b), CBiquad::kStateSize);
         }
     }
     if (lpOn && lpFrequency < 26000.0) {
         // Swapped below 26000 Hz though the chain runs it only up to 25999 Hz; harmless.
-        visit(kLowPassHistory, GetLpFilter(), CZkmorvaHpLpFilter::kStateSize);
+        visit(HistorySlot::LowPass, GetLpFilter(), CZkmorvaHpLpFilter::kStateSize);
     }
     if (IsBassShifterActive()) {
-        visit(kBassShifterHistory, GetBassShifter(), CZkmorvaShifter::kStateSize);
+        visit(HistorySlot::BassShifter, GetBassShifter(), CZkmorvaShifter::kStateSize);
     }
     if (IsPresenceShifterActive()) {
-        visit(kPresenceShifterHistory, GetPresenceShifter(), CZkmorvaShifter::kStateSize);
+        visit(HistorySlot::PresenceShifter, GetPresenceShifter(), CZkmorvaShifter::kStateSize);
     }
     if (IsAutoListenActive()) {
-        visit(kAutoListenHistory, GetAutoListenFilter(), CBiquad::kStateSize);
+        visit(HistorySlot::AutoListen, GetAutoListenFilter(), CBiquad::kStateSize);
     }
     if (IsOversampling()) {
-        visit(kOversamplingHistory, GetAiFilter(), CZkmorvaAiFilter::kStateSize);
+        visit(HistorySlot::Oversampling, GetAiFilter(), CZkmorvaAiFilter::kStateSize);
     }
 }
 
 void CZkmorva10AU::LoadChannelHistory(UInt32 channel) {
-    ForEachActiveSection([&](int slot, auto& section, int size) {
+    ForEachActiveSection([&](HistorySlot slot, auto& section, int size) {
         section.StoreBuffers(history[static_cast<std::size_t>(slot)].data() +
                              static_cast<std::size_t>(size) * channel);
     });
     const double* ring = bypassHistory.data() + kBypassStateSize * channel;
-    std::copy(ring, ring + 4, bypassDelay.begin());
-    bypassDelayIndex = static_cast<std::int32_t>(ring[4]);
-    noiseSeed = static_cast<std::uint32_t>(ring[5]);
+    std::copy(ring, ring + kBypassRingSamples, bypassDelay.begin());
+    bypassDelayIndex = static_cast<std::int32_t>(ring[kRingPositionSlot]);
+    noiseSeed = static_cast<std::uint32_t>(ring[kNoiseSeedSlot]);
 }
 
 void CZkmorva10AU::SaveChannelHistory(UInt32 channel) {
-    ForEachActiveSection([&](int slot, auto& section, int size) {
+    ForEachActiveSection([&](HistorySlot slot, auto& section, int size) {
         section.GetBuffers(history[static_cast<std::size_t>(slot)].data() +
                            static_cast<std::size_t>(size) * channel);
     });
     double* ring = bypassHistory.data() + kBypassStateSize * channel;
-    std::copy(bypassDelay.begin(), bypassDelay.begin() + 4, ring);
-    ring[4] = static_cast<double>(bypassDelayIndex);
-    ring[5] = static_cast<double>(noiseSeed); // exact: any 32-bit value fits a double
+    std::copy(bypassDelay.begin(), bypassDelay.begin() + kBypassRingSamples, ring);
+    ring[kRingPositionSlot] = static_cast<double>(bypassDelayIndex);
+    ring[kNoiseSeedSlot] = static_cast<double>(noiseSeed); // exact: any 32-bit value fits
 }
 
 OSStatus CZkmorva10AU::ProcessBufferLists(AudioUnitRenderActionFlags& /*ioActionFlags*/,

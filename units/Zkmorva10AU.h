@@ -6,6 +6,7 @@
 #include "units/ZkmorvaAU.h"
 
 #include <array>
+#include <cstddef>
 #include <vector>
 
 // The channel EQ unit: one equaliser path run over every channel in turn. One
@@ -53,24 +54,34 @@ protected:
 
 private:
     // The sections whose history is kept per channel, in swap order.
-    enum HistorySlot {
-        kHighPassHistory,
-        kBand1History,
-        kBand5History = kBand1History + 4,
-        kLowPassHistory,
-        kBassShifterHistory,
-        kPresenceShifterHistory,
-        kAutoListenHistory,
-        kOversamplingHistory,
-        kHistorySlotCount,
+    enum class HistorySlot : std::size_t {
+        HighPass,
+        Band1,
+        Band5 = Band1 + 4,
+        LowPass,
+        BassShifter,
+        PresenceShifter,
+        AutoListen,
+        Oversampling,
     };
+    static constexpr std::size_t kHistorySlotCount =
+        static_cast<std::size_t>(HistorySlot::Oversampling) + 1;
+    static constexpr HistorySlot BandSlot(int band) {
+        return static_cast<HistorySlot>(static_cast<std::size_t>(HistorySlot::Band1) +
+                                        static_cast<std::size_t>(band));
+    }
     template <class Visit> void ForEachActiveSection(Visit&& visit);
     void LoadChannelHistory(UInt32 channel);
     void SaveChannelHistory(UInt32 channel);
-    // Per channel: the latency-matched bypass ring (four samples and its position)
+    // Per channel: the latency-matched bypass ring (as many samples as the
+    // oversampled path's latency, all of the ring a channel uses, and its position)
     // and the denormal-guard noise generator, so that a channel's output does not
     // depend on how the host cuts the stream into blocks.
-    static constexpr std::size_t kBypassStateSize = 6;
+    static constexpr std::size_t kBypassRingSamples = kOversamplingLatency;
+    static constexpr std::size_t kRingPositionSlot = kBypassRingSamples;
+    static constexpr std::size_t kNoiseSeedSlot = kBypassRingSamples + 1;
+    static constexpr std::size_t kBypassStateSize = kBypassRingSamples + 2;
+    void UpdateSectionControl(AudioUnitParameterID id, double v);
     void Follow(AudioUnitParameterID id, double frequency);
 
     std::array<std::vector<double>, kHistorySlotCount> history;

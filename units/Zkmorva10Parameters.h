@@ -8,51 +8,50 @@
 namespace zk {
 
 // Parameter ids of the channel EQ. Each band has Q, f, Gain, on/off in that order.
-enum Zkmorva10Param : AudioUnitParameterID {
-    kZ10AutoListenOn = 0,
-    kZ10AutoListenMode = 1,
-    kZ10EqOn = 2,
-    kZ10InputGain = 3,
-    kZ10OutputGain = 4,
-    kZ10PhaseRev = 5,
-    kZ10HpQ = 6,
-    kZ10HpFreq = 7,
-    kZ10HpOn = 8,
-    kZ10LfQ = 9,
-    kZ10LfFreq = 10,
-    kZ10LfGain = 11,
-    kZ10LfOn = 12,
-    kZ10LmfQ = 13,
-    kZ10LmfFreq = 14,
-    kZ10LmfGain = 15,
-    kZ10LmfOn = 16,
-    kZ10MfQ = 17,
-    kZ10MfFreq = 18,
-    kZ10MfGain = 19,
-    kZ10MfOn = 20,
-    kZ10HmfQ = 21,
-    kZ10HmfFreq = 22,
-    kZ10HmfGain = 23,
-    kZ10HmfOn = 24,
-    kZ10HfQ = 25,
-    kZ10HfFreq = 26,
-    kZ10HfGain = 27,
-    kZ10HfOn = 28,
-    kZ10LpQ = 29,
-    kZ10LpFreq = 30,
-    kZ10LpOn = 31,
-    kZ10BassShiftFreq = 32,
-    kZ10BassShiftGain = 33,
-    kZ10BassShiftOn = 34,
-    kZ10PresShiftFreq = 35,
-    kZ10PresShiftGain = 36,
-    kZ10PresShiftOn = 37,
-    kZ10InputMeter = 38,
-    kZ10OutputMeter = 39,
-    kZ10HidePanel = 40,
-    kZ10ParameterCount = 41,
-    kZ10LastDispatched = 37, // ids above are meters and panel state, never pushed
-};
+inline constexpr AudioUnitParameterID kZ10AutoListenOn = 0;
+inline constexpr AudioUnitParameterID kZ10AutoListenMode = 1;
+inline constexpr AudioUnitParameterID kZ10EqOn = 2;
+inline constexpr AudioUnitParameterID kZ10InputGain = 3;
+inline constexpr AudioUnitParameterID kZ10OutputGain = 4;
+inline constexpr AudioUnitParameterID kZ10PhaseRev = 5;
+inline constexpr AudioUnitParameterID kZ10HpQ = 6;
+inline constexpr AudioUnitParameterID kZ10HpFreq = 7;
+inline constexpr AudioUnitParameterID kZ10HpOn = 8;
+inline constexpr AudioUnitParameterID kZ10LfQ = 9;
+inline constexpr AudioUnitParameterID kZ10LfFreq = 10;
+inline constexpr AudioUnitParameterID kZ10LfGain = 11;
+inline constexpr AudioUnitParameterID kZ10LfOn = 12;
+inline constexpr AudioUnitParameterID kZ10LmfQ = 13;
+inline constexpr AudioUnitParameterID kZ10LmfFreq = 14;
+inline constexpr AudioUnitParameterID kZ10LmfGain = 15;
+inline constexpr AudioUnitParameterID kZ10LmfOn = 16;
+inline constexpr AudioUnitParameterID kZ10MfQ = 17;
+inline constexpr AudioUnitParameterID kZ10MfFreq = 18;
+inline constexpr AudioUnitParameterID kZ10MfGain = 19;
+inline constexpr AudioUnitParameterID kZ10MfOn = 20;
+inline constexpr AudioUnitParameterID kZ10HmfQ = 21;
+inline constexpr AudioUnitParameterID kZ10HmfFreq = 22;
+inline constexpr AudioUnitParameterID kZ10HmfGain = 23;
+inline constexpr AudioUnitParameterID kZ10HmfOn = 24;
+inline constexpr AudioUnitParameterID kZ10HfQ = 25;
+inline constexpr AudioUnitParameterID kZ10HfFreq = 26;
+inline constexpr AudioUnitParameterID kZ10HfGain = 27;
+inline constexpr AudioUnitParameterID kZ10HfOn = 28;
+inline constexpr AudioUnitParameterID kZ10LpQ = 29;
+inline constexpr AudioUnitParameterID kZ10LpFreq = 30;
+inline constexpr AudioUnitParameterID kZ10LpOn = 31;
+inline constexpr AudioUnitParameterID kZ10BassShiftFreq = 32;
+inline constexpr AudioUnitParameterID kZ10BassShiftGain = 33;
+inline constexpr AudioUnitParameterID kZ10BassShiftOn = 34;
+inline constexpr AudioUnitParameterID kZ10PresShiftFreq = 35;
+inline constexpr AudioUnitParameterID kZ10PresShiftGain = 36;
+inline constexpr AudioUnitParameterID kZ10PresShiftOn = 37;
+inline constexpr AudioUnitParameterID kZ10InputMeter = 38;
+inline constexpr AudioUnitParameterID kZ10OutputMeter = 39;
+inline constexpr AudioUnitParameterID kZ10HidePanel = 40;
+inline constexpr AudioUnitParameterID kZ10ParameterCount = 41;
+// Ids above are meters and panel state, never pushed into the processor.
+inline constexpr AudioUnitParameterID kZ10LastDispatched = 37;
 
 namespace z10flags {
 inline constexpr AudioUnitParameterOptions kBase =
@@ -71,15 +70,10 @@ inline constexpr AudioUnitParameterOptions kPanel = kAudioUnitParameterFlag_IsRe
                                                     kAudioUnitParameterFlag_ExpertMode;
 } // namespace z10flags
 
-inline constexpr AudioUnitParameterUnit kUnitBool = kAudioUnitParameterUnit_Boolean;
-inline constexpr AudioUnitParameterUnit kUnitIndexed = kAudioUnitParameterUnit_Indexed;
-inline constexpr AudioUnitParameterUnit kUnitGeneric = kAudioUnitParameterUnit_Generic;
-inline constexpr AudioUnitParameterUnit kUnitHz = kAudioUnitParameterUnit_Hertz;
-inline constexpr AudioUnitParameterUnit kUnitDb = kAudioUnitParameterUnit_Decibels;
-inline constexpr AudioUnitParameterUnit kUnitPercent = kAudioUnitParameterUnit_Percent;
-
-// The shifter gains are of unit Generic while the band gains are Decibels, and the
-// LF/HF Q ranges start at 0.28 (below 0.3 selects a shelf): both intended.
+// The shifter gains are of unit Generic though they are decibels like the band
+// gains, so hosts show and save them as plain numbers, as they always have. The
+// LF/HF Q ranges start at 0.28 so that a Q below 0.3, which selects the shelf, can
+// be set.
 inline constexpr std::array<ParameterDef, kZ10ParameterCount> kZkmorva10Parameters{{
     {0, "Auto listen on/off", "AutoListenOn", kUnitBool, 0, 1, 1, z10flags::kBase},
     {1, "Auto listen mode", "AutoListenMode", kUnitIndexed, 0, 6, 6, z10flags::kBase},
@@ -124,16 +118,19 @@ inline constexpr std::array<ParameterDef, kZ10ParameterCount> kZkmorva10Paramete
     {40, "Panel on/off", "HidePanel", kUnitBool, 0, 1, 0, z10flags::kPanel},
 }};
 
-// Host-visible texts for special values. The meter floor reads "-60" for values at
-// or below -61; the mismatch is intended.
+// Host-visible texts for special values. A meter at its floor of -61 reads "-60":
+// the meters' scale ends at -60 dB (the editor's meters are dark below it), so the
+// floor says "at or under the scale's end" rather than a level of its own.
 inline constexpr auto kZkmorva10ValueTexts = JoinRules(
-    std::array<ValueTextRule, 1>{{{{3, 4, kNoParameter, kNoParameter}, AtMost(-100.0f), "-oo"}}},
+    std::array<ValueTextRule, 1>{
+        {{{3, 4, kNoParameter, kNoParameter}, AtMost(-100.0f), "-oo", -100.0f}}},
     SlopeTextRules({6, 29, kNoParameter, kNoParameter}),
     std::array<ValueTextRule, 4>{{
-        {{9, kNoParameter, kNoParameter, kNoParameter}, Below(0.3f), "lo-shelf"},
-        {{25, kNoParameter, kNoParameter, kNoParameter}, Below(0.3f), "hi-shelf"},
-        {{38, 39, kNoParameter, kNoParameter}, AtMost(-61.0f), "-60"},
-        {{38, 39, kNoParameter, kNoParameter}, AtLeast(0.0f), "0"},
+        {{9, kNoParameter, kNoParameter, kNoParameter}, Below(0.3f), "lo-shelf", 0.29f},
+        {{25, kNoParameter, kNoParameter, kNoParameter}, Below(0.3f), "hi-shelf", 0.29f},
+        {{38, 39, kNoParameter, kNoParameter}, AtMost(-61.0f), "-60", -61.0f},
+        {{38, 39, kNoParameter, kNoParameter}, AtLeast(0.0f), "0", 0.0f},
     }});
+static_assert(RuleValuesHold(kZkmorva10ValueTexts, kZkmorva10Parameters));
 
 } // namespace zk

@@ -9,10 +9,10 @@ namespace {
 using namespace zk;
 
 // Below this host rate the unit reports the oversampled path's four samples of
-// latency. Oversampling itself runs up to 64000 Hz, so 50000..64000 Hz run
-// oversampled and report none: intended.
+// latency. Oversampling itself runs up to 64000 Hz, so at 50000..64000 Hz the unit
+// runs oversampled and reports none, as it always has: hosts' sessions at those
+// rates keep the alignment they were made with.
 constexpr double kLatencyBelowHz = 50000.0;
-constexpr double kLatencySamples = 4.0;
 
 constexpr AUChannelInfo kStereoOnly[] = {{2, 2}};
 
@@ -22,7 +22,7 @@ CZkmorva20AU::CZkmorva20AU(AudioComponentInstance instance) : CZkmorvaAU(instanc
     CreateElements();
     Globals()->UseIndexedParameters(kZ20ParameterCount);
     for (const ParameterDef& p : kZkmorva20Parameters) {
-        // Parameter 12 is left at the store's 0.0, which is its default; intended.
+        // Parameter 12 is left at the store's 0.0: that is its default anyway.
         if (IsZkmorva20Meter(p.id) || p.id == kZ20Output2Gain) {
             continue;
         }
@@ -61,7 +61,7 @@ UInt32 CZkmorva20AU::SupportedNumChannels(const AUChannelInfo** outInfo) {
 
 Float64 CZkmorva20AU::GetLatency() {
     const double rate = GetSampleRate();
-    return rate < kLatencyBelowHz ? kLatencySamples / rate : 0.0;
+    return rate < kLatencyBelowHz ? kOversamplingLatency / rate : 0.0;
 }
 
 void CZkmorva20AU::GetUIComponentDescs(AudioComponentDescription* outDescs) {

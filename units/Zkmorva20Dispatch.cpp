@@ -3,8 +3,10 @@
 // solo and master link. Runs on the render thread (batches) and in Reset.
 #include "units/Zkmorva20AU.h"
 
-#include "dsp/ShelvingRule.h"
 #include "dsp/Truncate.h"
+#include "units/CutSlopes.h"
+#include "units/Decibels.h"
+#include "units/SectionControls.h"
 #include "units/Zkmorva20Links.h"
 
 #include <array>
@@ -14,89 +16,52 @@ namespace {
 
 using namespace zk;
 
-constexpr float kGainFloorDb = -100.0f;      // input and output gains
-constexpr float kBandGainFloorDb = -1000.0f; // band and shifter gains
 constexpr double kMonoMakerShelfLimitHz = 400.0;
-
-// Cut-filter Q controls: the top ranges select slope codes (6..30 dB/oct); values up
-// to 15 are a resonant Q and pass unchanged.
-struct SlopeStep {
-    double above;
-    double code;
-};
-constexpr std::array<SlopeStep, 5> kSlopeSteps{
-    {{23.0, 130.0}, {21.0, 124.0}, {19.0, 118.0}, {17.0, 112.0}, {15.0, 106.0}}};
-
-double SlopeCode(double v) {
-    for (const SlopeStep& s : kSlopeSteps) {
-        if (v > s.above) {
-            return s.code;
-        }
-    }
-    return v;
-}
-
-enum class Kind : std::uint8_t {
-    CutQ,
-    CutFrequency,
-    BandQ,
-    BandFrequency,
-    BandGain,
-    ShifterFrequency,
-    ShifterGain,
-    On,
-    Link,
-};
-enum class Section : std::uint8_t { Hp, Lf, Lmf, Mf, Hmf, Hf, Lp, Bs, Ps };
-
-struct ChannelControl {
-    Kind kind;
-    Section section;
-};
+constexpr double kFactorPerPercent = 0.01; // the stereo width is set in percent
 
 // By channel offset.
-constexpr std::array<ChannelControl, kZ20ChannelSpan> kChannelControls{{
-    {Kind::CutQ, Section::Hp},
-    {Kind::CutFrequency, Section::Hp},
-    {Kind::Link, Section::Hp},
-    {Kind::On, Section::Hp},
-    {Kind::BandQ, Section::Lf},
-    {Kind::BandFrequency, Section::Lf},
-    {Kind::BandGain, Section::Lf},
-    {Kind::Link, Section::Lf},
-    {Kind::On, Section::Lf},
-    {Kind::BandQ, Section::Lmf},
-    {Kind::BandFrequency, Section::Lmf},
-    {Kind::BandGain, Section::Lmf},
-    {Kind::Link, Section::Lmf},
-    {Kind::On, Section::Lmf},
-    {Kind::BandQ, Section::Mf},
-    {Kind::BandFrequency, Section::Mf},
-    {Kind::BandGain, Section::Mf},
-    {Kind::Link, Section::Mf},
-    {Kind::On, Section::Mf},
-    {Kind::BandQ, Section::Hmf},
-    {Kind::BandFrequency, Section::Hmf},
-    {Kind::BandGain, Section::Hmf},
-    {Kind::Link, Section::Hmf},
-    {Kind::On, Section::Hmf},
-    {Kind::BandQ, Section::Hf},
-    {Kind::BandFrequency, Section::Hf},
-    {Kind::BandGain, Section::Hf},
-    {Kind::Link, Section::Hf},
-    {Kind::On, Section::Hf},
-    {Kind::CutQ, Section::Lp},
-    {Kind::CutFrequency, Section::Lp},
-    {Kind::Link, Section::Lp},
-    {Kind::On, Section::Lp},
-    {Kind::ShifterFrequency, Section::Bs},
-    {Kind::ShifterGain, Section::Bs},
-    {Kind::Link, Section::Bs},
-    {Kind::On, Section::Bs},
-    {Kind::ShifterFrequency, Section::Ps},
-    {Kind::ShifterGain, Section::Ps},
-    {Kind::Link, Section::Ps},
-    {Kind::On, Section::Ps},
+constexpr std::array<SectionControl, kZ20ChannelSpan> kChannelControls{{
+    {ControlKind::CutQ, Section::Hp},
+    {ControlKind::CutFrequency, Section::Hp},
+    {ControlKind::Link, Section::Hp},
+    {ControlKind::On, Section::Hp},
+    {ControlKind::BandQ, Section::Lf},
+    {ControlKind::BandFrequency, Section::Lf},
+    {ControlKind::BandGain, Section::Lf},
+    {ControlKind::Link, Section::Lf},
+    {ControlKind::On, Section::Lf},
+    {ControlKind::BandQ, Section::Lmf},
+    {ControlKind::BandFrequency, Section::Lmf},
+    {ControlKind::BandGain, Section::Lmf},
+    {ControlKind::Link, Section::Lmf},
+    {ControlKind::On, Section::Lmf},
+    {ControlKind::BandQ, Section::Mf},
+    {ControlKind::BandFrequency, Section::Mf},
+    {ControlKind::BandGain, Section::Mf},
+    {ControlKind::Link, Section::Mf},
+    {ControlKind::On, Section::Mf},
+    {ControlKind::BandQ, Section::Hmf},
+    {ControlKind::BandFrequency, Section::Hmf},
+    {ControlKind::BandGain, Section::Hmf},
+    {ControlKind::Link, Section::Hmf},
+    {ControlKind::On, Section::Hmf},
+    {ControlKind::BandQ, Section::Hf},
+    {ControlKind::BandFrequency, Section::Hf},
+    {ControlKind::BandGain, Section::Hf},
+    {ControlKind::Link, Section::Hf},
+    {ControlKind::On, Section::Hf},
+    {ControlKind::CutQ, Section::Lp},
+    {ControlKind::CutFrequency, Section::Lp},
+    {ControlKind::Link, Section::Lp},
+    {ControlKind::On, Section::Lp},
+    {ControlKind::ShifterFrequency, Section::Bs},
+    {ControlKind::ShifterGain, Section::Bs},
+    {ControlKind::Link, Section::Bs},
+    {ControlKind::On, Section::Bs},
+    {ControlKind::ShifterFrequency, Section::Ps},
+    {ControlKind::ShifterGain, Section::Ps},
+    {ControlKind::Link, Section::Ps},
+    {ControlKind::On, Section::Ps},
 }};
 
 // Settings of the bell/shelf bands and shifters by section (null for the cuts).
@@ -110,10 +75,6 @@ constexpr std::array<BandSettings ChannelSettings::*, 9> kBandSettingsOf{
     nullptr,
     &ChannelSettings::bassShift,
     &ChannelSettings::presShift};
-
-std::size_t BandIndex(Section s) {
-    return static_cast<std::size_t>(s) - static_cast<std::size_t>(Section::Lf);
-}
 
 // The global parameters with a plain field conversion.
 struct GlobalSwitch {
@@ -139,8 +100,9 @@ constexpr std::array<GlobalGain, 4> kGlobalGains{{
 
 } // namespace
 
-// Only channel 1's switch is consulted, also for channel 2's controls (intended);
-// a NaN switch counts as on.
+// One switch per section decides for both channels: channel 1's, also for
+// channel 2's controls, so that a section's controls on either channel listen
+// alike; a NaN switch counts as on.
 long CZkmorva20AU::GetLinkStatus(long id) {
     const AudioUnitParameterID link = z20links::Entry(id).channel1Link;
     return link != z20links::kNone && StoredParameter(link) != 0.0f ? 1 : 0;
@@ -172,7 +134,7 @@ void CZkmorva20AU::UpdateParameters(AudioUnitParameterID id) {
     }
     for (const GlobalGain& g : kGlobalGains) {
         if (g.id == id) {
-            this->*g.field = ConvertDecibelsToFactor(v, kGainFloorDb);
+            this->*g.field = ConvertDecibelsToFactor(v, kLevelGainFloorDb);
             return;
         }
     }
@@ -192,7 +154,7 @@ void CZkmorva20AU::UpdateParameters(AudioUnitParameterID id) {
         GetMonoMaker().Update(v, kMonoMakerShelfLimitHz);
         break;
     case kZ20StereoWidth:
-        stereoWidth = v * 0.01;
+        stereoWidth = v * kFactorPerPercent;
         break;
     default: // the master link and the gain link switches: nothing to push
         break;
@@ -201,10 +163,10 @@ void CZkmorva20AU::UpdateParameters(AudioUnitParameterID id) {
 
 void CZkmorva20AU::UpdateChannelControl(AudioUnitParameterID id, double v) {
     const int channel = id < kZ20Channel2First ? 0 : 1;
-    const ChannelControl c = kChannelControls[id - Z20ChannelId(channel, 0)];
+    const SectionControl c = kChannelControls[id - Z20ChannelId(channel, 0)];
     ChannelSettings& s = GetChannelSettings(channel);
     CZkmorva20ChannelFilters& f = GetChannelFilters(channel);
-    const bool isCut = c.section == Section::Hp || c.section == Section::Lp;
+    const bool isCut = IsCut(c.section);
     CutSettings& cut = c.section == Section::Hp ? s.hp : s.lp;
     CZkmorvaHpLpFilter& cutFilter = c.section == Section::Hp ? f.hpFilter : f.lpFilter;
     BandSettings* band =
@@ -212,46 +174,39 @@ void CZkmorva20AU::UpdateChannelControl(AudioUnitParameterID id, double v) {
     CZkmorvaShifter& shifter = c.section == Section::Bs ? f.bassShifter : f.presenceShifter;
 
     switch (c.kind) {
-    case Kind::CutQ:
+    case ControlKind::CutQ:
         cut.slope = SlopeCode(v);
         cutFilter.Update(cut.slope, CZkmorvaHpLpFilter::kSlope);
         break;
-    case Kind::CutFrequency:
+    case ControlKind::CutFrequency:
         cut.frequency = v;
         cutFilter.Update(v, CZkmorvaHpLpFilter::kFrequency);
         break;
-    case Kind::BandQ: {
+    case ControlKind::BandQ:
         band->q = v;
-        CBiquad& section = f.bandFilter[BandIndex(c.section)];
-        if (c.section == Section::Lf) {
-            zk::ApplyShelvingRule(section, v, LowShelf);
-        } else if (c.section == Section::Hf) {
-            zk::ApplyShelvingRule(section, v, HighShelf);
-        } else {
-            section.Update(v, CBiquad::kQ);
-        }
+        ApplyBandQ(f.bandFilter[BandIndex(c.section)], v, c.section);
         break;
-    }
-    case Kind::BandFrequency:
+    case ControlKind::BandFrequency:
         band->frequency = v;
         f.bandFilter[BandIndex(c.section)].Update(v, CBiquad::kFrequency);
         break;
-    case Kind::BandGain:
+    case ControlKind::BandGain:
         band->gain = ConvertDecibelsToFactor(v, kBandGainFloorDb);
         f.bandFilter[BandIndex(c.section)].Update(band->gain, CBiquad::kGain);
         break;
-    case Kind::ShifterFrequency:
+    case ControlKind::ShifterFrequency:
         band->frequency = v;
         shifter.Update(v, CZkmorvaShifter::kFrequency);
         break;
-    case Kind::ShifterGain:
+    case ControlKind::ShifterGain:
         band->gain = ConvertDecibelsToFactor(v, kBandGainFloorDb);
         shifter.Update(band->gain, CZkmorvaShifter::kGain);
         break;
-    case Kind::On:
+    case ControlKind::On:
         (isCut ? cut.on : band->on) = v != 0.0;
         break;
-    case Kind::Link:
+    case ControlKind::CutRawQ: // the channel EQ's low-pass only
+    case ControlKind::Link:
         break;
     }
 }

@@ -9,85 +9,82 @@ namespace zk {
 
 // Parameter ids of the two-channel EQ: global controls, then channel 1 (18..58) and
 // channel 2 (59..99) with the same layout, then the meters and the panel state.
-enum Zkmorva20Param : AudioUnitParameterID {
-    kZ20Ch1Solo = 0,
-    kZ20Ch2Solo = 1,
-    kZ20AutoListenOn = 2,
-    kZ20AutoListenMode = 3,
-    kZ20MasterLink = 4,
-    kZ20EqOn = 5,
-    kZ20Input1Gain = 6,
-    kZ20Input1Link = 7,
-    kZ20Output1Gain = 8,
-    kZ20Output1Link = 9,
-    kZ20Input2Gain = 10,
-    kZ20Input2Link = 11,
-    kZ20Output2Gain = 12,
-    kZ20Output2Link = 13,
-    kZ20MonoMaker = 14,
-    kZ20MonoMakerOn = 15,
-    kZ20StereoWidth = 16,
-    kZ20StereoWidthOn = 17,
-    kZ20Channel1First = 18,
-    kZ20Channel2First = 59,
-    kZ20BalanceMeter = 100,
-    kZ20CorrelationMeter = 101,
-    kZ20Input1Meter = 102,
-    kZ20Input2Meter = 103,
-    kZ20OutputMMeter = 104,
-    kZ20OutputSMeter = 105,
-    kZ20Output1Meter = 106,
-    kZ20Output2Meter = 107,
-    kZ20HidePanel = 108,
-    kZ20ParameterCount = 109,
-    kZ20LastDispatched = 99, // meters and panel state are never pushed
-};
+inline constexpr AudioUnitParameterID kZ20Ch1Solo = 0;
+inline constexpr AudioUnitParameterID kZ20Ch2Solo = 1;
+inline constexpr AudioUnitParameterID kZ20AutoListenOn = 2;
+inline constexpr AudioUnitParameterID kZ20AutoListenMode = 3;
+inline constexpr AudioUnitParameterID kZ20MasterLink = 4;
+inline constexpr AudioUnitParameterID kZ20EqOn = 5;
+inline constexpr AudioUnitParameterID kZ20Input1Gain = 6;
+inline constexpr AudioUnitParameterID kZ20Input1Link = 7;
+inline constexpr AudioUnitParameterID kZ20Output1Gain = 8;
+inline constexpr AudioUnitParameterID kZ20Output1Link = 9;
+inline constexpr AudioUnitParameterID kZ20Input2Gain = 10;
+inline constexpr AudioUnitParameterID kZ20Input2Link = 11;
+inline constexpr AudioUnitParameterID kZ20Output2Gain = 12;
+inline constexpr AudioUnitParameterID kZ20Output2Link = 13;
+inline constexpr AudioUnitParameterID kZ20MonoMaker = 14;
+inline constexpr AudioUnitParameterID kZ20MonoMakerOn = 15;
+inline constexpr AudioUnitParameterID kZ20StereoWidth = 16;
+inline constexpr AudioUnitParameterID kZ20StereoWidthOn = 17;
+inline constexpr AudioUnitParameterID kZ20Channel1First = 18;
+inline constexpr AudioUnitParameterID kZ20Channel2First = 59;
+inline constexpr AudioUnitParameterID kZ20BalanceMeter = 100;
+inline constexpr AudioUnitParameterID kZ20CorrelationMeter = 101;
+inline constexpr AudioUnitParameterID kZ20Input1Meter = 102;
+inline constexpr AudioUnitParameterID kZ20Input2Meter = 103;
+inline constexpr AudioUnitParameterID kZ20OutputMMeter = 104;
+inline constexpr AudioUnitParameterID kZ20OutputSMeter = 105;
+inline constexpr AudioUnitParameterID kZ20Output1Meter = 106;
+inline constexpr AudioUnitParameterID kZ20Output2Meter = 107;
+inline constexpr AudioUnitParameterID kZ20HidePanel = 108;
+inline constexpr AudioUnitParameterID kZ20ParameterCount = 109;
+// Meters and panel state are never pushed into the processor.
+inline constexpr AudioUnitParameterID kZ20LastDispatched = 99;
 
 // Offsets of a channel's controls from its first id (18 or 59).
-enum Zkmorva20ChannelControl : AudioUnitParameterID {
-    kZ20HpQ = 0,
-    kZ20HpFreq = 1,
-    kZ20HpLink = 2,
-    kZ20HpOn = 3,
-    kZ20LfQ = 4,
-    kZ20LfFreq = 5,
-    kZ20LfGain = 6,
-    kZ20LfLink = 7,
-    kZ20LfOn = 8,
-    kZ20LmfQ = 9,
-    kZ20LmfFreq = 10,
-    kZ20LmfGain = 11,
-    kZ20LmfLink = 12,
-    kZ20LmfOn = 13,
-    kZ20MfQ = 14,
-    kZ20MfFreq = 15,
-    kZ20MfGain = 16,
-    kZ20MfLink = 17,
-    kZ20MfOn = 18,
-    kZ20HmfQ = 19,
-    kZ20HmfFreq = 20,
-    kZ20HmfGain = 21,
-    kZ20HmfLink = 22,
-    kZ20HmfOn = 23,
-    kZ20HfQ = 24,
-    kZ20HfFreq = 25,
-    kZ20HfGain = 26,
-    kZ20HfLink = 27,
-    kZ20HfOn = 28,
-    kZ20LpQ = 29,
-    kZ20LpFreq = 30,
-    kZ20LpLink = 31,
-    kZ20LpOn = 32,
-    kZ20BsFreq = 33,
-    kZ20BsGain = 34,
-    kZ20BsLink = 35,
-    kZ20BsOn = 36,
-    kZ20PsFreq = 37,
-    kZ20PsGain = 38,
-    kZ20PsLink = 39,
-    kZ20PsOn = 40,
-    kZ20ChannelSpan = 41,
-};
+inline constexpr AudioUnitParameterID kZ20HpQ = 0;
+inline constexpr AudioUnitParameterID kZ20HpFreq = 1;
+inline constexpr AudioUnitParameterID kZ20HpLink = 2;
+inline constexpr AudioUnitParameterID kZ20HpOn = 3;
+inline constexpr AudioUnitParameterID kZ20LfQ = 4;
+inline constexpr AudioUnitParameterID kZ20LfFreq = 5;
+inline constexpr AudioUnitParameterID kZ20LfGain = 6;
+inline constexpr AudioUnitParameterID kZ20LfLink = 7;
+inline constexpr AudioUnitParameterID kZ20LfOn = 8;
+inline constexpr AudioUnitParameterID kZ20LmfQ = 9;
+inline constexpr AudioUnitParameterID kZ20LmfFreq = 10;
+inline constexpr AudioUnitParameterID kZ20LmfGain = 11;
+inline constexpr AudioUnitParameterID kZ20LmfLink = 12;
+inline constexpr AudioUnitParameterID kZ20LmfOn = 13;
+inline constexpr AudioUnitParameterID kZ20MfQ = 14;
+inline constexpr AudioUnitParameterID kZ20MfFreq = 15;
+inline constexpr AudioUnitParameterID kZ20MfGain = 16;
+inline constexpr AudioUnitParameterID kZ20MfLink = 17;
+inline constexpr AudioUnitParameterID kZ20MfOn = 18;
+inline constexpr AudioUnitParameterID kZ20HmfQ = 19;
+inline constexpr AudioUnitParameterID kZ20HmfFreq = 20;
+inline constexpr AudioUnitParameterID kZ20HmfGain = 21;
+inline constexpr AudioUnitParameterID kZ20HmfLink = 22;
+inline constexpr AudioUnitParameterID kZ20HmfOn = 23;
+inline constexpr AudioUnitParameterID kZ20HfQ = 24;
+inline constexpr AudioUnitParameterID kZ20HfFreq = 25;
+inline constexpr AudioUnitParameterID kZ20HfGain = 26;
+inline constexpr AudioUnitParameterID kZ20HfLink = 27;
+inline constexpr AudioUnitParameterID kZ20HfOn = 28;
+inline constexpr AudioUnitParameterID kZ20LpQ = 29;
+inline constexpr AudioUnitParameterID kZ20LpFreq = 30;
+inline constexpr AudioUnitParameterID kZ20LpLink = 31;
+inline constexpr AudioUnitParameterID kZ20LpOn = 32;
+inline constexpr AudioUnitParameterID kZ20BsFreq = 33;
+inline constexpr AudioUnitParameterID kZ20BsGain = 34;
+inline constexpr AudioUnitParameterID kZ20BsLink = 35;
+inline constexpr AudioUnitParameterID kZ20BsOn = 36;
+inline constexpr AudioUnitParameterID kZ20PsFreq = 37;
+inline constexpr AudioUnitParameterID kZ20PsGain = 38;
+inline constexpr AudioUnitParameterID kZ20PsLink = 39;
+inline constexpr AudioUnitParameterID kZ20PsOn = 40;
+inline constexpr AudioUnitParameterID kZ20ChannelSpan = 41;
 
 // Id of a channel control on channel 0 (left) or 1 (right).
 constexpr AudioUnitParameterID Z20ChannelId(int channel, AudioUnitParameterID offset) {
@@ -116,45 +113,38 @@ inline constexpr AudioUnitParameterOptions kSqrtStrings =
 
 namespace z20detail {
 
-inline constexpr AudioUnitParameterUnit kBool = kAudioUnitParameterUnit_Boolean;
-inline constexpr AudioUnitParameterUnit kIndexed = kAudioUnitParameterUnit_Indexed;
-inline constexpr AudioUnitParameterUnit kGeneric = kAudioUnitParameterUnit_Generic;
-inline constexpr AudioUnitParameterUnit kHz = kAudioUnitParameterUnit_Hertz;
-inline constexpr AudioUnitParameterUnit kDb = kAudioUnitParameterUnit_Decibels;
-inline constexpr AudioUnitParameterUnit kPercent = kAudioUnitParameterUnit_Percent;
-
 // Rows outside the channels, in id order: 0..17, then 100..108.
 inline constexpr std::array<ParameterDef, 18> kGlobalRows{{
-    {0, "Solo L on/off", "Ch1Solo", kBool, 0, 1, 0, z20flags::kMeta},
-    {1, "Solo R on/off", "Ch2Solo", kBool, 0, 1, 0, z20flags::kMeta},
-    {2, "Auto listen on/off", "AutoListenOn", kBool, 0, 1, 1, z20flags::kBase},
-    {3, "Auto listen mode", "AutoListenMode", kIndexed, 0, 6, 6, z20flags::kBase},
-    {4, "Master Link on/off", "MasterLink", kBool, 0, 1, 1, z20flags::kMeta},
-    {5, "EQ on/off", "EqOn", kBool, 0, 1, 1, z20flags::kBase},
-    {6, "Input L Gain", "Input1Gain", kDb, -100, 12, 0, z20flags::kGain},
-    {7, "Input L Gain Link on/off", "Input1Link", kBool, 0, 1, 1, z20flags::kMeta},
-    {8, "Output L Gain", "Output1Gain", kDb, -100, 12, 0, z20flags::kGain},
-    {9, "Output L Gain Link on/off", "Output1Link", kBool, 0, 1, 1, z20flags::kMeta},
-    {10, "Input R Gain", "Input2Gain", kDb, -100, 12, 0, z20flags::kGain},
-    {11, "Input R Gain Link on/off", "Input2Link", kBool, 0, 1, 1, z20flags::kMeta},
-    {12, "Output R Gain", "Output2Gain", kDb, -100, 12, 0, z20flags::kGain},
-    {13, "Output R Gain Link on/off", "Output2Link", kBool, 0, 1, 1, z20flags::kMeta},
-    {14, "Mono-Maker", "MonoMaker", kHz, 20, 26000, 20, z20flags::kLogStrings},
-    {15, "Mono-Maker on/off", "MonoMakerOn", kBool, 0, 1, 1, z20flags::kBase},
-    {16, "Stereo-Width", "StereoWidth", kPercent, 0, 400, 100, z20flags::kSqrtStrings},
-    {17, "Stereo-Width on/off", "StereoWidthOn", kBool, 0, 1, 1, z20flags::kBase},
+    {0, "Solo L on/off", "Ch1Solo", kUnitBool, 0, 1, 0, z20flags::kMeta},
+    {1, "Solo R on/off", "Ch2Solo", kUnitBool, 0, 1, 0, z20flags::kMeta},
+    {2, "Auto listen on/off", "AutoListenOn", kUnitBool, 0, 1, 1, z20flags::kBase},
+    {3, "Auto listen mode", "AutoListenMode", kUnitIndexed, 0, 6, 6, z20flags::kBase},
+    {4, "Master Link on/off", "MasterLink", kUnitBool, 0, 1, 1, z20flags::kMeta},
+    {5, "EQ on/off", "EqOn", kUnitBool, 0, 1, 1, z20flags::kBase},
+    {6, "Input L Gain", "Input1Gain", kUnitDb, -100, 12, 0, z20flags::kGain},
+    {7, "Input L Gain Link on/off", "Input1Link", kUnitBool, 0, 1, 1, z20flags::kMeta},
+    {8, "Output L Gain", "Output1Gain", kUnitDb, -100, 12, 0, z20flags::kGain},
+    {9, "Output L Gain Link on/off", "Output1Link", kUnitBool, 0, 1, 1, z20flags::kMeta},
+    {10, "Input R Gain", "Input2Gain", kUnitDb, -100, 12, 0, z20flags::kGain},
+    {11, "Input R Gain Link on/off", "Input2Link", kUnitBool, 0, 1, 1, z20flags::kMeta},
+    {12, "Output R Gain", "Output2Gain", kUnitDb, -100, 12, 0, z20flags::kGain},
+    {13, "Output R Gain Link on/off", "Output2Link", kUnitBool, 0, 1, 1, z20flags::kMeta},
+    {14, "Mono-Maker", "MonoMaker", kUnitHz, 20, 26000, 20, z20flags::kLogStrings},
+    {15, "Mono-Maker on/off", "MonoMakerOn", kUnitBool, 0, 1, 1, z20flags::kBase},
+    {16, "Stereo-Width", "StereoWidth", kUnitPercent, 0, 400, 100, z20flags::kSqrtStrings},
+    {17, "Stereo-Width on/off", "StereoWidthOn", kUnitBool, 0, 1, 1, z20flags::kBase},
 }};
 
 inline constexpr std::array<ParameterDef, 9> kMeterAndPanelRows{{
-    {100, "Balance", "BalanceMeter", kGeneric, 0, 1, 0.5f, z20flags::kBase},
-    {101, "Correlation", "CorrelationMeter", kGeneric, -1, 1, 0, z20flags::kBase},
-    {102, "In L", "Input1Meter", kDb, -61, 0, -61, z20flags::kBase},
-    {103, "In R", "Input2Meter", kDb, -61, 0, -61, z20flags::kBase},
-    {104, "Out M", "OutputMMeter", kDb, -61, 0, -61, z20flags::kBase},
-    {105, "Out S", "OutputSMeter", kDb, -61, 0, -61, z20flags::kBase},
-    {106, "Out L", "Output1Meter", kDb, -61, 0, -61, z20flags::kBase},
-    {107, "Out R", "Output2Meter", kDb, -61, 0, -61, z20flags::kBase},
-    {108, "", "HidePanel", kBool, 0, 1, 0, z20flags::kBase},
+    {100, "Balance", "BalanceMeter", kUnitGeneric, 0, 1, 0.5f, z20flags::kBase},
+    {101, "Correlation", "CorrelationMeter", kUnitGeneric, -1, 1, 0, z20flags::kBase},
+    {102, "In L", "Input1Meter", kUnitDb, -61, 0, -61, z20flags::kBase},
+    {103, "In R", "Input2Meter", kUnitDb, -61, 0, -61, z20flags::kBase},
+    {104, "Out M", "OutputMMeter", kUnitDb, -61, 0, -61, z20flags::kBase},
+    {105, "Out S", "OutputSMeter", kUnitDb, -61, 0, -61, z20flags::kBase},
+    {106, "Out L", "Output1Meter", kUnitDb, -61, 0, -61, z20flags::kBase},
+    {107, "Out R", "Output2Meter", kUnitDb, -61, 0, -61, z20flags::kBase},
+    {108, "", "HidePanel", kUnitBool, 0, 1, 0, z20flags::kBase},
 }};
 
 // One channel control, with its left and right names and symbols.
@@ -167,198 +157,223 @@ struct ChannelRow {
 };
 
 // By offset. The shifter gains are Generic although they are decibels like the
-// band gains, and the LF/HF Q ranges reach down to 0.28 (shelf texts): intended.
+// band gains, and the LF/HF Q ranges reach down to 0.28 for the shelves, as on
+// the channel EQ.
 inline constexpr std::array<ChannelRow, kZ20ChannelSpan> kChannelRows{{
     {{"HP L Q", "HP R Q"},
      {"Eq1HpQuality", "Eq2HpQuality"},
-     kGeneric,
+     kUnitGeneric,
      0.3f,
      25,
      18,
      z20flags::kMetaLogStrings},
     {{"HP L f", "HP R f"},
      {"Eq1HpFrequency", "Eq2HpFrequency"},
-     kHz,
+     kUnitHz,
      20,
      26000,
      20,
      z20flags::kMetaLog},
     {{"HP L Link on/off", "HP R Link on/off"},
      {"Eq1HpLink", "Eq2HpLink"},
-     kBool,
+     kUnitBool,
      0,
      1,
      1,
      z20flags::kMeta},
-    {{"HP L on/off", "HP R on/off"}, {"Eq1HpOn", "Eq2HpOn"}, kBool, 0, 1, 1, z20flags::kMeta},
+    {{"HP L on/off", "HP R on/off"}, {"Eq1HpOn", "Eq2HpOn"}, kUnitBool, 0, 1, 1, z20flags::kMeta},
 
     {{"LF L Q", "LF R Q"},
      {"Eq1LfQuality", "Eq2LfQuality"},
-     kGeneric,
+     kUnitGeneric,
      0.28f,
      15,
      0.29f,
      z20flags::kMetaLogStrings},
     {{"LF L f", "LF R f"},
      {"Eq1LfFrequency", "Eq2LfFrequency"},
-     kHz,
+     kUnitHz,
      20,
      1000,
      100,
      z20flags::kMetaLog},
-    {{"LF L Gain", "LF R Gain"}, {"Eq1LfGain", "Eq2LfGain"}, kDb, -12, 12, 0, z20flags::kMeta},
+    {{"LF L Gain", "LF R Gain"}, {"Eq1LfGain", "Eq2LfGain"}, kUnitDb, -12, 12, 0, z20flags::kMeta},
     {{"LF L Link on/off", "LF R Link on/off"},
      {"Eq1LfLink", "Eq2LfLink"},
-     kBool,
+     kUnitBool,
      0,
      1,
      1,
      z20flags::kMeta},
-    {{"LF L on/off", "LF R on/off"}, {"Eq1LfOn", "Eq2LfOn"}, kBool, 0, 1, 1, z20flags::kMeta},
+    {{"LF L on/off", "LF R on/off"}, {"Eq1LfOn", "Eq2LfOn"}, kUnitBool, 0, 1, 1, z20flags::kMeta},
 
     {{"LMF L Q", "LMF R Q"},
      {"Eq1LmfQuality", "Eq2LmfQuality"},
-     kGeneric,
+     kUnitGeneric,
      0.3f,
      15,
      1,
      z20flags::kMetaLog},
     {{"LMF L f", "LMF R f"},
      {"Eq1LmfFrequency", "Eq2LmfFrequency"},
-     kHz,
+     kUnitHz,
      20,
      1000,
      315,
      z20flags::kMetaLog},
-    {{"LMF L Gain", "LMF R Gain"}, {"Eq1LmfGain", "Eq2LmfGain"}, kDb, -12, 12, 0, z20flags::kMeta},
+    {{"LMF L Gain", "LMF R Gain"},
+     {"Eq1LmfGain", "Eq2LmfGain"},
+     kUnitDb,
+     -12,
+     12,
+     0,
+     z20flags::kMeta},
     {{"LMF L Link on/off", "LMF R Link on/off"},
      {"Eq1LmfLink", "Eq2LmfLink"},
-     kBool,
+     kUnitBool,
      0,
      1,
      1,
      z20flags::kMeta},
-    {{"LMF L on/off", "LMF R on/off"}, {"Eq1LmfOn", "Eq2LmfOn"}, kBool, 0, 1, 1, z20flags::kMeta},
+    {{"LMF L on/off", "LMF R on/off"},
+     {"Eq1LmfOn", "Eq2LmfOn"},
+     kUnitBool,
+     0,
+     1,
+     1,
+     z20flags::kMeta},
 
     {{"MF L Q", "MF R Q"},
      {"Eq1MfQuality", "Eq2MfQuality"},
-     kGeneric,
+     kUnitGeneric,
      0.3f,
      15,
      2,
      z20flags::kMetaLog},
     {{"MF L f", "MF R f"},
      {"Eq1MfFrequency", "Eq2MfFrequency"},
-     kHz,
+     kUnitHz,
      20,
      26000,
      3150,
      z20flags::kMetaLog},
-    {{"MF L Gain", "MF R Gain"}, {"Eq1MfGain", "Eq2MfGain"}, kDb, -12, 12, 0, z20flags::kMeta},
+    {{"MF L Gain", "MF R Gain"}, {"Eq1MfGain", "Eq2MfGain"}, kUnitDb, -12, 12, 0, z20flags::kMeta},
     {{"MF L Link on/off", "MF R Link on/off"},
      {"Eq1MfLink", "Eq2MfLink"},
-     kBool,
+     kUnitBool,
      0,
      1,
      1,
      z20flags::kMeta},
-    {{"MF L on/off", "MF R on/off"}, {"Eq1MfOn", "Eq2MfOn"}, kBool, 0, 1, 1, z20flags::kMeta},
+    {{"MF L on/off", "MF R on/off"}, {"Eq1MfOn", "Eq2MfOn"}, kUnitBool, 0, 1, 1, z20flags::kMeta},
 
     {{"HMF L Q", "HMF R Q"},
      {"Eq1HmfQuality", "Eq2HmfQuality"},
-     kGeneric,
+     kUnitGeneric,
      0.3f,
      15,
      3,
      z20flags::kMetaLog},
     {{"HMF L f", "HMF R f"},
      {"Eq1HmfFrequency", "Eq2HmfFrequency"},
-     kHz,
+     kUnitHz,
      400,
      26000,
      5800,
      z20flags::kMetaLog},
-    {{"HMF L Gain", "HMF R Gain"}, {"Eq1HmfGain", "Eq2HmfGain"}, kDb, -12, 12, 0, z20flags::kMeta},
+    {{"HMF L Gain", "HMF R Gain"},
+     {"Eq1HmfGain", "Eq2HmfGain"},
+     kUnitDb,
+     -12,
+     12,
+     0,
+     z20flags::kMeta},
     {{"HMF L Link on/off", "HMF R Link on/off"},
      {"Eq1HmfLink", "Eq2HmfLink"},
-     kBool,
+     kUnitBool,
      0,
      1,
      1,
      z20flags::kMeta},
-    {{"HMF L on/off", "HMF R on/off"}, {"Eq1HmfOn", "Eq2HmfOn"}, kBool, 0, 1, 1, z20flags::kMeta},
+    {{"HMF L on/off", "HMF R on/off"},
+     {"Eq1HmfOn", "Eq2HmfOn"},
+     kUnitBool,
+     0,
+     1,
+     1,
+     z20flags::kMeta},
 
     {{"HF L Q", "HF R Q"},
      {"Eq1HfQuality", "Eq2HfQuality"},
-     kGeneric,
+     kUnitGeneric,
      0.28f,
      15,
      0.29f,
      z20flags::kMetaLogStrings},
     {{"HF L f", "HF R f"},
      {"Eq1HfFrequency", "Eq2HfFrequency"},
-     kHz,
+     kUnitHz,
      400,
      26000,
      12000,
      z20flags::kMetaLog},
-    {{"HF L Gain", "HF R Gain"}, {"Eq1HfGain", "Eq2HfGain"}, kDb, -12, 12, 0, z20flags::kMeta},
+    {{"HF L Gain", "HF R Gain"}, {"Eq1HfGain", "Eq2HfGain"}, kUnitDb, -12, 12, 0, z20flags::kMeta},
     {{"HF L Link on/off", "HF R Link on/off"},
      {"Eq1HfLink", "Eq2HfLink"},
-     kBool,
+     kUnitBool,
      0,
      1,
      1,
      z20flags::kMeta},
-    {{"HF L on/off", "HF R on/off"}, {"Eq1HfOn", "Eq2HfOn"}, kBool, 0, 1, 1, z20flags::kMeta},
+    {{"HF L on/off", "HF R on/off"}, {"Eq1HfOn", "Eq2HfOn"}, kUnitBool, 0, 1, 1, z20flags::kMeta},
 
     {{"LP L Q", "LP R Q"},
      {"Eq1LpQuality", "Eq2LpQuality"},
-     kGeneric,
+     kUnitGeneric,
      0.3f,
      25,
      18,
      z20flags::kMetaLogStrings},
     {{"LP L f", "LP R f"},
      {"Eq1LpFrequency", "Eq2LpFrequency"},
-     kHz,
+     kUnitHz,
      20,
      26000,
      26000,
      z20flags::kMetaLog},
     {{"LP L Link on/off", "LP R Link on/off"},
      {"Eq1LpLink", "Eq2LpLink"},
-     kBool,
+     kUnitBool,
      0,
      1,
      1,
      z20flags::kMeta},
-    {{"LP L on/off", "LP R on/off"}, {"Eq1LpOn", "Eq2LpOn"}, kBool, 0, 1, 1, z20flags::kMeta},
+    {{"LP L on/off", "LP R on/off"}, {"Eq1LpOn", "Eq2LpOn"}, kUnitBool, 0, 1, 1, z20flags::kMeta},
 
     {{"Bass Shift L f", "Bass Shift R f"},
      {"Bs1Frequency", "Bs2Frequency"},
-     kHz,
+     kUnitHz,
      40,
      200,
      89,
      z20flags::kMeta},
     {{"Bass Shift L Gain", "Bass Shift R Gain"},
      {"Bs1Gain", "Bs2Gain"},
-     kGeneric,
+     kUnitGeneric,
      -12,
      12,
      0,
      z20flags::kMeta},
     {{"Bass Shift L Link on/off", "Bass Shift R Link on/off"},
      {"Bs1Link", "Bs2Link"},
-     kBool,
+     kUnitBool,
      0,
      1,
      1,
      z20flags::kMeta},
     {{"Bass Shift L on/off", "Bass Shift R on/off"},
      {"Bs1On", "Bs2On"},
-     kBool,
+     kUnitBool,
      0,
      1,
      1,
@@ -366,28 +381,28 @@ inline constexpr std::array<ChannelRow, kZ20ChannelSpan> kChannelRows{{
 
     {{"Pres Shift L f", "Pres Shift R f"},
      {"Ps1Frequency", "Ps2Frequency"},
-     kHz,
+     kUnitHz,
      8000,
      20000,
      12600,
      z20flags::kMeta},
     {{"Pres Shift L Gain", "Pres Shift R Gain"},
      {"Ps1Gain", "Ps2Gain"},
-     kGeneric,
+     kUnitGeneric,
      -12,
      12,
      0,
      z20flags::kMeta},
     {{"Pres Shift L Link on/off", "Pres Shift R Link on/off"},
      {"Ps1Link", "Ps2Link"},
-     kBool,
+     kUnitBool,
      0,
      1,
      1,
      z20flags::kMeta},
     {{"Pres Shift L on/off", "Pres Shift R on/off"},
      {"Ps1On", "Ps2On"},
-     kBool,
+     kUnitBool,
      0,
      1,
      1,
@@ -420,26 +435,28 @@ constexpr std::array<ParameterDef, kZ20ParameterCount> BuildParameterTable() {
 inline constexpr std::array<ParameterDef, kZ20ParameterCount> kZkmorva20Parameters =
     z20detail::BuildParameterTable();
 
-// Host-visible texts for special values. The level meters read "-60" at or below
-// -61; the mismatch is intended.
+// Host-visible texts for special values. A level meter at its floor of -61 reads
+// "-60", as on the channel EQ: the scale ends at -60 dB.
 inline constexpr auto kZkmorva20ValueTexts = JoinRules(
     std::array<ValueTextRule, 3>{{
         {{kZ20Input1Gain, kZ20Output1Gain, kZ20Input2Gain, kZ20Output2Gain},
          AtMost(-100.0f),
-         "-oo"},
-        {{kZ20MonoMaker, kNoParameter, kNoParameter, kNoParameter}, AtMost(20.0f), "off"},
-        {{kZ20StereoWidth, kNoParameter, kNoParameter, kNoParameter}, AtMost(0.0f), "Mono"},
+         "-oo",
+         -100.0f},
+        {{kZ20MonoMaker, kNoParameter, kNoParameter, kNoParameter}, AtMost(20.0f), "off", 20.0f},
+        {{kZ20StereoWidth, kNoParameter, kNoParameter, kNoParameter}, AtMost(0.0f), "Mono", 0.0f},
     }},
     SlopeTextRules({18, 47, 59, 88}),
     std::array<ValueTextRule, 8>{{
-        {{22, 63, kNoParameter, kNoParameter}, Below(0.3f), "lo-shelf"},
-        {{42, 83, kNoParameter, kNoParameter}, Below(0.3f), "hi-shelf"},
-        {{kZ20BalanceMeter, kNoParameter, kNoParameter, kNoParameter}, AtMost(0.0f), "L"},
-        {{kZ20BalanceMeter, kNoParameter, kNoParameter, kNoParameter}, AtLeast(1.0f), "R"},
-        {{102, 103, 104, 105}, AtMost(-61.0f), "-60"},
-        {{106, 107, kNoParameter, kNoParameter}, AtMost(-61.0f), "-60"},
-        {{102, 103, 104, 105}, AtLeast(0.0f), "0"},
-        {{106, 107, kNoParameter, kNoParameter}, AtLeast(0.0f), "0"},
+        {{22, 63, kNoParameter, kNoParameter}, Below(0.3f), "lo-shelf", 0.29f},
+        {{42, 83, kNoParameter, kNoParameter}, Below(0.3f), "hi-shelf", 0.29f},
+        {{kZ20BalanceMeter, kNoParameter, kNoParameter, kNoParameter}, AtMost(0.0f), "L", 0.0f},
+        {{kZ20BalanceMeter, kNoParameter, kNoParameter, kNoParameter}, AtLeast(1.0f), "R", 1.0f},
+        {{102, 103, 104, 105}, AtMost(-61.0f), "-60", -61.0f},
+        {{106, 107, kNoParameter, kNoParameter}, AtMost(-61.0f), "-60", -61.0f},
+        {{102, 103, 104, 105}, AtLeast(0.0f), "0", 0.0f},
+        {{106, 107, kNoParameter, kNoParameter}, AtLeast(0.0f), "0", 0.0f},
     }});
+static_assert(RuleValuesHold(kZkmorva20ValueTexts, kZkmorva20Parameters));
 
 } // namespace zk

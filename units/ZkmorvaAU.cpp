@@ -106,7 +106,8 @@ OSStatus CZkmorvaAU::GetParameterValueStrings(AudioUnitScope scope, AudioUnitPar
 OSStatus CZkmorvaAU::SetProperty(AudioUnitPropertyID id, AudioUnitScope scope,
                                  AudioUnitElement element, const void* inData, UInt32 inDataSize) {
     if (id == kTextBoxCurrentControlProperty && scope == kAudioUnitScope_Global) {
-        // Any call with data sets the flag; the byte itself is not read (intended).
+        // Any call with data sets the flag, whatever its byte says: it is only ever
+        // raised this way; the next gesture's begin clears it.
         if (inData != nullptr) {
             RaiseTextBoxFlag();
         }

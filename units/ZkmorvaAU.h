@@ -59,6 +59,8 @@ public:
     static constexpr AudioUnitPropertyID kAutoListenDisplayProperty = 65537;
     static constexpr UInt32 kVersion = 0x00010009; // 1.0.9
     static constexpr Float32 kListenerInterval = 0.05f;
+    // The oversampled path's latency, in host samples.
+    static constexpr UInt32 kOversamplingLatency = 4;
 
     explicit CZkmorvaAU(AudioComponentInstance instance);
     ~CZkmorvaAU() override;

@@ -9,7 +9,7 @@ namespace {
 
 std::span<const CBitmapDescription> gBitmapTable;
 
-int devicePixels(CCoord logical, double scale) {
+int DevicePixels(CCoord logical, double scale) {
     return std::max(1, static_cast<int>(std::ceil(logical * scale)));
 }
 
@@ -81,8 +81,8 @@ cairo_surface_t* CBitmap::getSurface(double scale) {
     if (auto it = surfaces.find(scale); it != surfaces.end()) {
         return it->second;
     }
-    cairo_surface_t* s = cairo_image_surface_create(CAIRO_FORMAT_ARGB32, devicePixels(width, scale),
-                                                    devicePixels(height, scale));
+    cairo_surface_t* s = cairo_image_surface_create(CAIRO_FORMAT_ARGB32, DevicePixels(width, scale),
+                                                    DevicePixels(height, scale));
     cairo_t* cr = cairo_create(s);
     cairo_scale(cr, scale, scale);
     painter(cr, scale);

@@ -9,12 +9,12 @@ namespace {
 
 constexpr double kDashLength = 3.0; // logical pixels on and off
 
-double channel(unsigned char c) {
+double Channel(unsigned char c) {
     return c / 255.0;
 }
 
 // Stroked shapes sit on pixel centres so that odd widths stay one device pixel sharp.
-double penOffset(int width) {
+double PenOffset(int width) {
     return (width % 2) ? 0.5 : 0.0;
 }
 
@@ -34,8 +34,8 @@ CDrawContext::~CDrawContext() {
 }
 
 void CDrawContext::applySource(const CColor& color) {
-    cairo_set_source_rgba(cr, channel(color.red), channel(color.green), channel(color.blue),
-                          channel(color.alpha));
+    cairo_set_source_rgba(cr, Channel(color.red), Channel(color.green), Channel(color.blue),
+                          Channel(color.alpha));
 }
 
 void CDrawContext::setDrawMode(CDrawMode mode) {
@@ -66,7 +66,7 @@ void CDrawContext::lineTo(const CPoint& point) {
 }
 
 void CDrawContext::drawLine(const CPoint& from, const CPoint& to) {
-    const double o = penOffset(lineWidth);
+    const double o = PenOffset(lineWidth);
     cairo_new_path(cr);
     cairo_move_to(cr, from.h + o, from.v + o);
     cairo_line_to(cr, to.h + o, to.v + o);
@@ -91,7 +91,7 @@ void CDrawContext::drawPolygon(const CPoint* points, int count, CDrawStyle style
         cairo_fill(cr);
     }
     if (style != kDrawFilled) {
-        tracePath(penOffset(lineWidth));
+        tracePath(PenOffset(lineWidth));
         strokePrepared();
     }
 }
@@ -105,7 +105,7 @@ void CDrawContext::drawRect(const CRect& rect, CDrawStyle style) {
         fillRect(rect);
     }
     if (style != kDrawFilled) {
-        const double o = penOffset(lineWidth);
+        const double o = PenOffset(lineWidth);
         cairo_new_path(cr);
         cairo_rectangle(cr, rect.left + o, rect.top + o, rect.width() - 2 * o,
                         rect.height() - 2 * o);
@@ -149,7 +149,7 @@ void CDrawContext::fillEllipse(const CRect& rect) {
 }
 
 void CDrawContext::setFont(CFont fontID, double size, bool bold) {
-    const CFontDescription d = fontDescription(fontID);
+    const CFontDescription d = FontDescription(fontID);
     font = (fontID >= 0 && fontID < kNumFonts) ? fontID : kSystemFont;
     fontSize = size > 0 ? size : d.size;
     fontBold = bold || d.bold;

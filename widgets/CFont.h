@@ -33,7 +33,7 @@ inline constexpr std::array<CFontDescription, kNumFonts> kFontTable{{
 inline constexpr const char* kFontFamily = "DejaVu Sans";
 
 // Font number clamped into the table, so an out-of-range number shows the system font.
-inline constexpr CFontDescription fontDescription(int font) {
+inline constexpr CFontDescription FontDescription(int font) {
     return (font >= 0 && font < kNumFonts) ? kFontTable[static_cast<unsigned>(font)]
                                            : kFontTable[kSystemFont];
 }

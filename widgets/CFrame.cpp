@@ -9,7 +9,7 @@ namespace {
 
 constexpr long kButtonMask = kLButton | kMButton | kRButton;
 
-double steadyNowMs() {
+double SteadyNowMs() {
     using namespace std::chrono;
     return duration<double, std::milli>(steady_clock::now().time_since_epoch()).count();
 }
@@ -62,7 +62,7 @@ void CFrame::removeViewDeferred(CView* view) {
 
 bool CFrame::dispatchMouseDown(CPoint where, long buttons, double timeMs) {
     collectGarbage();
-    const double now = timeMs < 0.0 ? steadyNowMs() : timeMs;
+    const double now = timeMs < 0.0 ? SteadyNowMs() : timeMs;
     const long button = buttons & kButtonMask;
     doubleClick = button != 0 && button == lastDownButton &&
                   now - lastDownTime <= doubleClickTime &&

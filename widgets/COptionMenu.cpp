@@ -137,7 +137,7 @@ bool COptionMenu::openPopup() {
         widest = std::max(widest, measuring.getStringWidth(e.c_str()));
     }
     const CCoord entryHeight =
-        static_cast<CCoord>(std::ceil(fontDescription(fontID).size)) + 2 * kEntryPadding;
+        static_cast<CCoord>(std::ceil(FontDescription(fontID).size)) + 2 * kEntryPadding;
     const CCoord width =
         std::max(size.width(), static_cast<CCoord>(std::ceil(widest)) + kTextMargin + 8);
     const CCoord height = entryHeight * getNbEntries() + 2;

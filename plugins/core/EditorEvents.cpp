@@ -13,7 +13,7 @@ bool PluginCore::HandleEditorEvent(std::string_view message) {
     if (!unit || !event) {
         return false;
     }
-    if (event->kind == EditorEvent::Kind::kTextBox) {
+    if (event->kind == EditorEvent::Kind::TextBox) {
         Queue({kTextBoxEvent, 0, 0.0f});
         return true;
     }
@@ -22,7 +22,7 @@ bool PluginCore::HandleEditorEvent(std::string_view message) {
     if (!isInput) {
         return false;
     }
-    Queue({event->kind == EditorEvent::Kind::kBeginGesture
+    Queue({event->kind == EditorEvent::Kind::BeginGesture
                ? kAudioUnitEvent_BeginParameterChangeGesture
                : kAudioUnitEvent_EndParameterChangeGesture,
            event->id, 0.0f});

@@ -25,11 +25,11 @@ std::optional<AudioUnitParameterID> ParseId(std::string_view digits) {
 
 std::string FormatEditorEvent(const EditorEvent& event) {
     switch (event.kind) {
-    case EditorEvent::Kind::kBeginGesture:
+    case EditorEvent::Kind::BeginGesture:
         return std::string(kBegin) + std::to_string(event.id);
-    case EditorEvent::Kind::kEndGesture:
+    case EditorEvent::Kind::EndGesture:
         return std::string(kEnd) + std::to_string(event.id);
-    case EditorEvent::Kind::kTextBox:
+    case EditorEvent::Kind::TextBox:
         break;
     }
     return std::string(kTextBox);
@@ -37,10 +37,10 @@ std::string FormatEditorEvent(const EditorEvent& event) {
 
 std::optional<EditorEvent> ParseEditorEvent(std::string_view text) {
     if (text == kTextBox) {
-        return EditorEvent{EditorEvent::Kind::kTextBox, 0};
+        return EditorEvent{EditorEvent::Kind::TextBox, 0};
     }
-    for (const auto& [prefix, kind] : {std::pair{kBegin, EditorEvent::Kind::kBeginGesture},
-                                       std::pair{kEnd, EditorEvent::Kind::kEndGesture}}) {
+    for (const auto& [prefix, kind] : {std::pair{kBegin, EditorEvent::Kind::BeginGesture},
+                                       std::pair{kEnd, EditorEvent::Kind::EndGesture}}) {
         if (text.starts_with(prefix)) {
             if (const auto id = ParseId(text.substr(prefix.size()))) {
                 return EditorEvent{kind, *id};

@@ -37,8 +37,8 @@ inline std::uint32_t HostParameterCount(const UnitDescriptor& d) {
 }
 
 struct EditorEvent {
-    enum class Kind { kBeginGesture, kEndGesture, kTextBox };
-    Kind kind = Kind::kTextBox;
+    enum class Kind { BeginGesture, EndGesture, TextBox };
+    Kind kind = Kind::TextBox;
     AudioUnitParameterID id = 0; // gestures only
 };
 

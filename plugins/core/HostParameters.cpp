@@ -2,47 +2,10 @@
 
 #include <algorithm>
 #include <cmath>
-#include <optional>
 
 namespace zkplug {
 
 namespace {
-
-const char* UnitLabel(AudioUnitParameterUnit unit) {
-    switch (unit) {
-    case kAudioUnitParameterUnit_Decibels:
-        return "dB";
-    case kAudioUnitParameterUnit_Hertz:
-        return "Hz";
-    case kAudioUnitParameterUnit_Percent:
-        return "%";
-    default:
-        return "";
-    }
-}
-
-bool Names(const zk::ValueTextRule& rule, AudioUnitParameterID id) {
-    return std::find(rule.ids.begin(), rule.ids.end(), id) != rule.ids.end();
-}
-
-// A value inside both the rule's range and the parameter's range, if any.
-std::optional<float> RepresentativeValue(const zk::ValueRange& r, const zk::ParameterDef& p) {
-    if (r.Contains(p.defaultValue) && p.defaultValue >= p.minValue &&
-        p.defaultValue <= p.maxValue) {
-        return p.defaultValue;
-    }
-    const float lo = std::max(r.lo, p.minValue);
-    const float hi = std::min(r.hi, p.maxValue);
-    if (!(lo <= hi)) {
-        return std::nullopt;
-    }
-    for (float v : {lo == hi ? lo : 0.5f * (lo + hi), lo, hi}) {
-        if (r.Contains(v)) {
-            return v;
-        }
-    }
-    return std::nullopt;
-}
 
 void AddScalePoint(std::vector<ScalePoint>& points, float value, std::string label) {
     // The first text found for a value wins, as when the unit formats it.
@@ -74,7 +37,7 @@ std::vector<HostParameter> DescribeParameters(AUBase& unit, const UnitDescriptor
         h.id = p.id;
         h.symbol = p.symbol;
         h.name = (p.name != nullptr && p.name[0] != '\0') ? p.name : p.symbol;
-        h.unitLabel = UnitLabel(p.unit);
+        h.unitLabel = zk::LabelOf(p.unit).suffix;
         h.minValue = p.minValue;
         h.maxValue = p.maxValue;
         h.defaultValue = p.defaultValue;
@@ -100,15 +63,10 @@ std::vector<HostParameter> DescribeParameters(AUBase& unit, const UnitDescriptor
             }
         }
         for (const zk::ValueTextRule& rule : texts) {
-            if (!Names(rule, p.id)) {
+            if (!zk::NamesParameter(rule, p.id)) {
                 continue;
             }
-            if (const auto v = RepresentativeValue(rule.range, p)) {
-                // Label the value with the text the unit itself gives it.
-                if (const char* text = zk::FindValueText(texts, p.id, *v)) {
-                    AddScalePoint(h.scalePoints, *v, text);
-                }
-            }
+            AddScalePoint(h.scalePoints, rule.value, rule.text);
         }
         std::sort(h.scalePoints.begin(), h.scalePoints.end(),
                   [](const ScalePoint& a, const ScalePoint& b) { return a.value < b.value; });

@@ -35,8 +35,8 @@ struct HostParameter {
     bool logarithmic = false;
     bool enumeration = false; // only the scale points are valid values
     // Values with a text of their own. Texts the unit gives to a whole range of
-    // values are shown at one value of that range (the default when it lies
-    // there, else the middle), since the formats label single values only.
+    // values are shown at the one value that stands for the range in the unit's
+    // texts, since the formats label single values only.
     std::vector<ScalePoint> scalePoints;
 };
 

@@ -148,12 +148,12 @@ void RemoteUnit::OnEditorEvent(const AudioUnitEvent& event, AudioUnitParameterVa
     case kAudioUnitEvent_BeginParameterChangeGesture:
         ++gestures[id];
         host.EditParameter(*index, true);
-        host.SendEditorEvent(FormatEditorEvent({EditorEvent::Kind::kBeginGesture, id}));
+        host.SendEditorEvent(FormatEditorEvent({EditorEvent::Kind::BeginGesture, id}));
         break;
     case kAudioUnitEvent_EndParameterChangeGesture:
         gestures[id] = std::max(0, gestures[id] - 1);
         host.EditParameter(*index, false);
-        host.SendEditorEvent(FormatEditorEvent({EditorEvent::Kind::kEndGesture, id}));
+        host.SendEditorEvent(FormatEditorEvent({EditorEvent::Kind::EndGesture, id}));
         break;
     default:
         break;
@@ -264,7 +264,7 @@ OSStatus RemoteUnit::SetProperty(AudioUnitPropertyID id, AudioUnitScope scope,
         // As the unit: any call with data sets the flag.
         if (inData != nullptr) {
             textBox = true;
-            host.SendEditorEvent(FormatEditorEvent({EditorEvent::Kind::kTextBox, 0}));
+            host.SendEditorEvent(FormatEditorEvent({EditorEvent::Kind::TextBox, 0}));
         }
         return noErr;
     }

@@ -1,6 +1,6 @@
 #pragma once
 
-// Drives a variant 1 processor the way its effect unit does: rate set, work
+// Drives the channel EQ's processor the way its effect unit does: rate set, work
 // buffer sized, history cleared, then blocks of one channel.
 #include "dsp/Zkmorva10SignalProcessing.h"
 #include "support/Measure.h"

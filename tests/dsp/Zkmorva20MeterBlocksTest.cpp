@@ -363,7 +363,7 @@ INSTANTIATE_TEST_SUITE_P(Kernels, MeterKernel, ::testing::ValuesIn(mk::kAllIsas)
                              return name;
                          });
 
-// The rule the per-sample meters are checked against uses the widest kernel.
+// The kernel the per-sample meters are checked against is the widest supported.
 TEST(Zkmorva20MeterBlocks, BestKernelIsTheWidestSupported) {
     mk::Isa widest = mk::Isa::Plain;
     for (mk::Isa isa : mk::kAllIsas) {
@@ -376,7 +376,7 @@ TEST(Zkmorva20MeterBlocks, BestKernelIsTheWidestSupported) {
 }
 
 // The block kernels scale the balance term by 4/3 as a product with kOneThird
-// where the rule divides by 3.0. Both, through the rest of the rule, on floats
+// where Balance() divides by 3.0. Both, through the rest of Balance(), on floats
 // t spread over [-1, 1] (a prime stride through every exponent and mantissa,
 // both signs) and on every float near 0.75 (where 4t/3 meets the clamp) and
 // near 1: the float balance must be the same bit for bit.

@@ -28,9 +28,9 @@ std::vector<std::vector<float>> Silence() {
 
 TEST(AUView, AutomationReachesTheControlsOnTheNextTick) {
     auto rig = zktest::MakeRig10();
-    CControl* knob = rig->editor->getControls().first(19, zkeditor::Role::kKnob);
+    CControl* knob = rig->editor->getControls().first(19, zkeditor::Role::Knob);
     auto* box =
-        dynamic_cast<CTextEdit*>(rig->editor->getControls().first(19, zkeditor::Role::kTextBox));
+        dynamic_cast<CTextEdit*>(rig->editor->getControls().first(19, zkeditor::Role::TextBox));
     ASSERT_NE(box, nullptr);
     Automate(rig->host, 19, 6.f);
     Automate(rig->host, 19, -3.f); // two changes before a tick: the last one counts
@@ -41,8 +41,7 @@ TEST(AUView, AutomationReachesTheControlsOnTheNextTick) {
     // Pads, Y axis.
     Automate(rig->host, 33, 12.f);
     rig->view->Tick();
-    EXPECT_FLOAT_EQ(rig->editor->getControls().first(33, zkeditor::Role::kTextBox)->getValue(),
-                    1.f);
+    EXPECT_FLOAT_EQ(rig->editor->getControls().first(33, zkeditor::Role::TextBox)->getValue(), 1.f);
 }
 
 TEST(AUView, PanelStateIsNotListenedTo) {
@@ -62,8 +61,8 @@ TEST(AUView, ChannelTwoAutomationReachesItsControls) {
     Automate(rig->host, 4, 0.f);  // master link off
     Automate(rig->host, 75, 6.f); // channel 2 MF gain
     rig->view->Tick();
-    EXPECT_FLOAT_EQ(rig->editor->getControls().first(75, zkeditor::Role::kKnob)->getValue(), 0.75f);
-    EXPECT_EQ(rig->editor->getControls().first(34, zkeditor::Role::kKnob)->getValue(), 0.5f);
+    EXPECT_FLOAT_EQ(rig->editor->getControls().first(75, zkeditor::Role::Knob)->getValue(), 0.75f);
+    EXPECT_EQ(rig->editor->getControls().first(34, zkeditor::Role::Knob)->getValue(), 0.5f);
 }
 
 // A drag on a band's Q knob starts auto-listen in the unit (begin gesture), the
@@ -71,7 +70,7 @@ TEST(AUView, ChannelTwoAutomationReachesItsControls) {
 template <class Rig>
 void CheckAutoListenReachesTheCurve(Rig& rig, long qTag, int channel, long curveInput,
                                     bool linked = false, double timeMs = 0.0) {
-    CControl* knob = rig.editor->getControls().first(qTag, zkeditor::Role::kKnob);
+    CControl* knob = rig.editor->getControls().first(qTag, zkeditor::Role::Knob);
     ASSERT_NE(knob, nullptr);
     const CPoint centre = Rig::Centre(knob->getViewSize());
     rig.frame->dispatchMouseDown(centre, kLButton, timeMs);
@@ -119,9 +118,9 @@ TEST(AUView, TimerTicksAfterTheDelayThenAt24Hz) {
     // A tick is what delivers automation.
     Automate(rig->host, 19, 6.f);
     EXPECT_FALSE(rig->view->TickIfDue(101.06));
-    EXPECT_EQ(rig->editor->getControls().first(19, zkeditor::Role::kKnob)->getValue(), 0.5f);
+    EXPECT_EQ(rig->editor->getControls().first(19, zkeditor::Role::Knob)->getValue(), 0.5f);
     EXPECT_TRUE(rig->view->TickIfDue(101.1));
-    EXPECT_FLOAT_EQ(rig->editor->getControls().first(19, zkeditor::Role::kKnob)->getValue(), 0.75f);
+    EXPECT_FLOAT_EQ(rig->editor->getControls().first(19, zkeditor::Role::Knob)->getValue(), 0.75f);
 }
 
 TEST(AUView, WithoutAUnitNothingIsBuilt) {

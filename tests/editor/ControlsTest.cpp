@@ -39,7 +39,7 @@ struct KnobFixture : ::testing::Test {
         frame.dispatchMouseMoved(to, buttons);
         frame.dispatchMouseUp(to, 0);
     }
-    std::unique_ptr<CBitmap> strip = zktest::makeStrip(30, 30, 101);
+    std::unique_ptr<CBitmap> strip = zktest::MakeStrip(30, 30, 101);
     zktest::RecordingListener listener;
     CFrame frame{CRect(0, 0, 300, 300)};
     CAnimKnobEX* a;
@@ -167,7 +167,7 @@ TEST_F(KnobFixture, FilmStripFrames) {
     a->setInverseBitmap(false);
     COffscreenContext image(300, 300);
     a->draw(&image);
-    EXPECT_TRUE(zktest::sameColor(image.getPixel(115, 115), zktest::stripColor(100)));
+    EXPECT_TRUE(zktest::SameColor(image.getPixel(115, 115), zktest::StripColor(100)));
 }
 
 struct JoystickFixture : ::testing::Test {

@@ -22,7 +22,7 @@ namespace {
 
 using ::testing::ElementsAre;
 
-// The base with the channel EQ's conversions and a bare frame, as a variant
+// The base with the channel EQ's conversions and a bare frame, as a unit's
 // editor will have them.
 class TestEditor : public CZkmorvaEditor {
 public:
@@ -84,7 +84,7 @@ struct EditorFixture : ::testing::Test {
 
     zktest::UnitHost host{OpenZkmorva10(), 44100.0, 1};
     TestEditor editor{&host.Unit()};
-    std::unique_ptr<CBitmap> strip = zktest::makeStrip(30, 30, 101);
+    std::unique_ptr<CBitmap> strip = zktest::MakeStrip(30, 30, 101);
 };
 
 double Position20_26000(double hz) {

@@ -12,6 +12,7 @@
 #include "editor/CZkmorva20Editor.h"
 #include "editor/UrlOpener.h"
 #include "framework/AUBase.h"
+#include "resources/SkinIds.h"
 #include "resources/SkinTable.h"
 #include "units/Zkmorva10AU.h"
 #include "units/Zkmorva20AU.h"

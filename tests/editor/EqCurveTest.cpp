@@ -19,7 +19,7 @@ constexpr CColor kFill{255, 191, 0, 255};
 const CRect kCurveRect(10, 20, 410, 260); // 400 columns, 240 px high
 
 // Input index of a channel EQ parameter.
-long InputOf(zk::Zkmorva10Param id) {
+long InputOf(AudioUnitParameterID id) {
     return static_cast<long>(id) - 6;
 }
 
@@ -27,15 +27,15 @@ long InputOf(zk::Zkmorva10Param id) {
 struct CurveAgainstUnit : ::testing::Test {
     CurveAgainstUnit() {
         for (long id = zk::kZ10HpQ; id <= zk::kZ10PresShiftOn; ++id) {
-            Send(static_cast<zk::Zkmorva10Param>(id),
+            Send(static_cast<AudioUnitParameterID>(id),
                  host.Get(static_cast<AudioUnitParameterID>(id)));
         }
     }
-    void Set(zk::Zkmorva10Param id, float value) {
+    void Set(AudioUnitParameterID id, float value) {
         host.Set(id, value);
         Send(id, value);
     }
-    void Send(zk::Zkmorva10Param id, float value) {
+    void Send(AudioUnitParameterID id, float value) {
         curve.setCurve(InputOf(id), zk10::ConvertToVSTValue(value, id));
     }
     // The curve's height at a column, in dB.

@@ -23,10 +23,10 @@ namespace {
 
 // What a view is to the layout.
 enum class Part {
-    kControl, // everything with a place of its own
-    kScreen,  // the curves, the rate indicator's shading, the panel handle
-    kScale,   // level and frequency scale labels
-    kKey,     // the help and panel keys in the corners
+    Control, // everything with a place of its own
+    Screen,  // the curves, the rate indicator's shading, the panel handle
+    Scale,   // level and frequency scale labels
+    Key,     // the help and panel keys in the corners
 };
 
 // The overlaps the layout means, and why.
@@ -35,9 +35,9 @@ struct Allowed {
     const char* why;
 };
 constexpr Allowed kAllowed[] = {
-    {Part::kScreen, Part::kScreen, "the curves, the shading and the handle share the screen"},
-    {Part::kScreen, Part::kScale, "the scales are drawn on the screen"},
-    {Part::kScreen, Part::kKey, "the help key sits on the shading, the folded keys on the handle"},
+    {Part::Screen, Part::Screen, "the curves, the shading and the handle share the screen"},
+    {Part::Screen, Part::Scale, "the scales are drawn on the screen"},
+    {Part::Screen, Part::Key, "the help key sits on the shading, the folded keys on the handle"},
 };
 
 bool IsAllowed(Part a, Part b) {
@@ -68,16 +68,16 @@ std::string Describe(CView* view) {
 template <class Editor> Part PartOf(const Editor& editor, CView* view) {
     if (dynamic_cast<CZkmorvaEqCurve*>(view) || dynamic_cast<CZkmorvaSpectrumView*>(view) ||
         view == editor.getRateIndicator() || view == editor.getPanelHandle()) {
-        return Part::kScreen;
+        return Part::Screen;
     }
     if (view == editor.getPanelToggle() || view == editor.getHelpOpenButton()) {
-        return Part::kKey;
+        return Part::Key;
     }
     auto* label = dynamic_cast<CTextLabel*>(view);
     if (label && !dynamic_cast<CTextEdit*>(view) && IsScaleText(label->getText())) {
-        return Part::kScale;
+        return Part::Scale;
     }
-    return Part::kControl;
+    return Part::Control;
 }
 
 // Hidden views (the scale labels of a folded panel) take no room.

@@ -32,8 +32,9 @@ TEST(ValueMapping, Zkmorva20ChannelTwoRepeatsChannelOneAndGlobalsAreListed) {
     for (long id = 18; id <= 58; ++id) {
         EXPECT_EQ(zk20::KindOf(id), zk20::KindOf(id + 41)) << id;
     }
-    // Channel 1 of variant 2 against the channel EQ, band by band (HP Q .. PS gain):
-    // variant 2 has a link id after each band's f/gain, so the offsets differ.
+    // Channel 1 of the two-channel EQ against the channel EQ, band by band (HP Q ..
+    // PS gain): the two-channel EQ has a link id after each band's f/gain, so the
+    // offsets differ.
     const std::vector<std::pair<long, long>> same{
         {18, 6},  {19, 7},  {22, 9},  {23, 10}, {24, 11}, {27, 13}, {28, 14}, {29, 15},
         {32, 17}, {33, 18}, {34, 19}, {37, 21}, {38, 22}, {39, 23}, {42, 25}, {43, 26},
@@ -41,17 +42,17 @@ TEST(ValueMapping, Zkmorva20ChannelTwoRepeatsChannelOneAndGlobalsAreListed) {
     for (auto [id20, id10] : same) {
         EXPECT_EQ(zk20::KindOf(id20), zk10::KindOf(id10)) << id20;
     }
-    EXPECT_EQ(zk20::KindOf(3), MappingKind::kModeIndex);
-    EXPECT_EQ(zk20::KindOf(14), MappingKind::kFreq20_26000);
-    EXPECT_EQ(zk20::KindOf(16), MappingKind::kStereoWidth);
+    EXPECT_EQ(zk20::KindOf(3), MappingKind::ModeIndex);
+    EXPECT_EQ(zk20::KindOf(14), MappingKind::Freq20_26000);
+    EXPECT_EQ(zk20::KindOf(16), MappingKind::StereoWidth);
     for (long id : {6L, 8L, 10L, 12L}) {
-        EXPECT_EQ(zk20::KindOf(id), MappingKind::kLevelGain);
+        EXPECT_EQ(zk20::KindOf(id), MappingKind::LevelGain);
     }
     for (long id : {-1L, 0L, 2L, 98L, 100L, 108L, 109L, 5000L}) {
-        EXPECT_EQ(zk20::KindOf(id), MappingKind::kIdentity) << id;
+        EXPECT_EQ(zk20::KindOf(id), MappingKind::Identity) << id;
     }
     for (long id : {-3L, 0L, 37L, 38L, 40L, 41L}) {
-        EXPECT_EQ(zk10::KindOf(id), MappingKind::kIdentity) << id;
+        EXPECT_EQ(zk10::KindOf(id), MappingKind::Identity) << id;
     }
 }
 
@@ -63,11 +64,11 @@ struct ContinuousKind {
 // x -> value -> x over the whole control, and the value at the centre.
 TEST(ValueMapping, ContinuousKindsRoundTripOverTheWholeRange) {
     const std::vector<ContinuousKind> kinds{
-        {MappingKind::kFreq20_26000, 20, 26000}, {MappingKind::kShelvingQ, 0.28, 15},
-        {MappingKind::kFreq20_1000, 20, 1000},   {MappingKind::kGain12, -12, 12},
-        {MappingKind::kQ0_3_15, 0.3, 15},        {MappingKind::kFreq400_26000, 400, 26000},
-        {MappingKind::kBassShift, 40, 200},      {MappingKind::kPresenceShift, 8000, 20000},
-        {MappingKind::kStereoWidth, 0, 400},
+        {MappingKind::Freq20_26000, 20, 26000}, {MappingKind::ShelvingQ, 0.28, 15},
+        {MappingKind::Freq20_1000, 20, 1000},   {MappingKind::Gain12, -12, 12},
+        {MappingKind::Q0_3_15, 0.3, 15},        {MappingKind::Freq400_26000, 400, 26000},
+        {MappingKind::BassShift, 40, 200},      {MappingKind::PresenceShift, 8000, 20000},
+        {MappingKind::StereoWidth, 0, 400},
     };
     for (const ContinuousKind& k : kinds) {
         SCOPED_TRACE(static_cast<int>(k.kind));
@@ -81,15 +82,15 @@ TEST(ValueMapping, ContinuousKindsRoundTripOverTheWholeRange) {
         }
     }
     // Independent centre values: geometric means for the logarithmic laws.
-    EXPECT_NEAR(zkeditor::FromNormalised(MappingKind::kFreq20_26000, 0.5f),
+    EXPECT_NEAR(zkeditor::FromNormalised(MappingKind::Freq20_26000, 0.5f),
                 std::sqrt(20.0 * 26000.0), 0.01);
-    EXPECT_NEAR(zkeditor::FromNormalised(MappingKind::kQ0_3_15, 0.5f), std::sqrt(0.3 * 15), 1e-5);
-    EXPECT_NEAR(zkeditor::FromNormalised(MappingKind::kFreq400_26000, 0.25f),
+    EXPECT_NEAR(zkeditor::FromNormalised(MappingKind::Q0_3_15, 0.5f), std::sqrt(0.3 * 15), 1e-5);
+    EXPECT_NEAR(zkeditor::FromNormalised(MappingKind::Freq400_26000, 0.25f),
                 400.0 * std::pow(65.0, 0.25), 0.01);
-    EXPECT_FLOAT_EQ(zkeditor::FromNormalised(MappingKind::kStereoWidth, 0.5f), 100.f);
-    EXPECT_FLOAT_EQ(zkeditor::FromNormalised(MappingKind::kStereoWidth, 0.75f), 200.f);
-    EXPECT_FLOAT_EQ(zkeditor::FromNormalised(MappingKind::kStereoWidth, 0.875f), 300.f);
-    EXPECT_FLOAT_EQ(zkeditor::ToNormalised(MappingKind::kStereoWidth, 150.f), 0.625f);
+    EXPECT_FLOAT_EQ(zkeditor::FromNormalised(MappingKind::StereoWidth, 0.5f), 100.f);
+    EXPECT_FLOAT_EQ(zkeditor::FromNormalised(MappingKind::StereoWidth, 0.75f), 200.f);
+    EXPECT_FLOAT_EQ(zkeditor::FromNormalised(MappingKind::StereoWidth, 0.875f), 300.f);
+    EXPECT_FLOAT_EQ(zkeditor::ToNormalised(MappingKind::StereoWidth, 150.f), 0.625f);
 }
 
 TEST(ValueMapping, ShifterDefaultsSitAtTheCentreOneWayOnly) {

@@ -106,7 +106,7 @@ TEST_F(Zkmorva10EditorTest, DraggingAGainKnobSetsTheParameterInsideOneGesture) {
     EXPECT_THAT(gestures.Take(), ::testing::ElementsAre("begin 11", "end 11"));
     // The knob's own text box follows at once.
     auto* box =
-        dynamic_cast<CTextEdit*>(rig->editor->getControls().first(11, zkeditor::Role::kTextBox));
+        dynamic_cast<CTextEdit*>(rig->editor->getControls().first(11, zkeditor::Role::TextBox));
     ASSERT_NE(box, nullptr);
     EXPECT_STREQ(box->getText(), "4.8 dB");
 }
@@ -123,7 +123,7 @@ TEST_F(Zkmorva10EditorTest, TypedTextGoesThroughTheTagsParseFunction) {
         noErr);
     EXPECT_EQ(flag, 1);
     // The knob moved with it, without being touched.
-    EXPECT_FLOAT_EQ(rig->editor->getControls().first(18, zkeditor::Role::kKnob)->getValue(),
+    EXPECT_FLOAT_EQ(rig->editor->getControls().first(18, zkeditor::Role::Knob)->getValue(),
                     zk10::ConvertToVSTValue(rig->Param(18), 18));
 
     // Beyond the range: clamped to the ends. Letters only read as 0 Hz: the bottom.
@@ -160,7 +160,7 @@ TEST_F(Zkmorva10EditorTest, BadTextNeverCrashesAndNoNumberChangesNothing) {
 
 TEST_F(Zkmorva10EditorTest, SlopeKnobReleasedBetweenDetentsSnaps) {
     auto* knob =
-        dynamic_cast<CAnimKnobEX*>(rig->editor->getControls().first(6, zkeditor::Role::kKnob));
+        dynamic_cast<CAnimKnobEX*>(rig->editor->getControls().first(6, zkeditor::Role::Knob));
     ASSERT_NE(knob, nullptr);
     const float start = knob->getValue();
     const auto pixels = static_cast<CCoord>((0.62f - start) * 200.f);
@@ -233,13 +233,13 @@ TEST_F(Zkmorva10EditorTest, HelpPagesTabsKnobModeAndAddresses) {
     EXPECT_EQ(pages->page(0)->getViewSize(), CRect(325, 12, 699, 270));
 
     auto tabPoint = [&](CZkmorvaHelpPages::Tab tab) {
-        CRect r = CZkmorvaHelpPages::kTabRects[tab];
+        CRect r = CZkmorvaHelpPages::TabRect(tab);
         const CRect page = pages->page(0)->getViewSize();
         r.offset(page.left, page.top);
         return Rig10::Centre(r);
     };
     // Switches to the mouse page; the knob-mode switch shows linear dragging.
-    rig->Click(tabPoint(CZkmorvaHelpPages::kPage2));
+    rig->Click(tabPoint(CZkmorvaHelpPages::Tab::Page2));
     ASSERT_EQ(pages->shownPage(), 1);
     EXPECT_EQ(pages->knobModeSwitch()->getValue(), 0.f);
     CRect knobMode = CZkmorvaHelpPages::kKnobModeRect;
@@ -250,8 +250,8 @@ TEST_F(Zkmorva10EditorTest, HelpPagesTabsKnobModeAndAddresses) {
     rig->Click(Rig10::Centre(knobMode));
     EXPECT_EQ(rig->frame->getKnobMode(), kLinearMode);
 
-    rig->Click(tabPoint(CZkmorvaHelpPages::kManual));
-    rig->Click(tabPoint(CZkmorvaHelpPages::kWeb));
+    rig->Click(tabPoint(CZkmorvaHelpPages::Tab::Manual));
+    rig->Click(tabPoint(CZkmorvaHelpPages::Tab::Web));
     EXPECT_THAT(captured.urls,
                 ::testing::ElementsAre(zkeditor::ManualUrl(), zkeditor::kProductPageUrl));
     // While a page is shown, nothing under it reacts.
@@ -259,7 +259,7 @@ TEST_F(Zkmorva10EditorTest, HelpPagesTabsKnobModeAndAddresses) {
     rig->frame->dispatchWheel(Rig10::Centre(Knob(11).rect), 3.f, 0);
     EXPECT_EQ(rig->Param(11), gain);
 
-    rig->Click(tabPoint(CZkmorvaHelpPages::kClose));
+    rig->Click(tabPoint(CZkmorvaHelpPages::Tab::Close));
     EXPECT_EQ(pages->shownPage(), -1);
     EXPECT_EQ(rig->frame->getModalView(), nullptr);
     // A folded panel centres the pages on the narrow frame.
@@ -288,7 +288,7 @@ TEST_F(Zkmorva10EditorTest, PictureShowsEveryControlAndTheFoldedPanel) {
     float levels[2] = {0.f, 0.f}; // 0 dB: lit meters
     rig->editor->SetMeters(levels, true);
     auto shown = rig->Picture();
-    auto background = zktest::Background(10, 1024, 283);
+    auto background = zktest::Background(skin::kBackground10, 1024, 283);
     std::vector<CRect> rects;
     for (const auto& def : kGainKnobs) {
         rects.push_back(def.rect);

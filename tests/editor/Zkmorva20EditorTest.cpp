@@ -107,8 +107,8 @@ TEST_F(Zkmorva20EditorTest, ChannelTwoControlsUseChannelOneTagPlus41) {
 // editor stores them all; and its controls show them at once, before any audio.
 TEST_F(Zkmorva20EditorTest, LinkedChangesAreWrittenAndShownOnBothSides) {
     zktest::GestureRecorder gestures(&rig->host.Unit(), 108);
-    CControl* left = rig->editor->getControls().first(24, zkeditor::Role::kKnob);
-    CControl* right = rig->editor->getControls().first(65, zkeditor::Role::kKnob);
+    CControl* left = rig->editor->getControls().first(24, zkeditor::Role::Knob);
+    CControl* right = rig->editor->getControls().first(65, zkeditor::Role::Knob);
     ASSERT_TRUE(left && right);
     rig->Drag(Rig20::Centre(left->getViewSize()), 0, -40);
     EXPECT_NE(rig->Param(24), 0.f);
@@ -120,12 +120,12 @@ TEST_F(Zkmorva20EditorTest, LinkedChangesAreWrittenAndShownOnBothSides) {
     rig->Click(Rig20::Centre(kTopLeds[0].rect)); // solo L
     rig->Click(Rig20::Centre(kTopLeds[1].rect)); // solo R switches solo L off
     EXPECT_EQ(rig->Param(0), 0.f);
-    EXPECT_EQ(rig->editor->getControls().first(0, zkeditor::Role::kValue)->getValue(), 0.f);
+    EXPECT_EQ(rig->editor->getControls().first(0, zkeditor::Role::Value)->getValue(), 0.f);
     gestures.Take();
     rig->Click(Rig20::Centre(kTopLeds[3].rect)); // master link off: every lamp goes out
     for (const auto& link : kBandLinks) {
         EXPECT_EQ(rig->Param(static_cast<AudioUnitParameterID>(link.tag)), 0.f) << link.tag;
-        EXPECT_EQ(rig->editor->getControls().first(link.tag, zkeditor::Role::kValue)->getValue(),
+        EXPECT_EQ(rig->editor->getControls().first(link.tag, zkeditor::Role::Value)->getValue(),
                   0.f)
             << link.tag;
     }
@@ -136,7 +136,7 @@ TEST_F(Zkmorva20EditorTest, LinkedChangesAreWrittenAndShownOnBothSides) {
 TEST_F(Zkmorva20EditorTest, SlopeKnobsOfBothChannelsSnap) {
     rig->Click(Rig20::Centre(kTopLeds[3].rect));
     for (long tag : {18L, 88L}) {
-        CControl* knob = rig->editor->getControls().first(tag, zkeditor::Role::kKnob);
+        CControl* knob = rig->editor->getControls().first(tag, zkeditor::Role::Knob);
         ASSERT_NE(knob, nullptr);
         const auto pixels = static_cast<CCoord>((0.83f - knob->getValue()) * 200.f);
         rig->Drag(Rig20::Centre(knob->getViewSize()), pixels, 0);
@@ -209,13 +209,13 @@ TEST(Zkmorva20EditorMeters, CorrelationBalanceAndMetersFollowTheAudio) {
     }
 }
 
-TEST_F(Zkmorva20EditorTest, HelpPagesUseTheVariantsFirstPageAndTag) {
+TEST_F(Zkmorva20EditorTest, HelpPagesUseTheUnitsFirstPageAndTag) {
     rig->Click(Rig20::Centre(kHelpOpenRect));
     auto* pages = rig->editor->getHelpPages();
     ASSERT_EQ(pages->shownPage(), 0);
-    EXPECT_EQ(pages->page(0)->getBackground()->getResourceID(), 48);
-    EXPECT_EQ(pages->tab(0, CZkmorvaHelpPages::kClose)->getTag(), kInternalTag);
-    CRect close = CZkmorvaHelpPages::kTabRects[CZkmorvaHelpPages::kClose];
+    EXPECT_EQ(pages->page(0)->getBackground()->getResourceID(), skin::kHelpPage20);
+    EXPECT_EQ(pages->tab(0, CZkmorvaHelpPages::Tab::Close)->getTag(), kInternalTag);
+    CRect close = CZkmorvaHelpPages::TabRect(CZkmorvaHelpPages::Tab::Close);
     close.offset(325, 12);
     rig->Click(Rig20::Centre(close));
     EXPECT_EQ(pages->shownPage(), -1);
@@ -225,7 +225,7 @@ TEST_F(Zkmorva20EditorTest, PictureShowsEveryControlAndTheFoldedPanel) {
     std::array<float, 8> levels{0, 0, 0, 0, 0, 0, 0.9f, 0.5f};
     rig->editor->SetMeters(levels.data(), true);
     auto shown = rig->Picture();
-    auto background = zktest::Background(13, 1024, 530);
+    auto background = zktest::Background(skin::kBackground20, 1024, 530);
     std::vector<CRect> rects;
     for (const auto& def : kTopKnobs) {
         rects.push_back(def.rect);

@@ -12,7 +12,10 @@ namespace zktest {
 inline const AudioComponentDescription kGainDesc{MakeFourCC("aufx"), MakeFourCC("Gain"),
                                                  MakeFourCC("Zkts"), 0, 0};
 
-enum : AudioUnitParameterID { kGain = 0, kMode = 1, kMix = 2, kNumParams = 3 };
+inline constexpr AudioUnitParameterID kGain = 0;
+inline constexpr AudioUnitParameterID kMode = 1;
+inline constexpr AudioUnitParameterID kMix = 2;
+inline constexpr AudioUnitParameterID kNumParams = 3;
 
 class GainUnit : public AUEffectBase {
 public:
@@ -115,7 +118,7 @@ public:
     std::vector<void*> lastIn, lastOut;
 };
 
-// A variant restricted to 2 in / 2 out.
+// The gain unit restricted to 2 in / 2 out.
 class StereoGainUnit : public GainUnit {
 public:
     using GainUnit::GainUnit;

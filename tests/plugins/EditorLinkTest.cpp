@@ -19,14 +19,14 @@ using Kind = zkplug::EditorEvent::Kind;
 
 TEST(EditorLink, EventsReadBackAsWrittenAndNothingElseIsAccepted) {
     for (const EditorEvent& e :
-         {EditorEvent{Kind::kBeginGesture, 0}, EditorEvent{Kind::kEndGesture, 108},
-          EditorEvent{Kind::kBeginGesture, 4294967295u}, EditorEvent{Kind::kTextBox, 0}}) {
+         {EditorEvent{Kind::BeginGesture, 0}, EditorEvent{Kind::EndGesture, 108},
+          EditorEvent{Kind::BeginGesture, 4294967295u}, EditorEvent{Kind::TextBox, 0}}) {
         const auto back = zkplug::ParseEditorEvent(zkplug::FormatEditorEvent(e));
         ASSERT_TRUE(back) << zkplug::FormatEditorEvent(e);
         EXPECT_EQ(back->kind, e.kind);
         EXPECT_EQ(back->id, e.id);
     }
-    EXPECT_EQ(zkplug::FormatEditorEvent({Kind::kBeginGesture, 17}), "begin 17");
+    EXPECT_EQ(zkplug::FormatEditorEvent({Kind::BeginGesture, 17}), "begin 17");
     for (const char* bad : {"", "begin", "begin ", "begin x", "begin 12x", "begin -1", "begin +1",
                             "end 4294967296", "textbox ", "Begin 1", "begin  1", "ClassInfo"}) {
         EXPECT_FALSE(zkplug::ParseEditorEvent(bad)) << '"' << bad << '"';

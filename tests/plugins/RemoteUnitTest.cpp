@@ -33,7 +33,7 @@ using zkplug::AutoListenState;
 using zkplug::UnitDescriptor;
 
 struct HostCall {
-    enum Kind { kValue, kBegin, kEnd, kEvent } kind;
+    enum class Kind { Value, Begin, End, Event } kind;
     std::uint32_t index = 0;
     float value = 0.f;
     std::string message;
@@ -42,16 +42,16 @@ struct HostCall {
 // Records what the UI sends to DPF; optionally passes it on (end to end).
 struct FakeHost : zkplug::RemoteHost {
     void SetParameterValue(std::uint32_t index, float value) override {
-        calls.push_back({HostCall::kValue, index, value, {}});
+        calls.push_back({HostCall::Kind::Value, index, value, {}});
         if (core != nullptr) {
             core->SetParameter(index, value);
         }
     }
     void EditParameter(std::uint32_t index, bool started) override {
-        calls.push_back({started ? HostCall::kBegin : HostCall::kEnd, index, 0.f, {}});
+        calls.push_back({started ? HostCall::Kind::Begin : HostCall::Kind::End, index, 0.f, {}});
     }
     void SendEditorEvent(const std::string& message) override {
-        calls.push_back({HostCall::kEvent, 0, 0.f, message});
+        calls.push_back({HostCall::Kind::Event, 0, 0.f, message});
         if (core != nullptr) {
             core->HandleEditorEvent(message);
         }
@@ -86,7 +86,7 @@ struct UiRig {
     // One idle call on which the view's timer is due.
     void Tick() { editor.Idle(now += 1.0); }
 
-    CControl* Control(long tag, zkeditor::Role role = zkeditor::Role::kKnob) {
+    CControl* Control(long tag, zkeditor::Role role = zkeditor::Role::Knob) {
         CZkmorvaEditor* e = editor.View().GetEditor();
         const zkeditor::ControlRegistry& controls =
             dynamic_cast<CZkmorva10Editor*>(e) != nullptr
@@ -97,7 +97,7 @@ struct UiRig {
         return c;
     }
     // A control's centre in device pixels.
-    std::pair<double, double> DeviceCentre(long tag, zkeditor::Role role = zkeditor::Role::kKnob) {
+    std::pair<double, double> DeviceCentre(long tag, zkeditor::Role role = zkeditor::Role::Knob) {
         const CRect r = Control(tag, role)->getViewSize();
         const double s = editor.Scale();
         return {(r.left + r.right) / 2.0 * s + 0.5, (r.top + r.bottom) / 2.0 * s + 0.5};
@@ -172,16 +172,16 @@ TEST(RemoteUnit, DragSendsBeginValuesEndToTheHostAndGesturesToTheDsp) {
 
     const std::vector<HostCall> calls = rig.host.Take();
     ASSERT_GE(calls.size(), 5u);
-    EXPECT_EQ(calls.front().kind, HostCall::kBegin);
+    EXPECT_EQ(calls.front().kind, HostCall::Kind::Begin);
     EXPECT_EQ(calls.front().index, index);
-    EXPECT_EQ(calls[1].kind, HostCall::kEvent);
+    EXPECT_EQ(calls[1].kind, HostCall::Kind::Event);
     EXPECT_EQ(calls[1].message, "begin 11");
-    EXPECT_EQ(calls[calls.size() - 2].kind, HostCall::kEnd);
+    EXPECT_EQ(calls[calls.size() - 2].kind, HostCall::Kind::End);
     EXPECT_EQ(calls[calls.size() - 2].index, index);
     EXPECT_EQ(calls.back().message, "end 11");
     float last = 0.f;
     for (std::size_t i = 2; i + 2 < calls.size(); ++i) {
-        EXPECT_EQ(calls[i].kind, HostCall::kValue) << i;
+        EXPECT_EQ(calls[i].kind, HostCall::Kind::Value) << i;
         EXPECT_EQ(calls[i].index, index) << i;
         EXPECT_GE(calls[i].value, last) << "an upward drag only raises the gain";
         last = calls[i].value;
@@ -196,7 +196,7 @@ TEST(RemoteUnit, DragSendsBeginValuesEndToTheHostAndGesturesToTheDsp) {
 // begins, so the DSP does not start auto-listen for typing.
 TEST(RemoteUnit, TypedValueGoesOutAfterTheTextBoxFlag) {
     UiRig rig = Rig10();
-    rig.Click(kLfGain, zkeditor::Role::kTextBox);
+    rig.Click(kLfGain, zkeditor::Role::TextBox);
     UInt8 flag = 0;
     UInt32 size = 1;
     EXPECT_EQ(AudioUnitGetProperty(&rig.editor.Unit(), CZkmorvaAU::kTextBoxCurrentControlProperty,
@@ -214,9 +214,9 @@ TEST(RemoteUnit, TypedValueGoesOutAfterTheTextBoxFlag) {
     std::vector<std::string> events;
     std::vector<float> values;
     for (const HostCall& c : rig.host.Take()) {
-        if (c.kind == HostCall::kEvent) {
+        if (c.kind == HostCall::Kind::Event) {
             events.push_back(c.message);
-        } else if (c.kind == HostCall::kValue) {
+        } else if (c.kind == HostCall::Kind::Value) {
             EXPECT_EQ(c.index, IndexOf(rig.descriptor, kLfGain));
             values.push_back(c.value);
         }
@@ -266,10 +266,10 @@ TEST(RemoteUnit, WindowFollowsThePanelInBothEditors) {
         EXPECT_EQ(rig.window.sizes.back(), c.shown);
         // The editor's own toggle: the host learns the panel state, the window
         // follows on the next tick.
-        rig.Click(c.panel, zkeditor::Role::kValue);
+        rig.Click(c.panel, zkeditor::Role::Value);
         std::vector<HostCall> values;
         for (const HostCall& call : rig.host.Take()) {
-            if (call.kind == HostCall::kValue) {
+            if (call.kind == HostCall::Kind::Value) {
                 values.push_back(call);
             }
         }

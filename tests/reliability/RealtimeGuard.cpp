@@ -32,9 +32,10 @@ inline void Note(Kind k, void* caller) {
     if (!armed) {
         return;
     }
-    counts[k].fetch_add(1, std::memory_order_relaxed);
+    const auto i = static_cast<std::size_t>(k);
+    counts[i].fetch_add(1, std::memory_order_relaxed);
     void* none = nullptr;
-    firstCallers[k].compare_exchange_strong(none, caller, std::memory_order_relaxed);
+    firstCallers[i].compare_exchange_strong(none, caller, std::memory_order_relaxed);
 }
 
 template <class F> F Next(const char* name, const char* version = nullptr) {
@@ -89,7 +90,7 @@ void Disarm() {
 }
 
 void Clear() {
-    for (int k = 0; k < kKindCount; ++k) {
+    for (std::size_t k = 0; k < kKindCount; ++k) {
         counts[k].store(0);
         firstCallers[k].store(nullptr);
     }
@@ -97,7 +98,7 @@ void Clear() {
 
 Report Take() {
     Report r;
-    for (int k = 0; k < kKindCount; ++k) {
+    for (std::size_t k = 0; k < kKindCount; ++k) {
         r.count[k] = counts[k].load();
         if (void* p = firstCallers[k].load()) {
             Dl_info info{};
@@ -113,8 +114,8 @@ Report Take() {
 
 unsigned long Report::Total() const {
     unsigned long t = 0;
-    for (int k = 0; k < kKindCount; ++k) {
-        t += k == kTryLock ? 0 : count[k];
+    for (std::size_t k = 0; k < kKindCount; ++k) {
+        t += static_cast<Kind>(k) == Kind::TryLock ? 0 : count[k];
     }
     return t;
 }
@@ -123,7 +124,7 @@ std::string Report::Describe() const {
     static const char* const kNames[] = {"allocations", "releases", "locks",
                                          "waits",       "sleeps",   "try-locks"};
     std::string s;
-    for (int k = 0; k < kKindCount; ++k) {
+    for (std::size_t k = 0; k < kKindCount; ++k) {
         s += std::string(kNames[k]) + " " + std::to_string(count[k]);
         if (!firstCaller[k].empty()) {
             s += " (first from " + firstCaller[k] + ")";
@@ -141,33 +142,33 @@ using zkrel::rt::Note;
 extern "C" {
 
 void* malloc(std::size_t n) {
-    Note(zkrel::rt::kAllocate, ZK_CALLER);
+    Note(zkrel::rt::Kind::Allocate, ZK_CALLER);
     return __libc_malloc(n);
 }
 void* calloc(std::size_t n, std::size_t size) {
-    Note(zkrel::rt::kAllocate, ZK_CALLER);
+    Note(zkrel::rt::Kind::Allocate, ZK_CALLER);
     return __libc_calloc(n, size);
 }
 void* realloc(void* p, std::size_t n) {
-    Note(zkrel::rt::kAllocate, ZK_CALLER);
+    Note(zkrel::rt::Kind::Allocate, ZK_CALLER);
     return __libc_realloc(p, n);
 }
 void free(void* p) {
     if (p != nullptr) {
-        Note(zkrel::rt::kRelease, ZK_CALLER);
+        Note(zkrel::rt::Kind::Release, ZK_CALLER);
     }
     __libc_free(p);
 }
 void* aligned_alloc(std::size_t alignment, std::size_t size) {
-    Note(zkrel::rt::kAllocate, ZK_CALLER);
+    Note(zkrel::rt::Kind::Allocate, ZK_CALLER);
     return zkrel::rt::Aligned(alignment, size);
 }
 void* memalign(std::size_t alignment, std::size_t size) {
-    Note(zkrel::rt::kAllocate, ZK_CALLER);
+    Note(zkrel::rt::Kind::Allocate, ZK_CALLER);
     return zkrel::rt::Aligned(alignment, size);
 }
 int posix_memalign(void** out, std::size_t alignment, std::size_t size) {
-    Note(zkrel::rt::kAllocate, ZK_CALLER);
+    Note(zkrel::rt::Kind::Allocate, ZK_CALLER);
     void* p = zkrel::rt::Aligned(alignment, size);
     if (p == nullptr) {
         return 12; // ENOMEM
@@ -177,43 +178,43 @@ int posix_memalign(void** out, std::size_t alignment, std::size_t size) {
 }
 
 int pthread_mutex_lock(pthread_mutex_t* m) {
-    Note(zkrel::rt::kLock, ZK_CALLER);
+    Note(zkrel::rt::Kind::Lock, ZK_CALLER);
     return zkrel::rt::R().lock(m);
 }
 int pthread_mutex_trylock(pthread_mutex_t* m) {
-    Note(zkrel::rt::kTryLock, ZK_CALLER);
+    Note(zkrel::rt::Kind::TryLock, ZK_CALLER);
     return zkrel::rt::R().trylock(m);
 }
 int sem_wait(sem_t* s) {
-    Note(zkrel::rt::kWait, ZK_CALLER);
+    Note(zkrel::rt::Kind::Wait, ZK_CALLER);
     return zkrel::rt::R().semWait(s);
 }
 int sem_timedwait(sem_t* s, const timespec* t) {
-    Note(zkrel::rt::kWait, ZK_CALLER);
+    Note(zkrel::rt::Kind::Wait, ZK_CALLER);
     return zkrel::rt::R().semTimedWait(s, t);
 }
 int pthread_cond_wait(pthread_cond_t* c, pthread_mutex_t* m) {
-    Note(zkrel::rt::kWait, ZK_CALLER);
+    Note(zkrel::rt::Kind::Wait, ZK_CALLER);
     return zkrel::rt::R().condWait(c, m);
 }
 int pthread_cond_timedwait(pthread_cond_t* c, pthread_mutex_t* m, const timespec* t) {
-    Note(zkrel::rt::kWait, ZK_CALLER);
+    Note(zkrel::rt::Kind::Wait, ZK_CALLER);
     return zkrel::rt::R().condTimedWait(c, m, t);
 }
 int nanosleep(const timespec* t, timespec* rest) {
-    Note(zkrel::rt::kSleep, ZK_CALLER);
+    Note(zkrel::rt::Kind::Sleep, ZK_CALLER);
     return zkrel::rt::R().nanosleep(t, rest);
 }
 int clock_nanosleep(clockid_t clock, int flags, const timespec* t, timespec* rest) {
-    Note(zkrel::rt::kSleep, ZK_CALLER);
+    Note(zkrel::rt::Kind::Sleep, ZK_CALLER);
     return zkrel::rt::R().clockNanosleep(clock, flags, t, rest);
 }
 int usleep(useconds_t us) {
-    Note(zkrel::rt::kSleep, ZK_CALLER);
+    Note(zkrel::rt::Kind::Sleep, ZK_CALLER);
     return zkrel::rt::R().usleep(us);
 }
 unsigned sleep(unsigned s) {
-    Note(zkrel::rt::kSleep, ZK_CALLER);
+    Note(zkrel::rt::Kind::Sleep, ZK_CALLER);
     return zkrel::rt::R().sleep(s);
 }
 
@@ -221,36 +222,36 @@ unsigned sleep(unsigned s) {
 
 // The replaceable C++ allocation functions.
 void* operator new(std::size_t n) {
-    Note(zkrel::rt::kAllocate, ZK_CALLER);
+    Note(zkrel::rt::Kind::Allocate, ZK_CALLER);
     if (void* p = __libc_malloc(n ? n : 1)) {
         return p;
     }
     throw std::bad_alloc();
 }
 void* operator new[](std::size_t n) {
-    Note(zkrel::rt::kAllocate, ZK_CALLER);
+    Note(zkrel::rt::Kind::Allocate, ZK_CALLER);
     if (void* p = __libc_malloc(n ? n : 1)) {
         return p;
     }
     throw std::bad_alloc();
 }
 void* operator new(std::size_t n, const std::nothrow_t&) noexcept {
-    Note(zkrel::rt::kAllocate, ZK_CALLER);
+    Note(zkrel::rt::Kind::Allocate, ZK_CALLER);
     return __libc_malloc(n ? n : 1);
 }
 void* operator new[](std::size_t n, const std::nothrow_t&) noexcept {
-    Note(zkrel::rt::kAllocate, ZK_CALLER);
+    Note(zkrel::rt::Kind::Allocate, ZK_CALLER);
     return __libc_malloc(n ? n : 1);
 }
 void* operator new(std::size_t n, std::align_val_t a) {
-    Note(zkrel::rt::kAllocate, ZK_CALLER);
+    Note(zkrel::rt::Kind::Allocate, ZK_CALLER);
     if (void* p = zkrel::rt::Aligned(static_cast<std::size_t>(a), n ? n : 1)) {
         return p;
     }
     throw std::bad_alloc();
 }
 void* operator new[](std::size_t n, std::align_val_t a) {
-    Note(zkrel::rt::kAllocate, ZK_CALLER);
+    Note(zkrel::rt::Kind::Allocate, ZK_CALLER);
     if (void* p = zkrel::rt::Aligned(static_cast<std::size_t>(a), n ? n : 1)) {
         return p;
     }
@@ -258,13 +259,13 @@ void* operator new[](std::size_t n, std::align_val_t a) {
 }
 void operator delete(void* p) noexcept {
     if (p != nullptr) {
-        Note(zkrel::rt::kRelease, ZK_CALLER);
+        Note(zkrel::rt::Kind::Release, ZK_CALLER);
     }
     __libc_free(p);
 }
 void operator delete[](void* p) noexcept {
     if (p != nullptr) {
-        Note(zkrel::rt::kRelease, ZK_CALLER);
+        Note(zkrel::rt::Kind::Release, ZK_CALLER);
     }
     __libc_free(p);
 }

@@ -14,10 +14,12 @@ namespace zkrel::rt {
 
 // Try-locks are counted but not failed: they return at once whether or not the
 // lock was free (the plug-in framework's CLAP glue polls its UI event queue so).
-enum Kind { kAllocate, kRelease, kLock, kWait, kSleep, kTryLock, kKindCount };
+enum class Kind : std::size_t { Allocate, Release, Lock, Wait, Sleep, TryLock };
+inline constexpr std::size_t kKindCount = 6;
 
 struct Report {
     unsigned long count[kKindCount] = {};
+    unsigned long Count(Kind k) const { return count[static_cast<std::size_t>(k)]; }
     // Where the first counted call of each kind came from ("" when none).
     std::string firstCaller[kKindCount];
     unsigned long Total() const; // every kind that can allocate, block or sleep

@@ -123,7 +123,7 @@ TEST_P(Realtime, ClapProcessNeverAllocatesLocksOrWaits) {
     const rt::Report report = rt::Take();
     EXPECT_EQ(report.Total(), 0u) << report.Describe();
     RecordProperty("counted_calls", std::to_string(report.Total()));
-    RecordProperty("try_locks", std::to_string(report.count[rt::kTryLock]));
+    RecordProperty("try_locks", std::to_string(report.Count(rt::Kind::TryLock)));
     std::printf("%s\n", report.Describe().c_str());
 }
 
@@ -213,10 +213,10 @@ TEST(RealtimeGuard, CountsWhatTheArmedThreadDoes) {
         std::this_thread::sleep_for(std::chrono::microseconds(1));
     }
     const rt::Report r = rt::Take();
-    EXPECT_GE(r.count[rt::kAllocate], 2u);
-    EXPECT_GE(r.count[rt::kRelease], 2u);
-    EXPECT_GE(r.count[rt::kLock], 1u);
-    EXPECT_GE(r.count[rt::kSleep], 1u);
+    EXPECT_GE(r.Count(rt::Kind::Allocate), 2u);
+    EXPECT_GE(r.Count(rt::Kind::Release), 2u);
+    EXPECT_GE(r.Count(rt::Kind::Lock), 1u);
+    EXPECT_GE(r.Count(rt::Kind::Sleep), 1u);
     int* volatile unarmed = new int(1);
     delete unarmed;
     EXPECT_EQ(rt::Take().Total(), r.Total());

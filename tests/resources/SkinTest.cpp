@@ -13,7 +13,7 @@
 
 namespace {
 
-int countOpaque(const COffscreenContext& ctx) {
+int CountOpaque(const COffscreenContext& ctx) {
     int n = 0;
     for (int y = 0; y < ctx.getDeviceHeight(); ++y) {
         for (int x = 0; x < ctx.getDeviceWidth(); ++x) {
@@ -26,7 +26,7 @@ int countOpaque(const COffscreenContext& ctx) {
 TEST(Skin, EveryBitmapRendersAtItsStatedSizeAndScale) {
     skin::installSkin();
     std::set<int> ids;
-    for (const CBitmapDescription& d : skin::skinTable()) {
+    for (const CBitmapDescription& d : skin::SkinTable()) {
         EXPECT_TRUE(ids.insert(d.id).second) << "duplicate id " << d.id;
         CBitmap bitmap(d.id);
         ASSERT_TRUE(bitmap.isLoaded()) << d.id;
@@ -41,7 +41,7 @@ TEST(Skin, EveryBitmapRendersAtItsStatedSizeAndScale) {
         }
         COffscreenContext ctx(d.width, d.height, 1.0, kTransparentCColor);
         bitmap.drawTransparent(&ctx, CRect(0, 0, d.width, d.height));
-        EXPECT_GT(countOpaque(ctx), 0) << d.name << " draws nothing";
+        EXPECT_GT(CountOpaque(ctx), 0) << d.name << " draws nothing";
     }
     for (int id : {10, 12, 13, 14, 20, 21, 22, 23, 24, 25, 30, 31, 32, 33, 40, 41, 46, 47, 48}) {
         EXPECT_TRUE(ids.count(id)) << "editors load bitmap " << id;
@@ -121,15 +121,15 @@ TEST(Skin, SheetToolWritesEveryBitmapAndAContactSheet) {
     const auto folder = std::filesystem::temp_directory_path() / "zk_skin_sheet_test";
     std::filesystem::remove_all(folder);
     std::vector<std::string> errors;
-    const auto written = skin::writeSkinSheet(folder.string(), 1.0, errors);
+    const auto written = skin::WriteSkinSheet(folder.string(), 1.0, errors);
     EXPECT_TRUE(errors.empty()) << errors.front();
-    EXPECT_EQ(written.size(), skin::skinTable().size() + 1);
+    EXPECT_EQ(written.size(), skin::SkinTable().size() + 1);
     EXPECT_TRUE(std::filesystem::exists(folder / "contact-sheet@1x.png"));
     EXPECT_TRUE(std::filesystem::exists(folder / "22-joystick-64@1x.png"));
     std::filesystem::remove_all(folder);
 
     errors.clear();
-    skin::writeSkinSheet("/proc/zk-no-such-place", 1.0, errors);
+    skin::WriteSkinSheet("/proc/zk-no-such-place", 1.0, errors);
     ASSERT_FALSE(errors.empty());
     EXPECT_NE(errors.front().find("/proc/zk-no-such-place"), std::string::npos);
 }

@@ -192,7 +192,7 @@ TEST(Zkmorva20AUBands, LfAndHfBelowQ03AreShelves) {
 // ---------------------------------------------------------------- host interface
 
 TEST(Zkmorva20AU, LatencyBoundaryAt50kHz) {
-    // 50..64 kHz run oversampled but report no latency: intended.
+    // 50..64 kHz run oversampled but report no latency, as they always have.
     struct Case {
         double rate, latency;
         bool oversampled;

@@ -196,7 +196,7 @@ TEST(Zkmorva20AUSolo, SoloIsHeardAndExclusive) {
 
 // A listened control plays on both outputs: as two channels when its section is
 // linked, else the listened channel on both. Only channel 1's switch decides,
-// also for channel 2's controls (intended).
+// also for channel 2's controls.
 TEST(Zkmorva20AUSolo, AutoListenRoutingFollowsChannel1Link) {
     auto host = MakeHost20(kRate);
     auto& unit = host->As<CZkmorva20AU>();

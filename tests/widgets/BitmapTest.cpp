@@ -4,7 +4,7 @@
 
 namespace {
 
-void paintHalfRedHalfClear(cairo_t* cr, double) {
+void PaintHalfRedHalfClear(cairo_t* cr, double) {
     cairo_set_source_rgb(cr, 1, 0, 0);
     cairo_rectangle(cr, 0, 0, 4, 8);
     cairo_fill(cr);
@@ -15,7 +15,7 @@ void paintHalfRedHalfClear(cairo_t* cr, double) {
 }
 
 constexpr CBitmapDescription kTable[] = {
-    {501, "test", 8, 8, 1, 1, paintHalfRedHalfClear},
+    {501, "test", 8, 8, 1, 1, PaintHalfRedHalfClear},
 };
 
 TEST(Bitmap, UnknownIdIsReportedByNumberAndDrawsNothing) {
@@ -45,7 +45,7 @@ TEST(Bitmap, TableEntryIsFoundAndRenderedAtEachScale) {
 }
 
 TEST(Bitmap, TransparentDrawLeavesKeyedAndClearPixelsOut) {
-    CBitmap bitmap(8, 8, [](cairo_t* cr, double s) { paintHalfRedHalfClear(cr, s); });
+    CBitmap bitmap(8, 8, [](cairo_t* cr, double s) { PaintHalfRedHalfClear(cr, s); });
     COffscreenContext opaque(8, 8, 2.0, kWhiteCColor);
     bitmap.draw(&opaque, CRect(0, 0, 8, 8));
     EXPECT_EQ(opaque.getPixel(2, 2), kRedCColor);
@@ -66,11 +66,11 @@ TEST(Bitmap, TransparentDrawLeavesKeyedAndClearPixelsOut) {
 }
 
 TEST(Bitmap, OffsetSelectsTheFrameOfAStrip) {
-    auto strip = zktest::makeStrip(6, 5, 4);
+    auto strip = zktest::MakeStrip(6, 5, 4);
     COffscreenContext ctx(6, 5, 1.5);
     strip->draw(&ctx, CRect(0, 0, 6, 5), CPoint(0, 10));
     for (int y = 0; y < 7; ++y) { // 7.5 device rows: the last one is half covered
-        EXPECT_EQ(ctx.getPixel(4, y), zktest::stripColor(2)) << "device row " << y;
+        EXPECT_EQ(ctx.getPixel(4, y), zktest::StripColor(2)) << "device row " << y;
     }
 }
 

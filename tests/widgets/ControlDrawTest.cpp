@@ -11,11 +11,11 @@
 
 namespace {
 
-using zktest::makeStrip;
-using zktest::stripColor;
+using zktest::MakeStrip;
+using zktest::StripColor;
 
 TEST(ControlDraw, AnimKnobShowsFirstFrameAtZeroAndLastAtOne) {
-    auto strip = makeStrip(30, 30, 11);
+    auto strip = MakeStrip(30, 30, 11);
     CAnimKnob knob(CRect(0, 0, 30, 30), nullptr, 1, strip.get());
     EXPECT_EQ(knob.getSubPixmaps(), 11);
     const std::pair<float, int> cases[] = {{0.f, 0},   {1.f, 10},  {0.5f, 5},
@@ -24,17 +24,17 @@ TEST(ControlDraw, AnimKnobShowsFirstFrameAtZeroAndLastAtOne) {
         COffscreenContext ctx(30, 30);
         knob.setValue(value);
         knob.draw(&ctx);
-        EXPECT_EQ(ctx.getPixel(15, 15), stripColor(frame)) << "value " << value;
+        EXPECT_EQ(ctx.getPixel(15, 15), StripColor(frame)) << "value " << value;
     }
     knob.setInverseBitmap(true);
     knob.setValue(0.f);
     COffscreenContext ctx(30, 30);
     knob.draw(&ctx);
-    EXPECT_EQ(ctx.getPixel(15, 15), stripColor(10));
+    EXPECT_EQ(ctx.getPixel(15, 15), StripColor(10));
 }
 
 TEST(ControlDraw, TwiceTheScaleGivesTwiceTheImageWithFlatFrames) {
-    auto strip = makeStrip(30, 30, 11);
+    auto strip = MakeStrip(30, 30, 11);
     CAnimKnob knob(CRect(0, 0, 30, 30), nullptr, 1, strip.get());
     knob.setValue(1.f);
     COffscreenContext ctx(30, 30, 2.0);
@@ -43,25 +43,25 @@ TEST(ControlDraw, TwiceTheScaleGivesTwiceTheImageWithFlatFrames) {
     ASSERT_EQ(ctx.getDeviceHeight(), 60);
     // Every device pixel is the last frame's colour: no blur from a neighbour frame.
     for (int y = 0; y < 60; ++y) {
-        EXPECT_EQ(ctx.getPixel(0, y), stripColor(10)) << "row " << y;
-        EXPECT_EQ(ctx.getPixel(59, y), stripColor(10)) << "row " << y;
+        EXPECT_EQ(ctx.getPixel(0, y), StripColor(10)) << "row " << y;
+        EXPECT_EQ(ctx.getPixel(59, y), StripColor(10)) << "row " << y;
     }
 }
 
 TEST(ControlDraw, OnOffButtonShowsLowerHalfWhenOn) {
-    auto strip = makeStrip(12, 12, 2);
+    auto strip = MakeStrip(12, 12, 2);
     COnOffButton button(CRect(0, 0, 12, 12), nullptr, 2, strip.get());
     COffscreenContext off(12, 12), on(12, 12);
     button.setValue(0.f);
     button.draw(&off);
     button.setValue(1.f);
     button.draw(&on);
-    EXPECT_EQ(off.getPixel(6, 6), stripColor(0));
-    EXPECT_EQ(on.getPixel(6, 6), stripColor(1));
+    EXPECT_EQ(off.getPixel(6, 6), StripColor(0));
+    EXPECT_EQ(on.getPixel(6, 6), StripColor(1));
 }
 
 TEST(ControlDraw, MovieBitmapRoundsToTheNearestFrame) {
-    auto strip = makeStrip(10, 4, 3);
+    auto strip = MakeStrip(10, 4, 3);
     CMovieBitmap movie(CRect(0, 0, 10, 4), nullptr, 200, strip.get());
     const std::pair<float, int> cases[] = {{0.f, 0}, {0.24f, 0}, {0.26f, 1}, {0.5f, 1}, {1.f, 2}};
     for (auto [value, frame] : cases) {
@@ -69,12 +69,12 @@ TEST(ControlDraw, MovieBitmapRoundsToTheNearestFrame) {
         EXPECT_EQ(movie.frameIndex(), frame) << value;
         COffscreenContext ctx(10, 4);
         movie.draw(&ctx);
-        EXPECT_EQ(ctx.getPixel(5, 2), stripColor(frame)) << value;
+        EXPECT_EQ(ctx.getPixel(5, 2), StripColor(frame)) << value;
     }
 }
 
 // 76 LEDs, 1 px high with 1 px gaps from the bottom up: 151 px.
-std::unique_ptr<CBitmap> makeLedStrip(int leds) {
+std::unique_ptr<CBitmap> MakeLedStrip(int leds) {
     const int height = 2 * leds - 1;
     return std::make_unique<CBitmap>(7, height, [leds, height](cairo_t* cr, double) {
         cairo_set_source_rgb(cr, 0, 1, 0);
@@ -85,7 +85,7 @@ std::unique_ptr<CBitmap> makeLedStrip(int leds) {
     });
 }
 
-int countLitLeds(const COffscreenContext& ctx, int height) {
+int CountLitLeds(const COffscreenContext& ctx, int height) {
     int lit = 0;
     for (int y = 0; y < height; ++y) {
         lit += ctx.getPixel(3, y).green == 255;
@@ -95,7 +95,7 @@ int countLitLeds(const COffscreenContext& ctx, int height) {
 
 TEST(ControlDraw, VuMeterLightsTheQuantisedNumberOfLeds) {
     for (int leds : {76, 52}) {
-        auto on = makeLedStrip(leds);
+        auto on = MakeLedStrip(leds);
         const int height = 2 * leds - 1;
         for (bool offscreen : {false, true}) {
             CVuMeter meter(CRect(0, 0, 7, height), on.get(), nullptr, leds, kVertical);
@@ -106,7 +106,7 @@ TEST(ControlDraw, VuMeterLightsTheQuantisedNumberOfLeds) {
                 COffscreenContext ctx(7, height);
                 meter.draw(&ctx);
                 const int expected = leds - static_cast<int>(leds * (1.f - value) + 0.5f);
-                EXPECT_EQ(countLitLeds(ctx, height), expected)
+                EXPECT_EQ(CountLitLeds(ctx, height), expected)
                     << leds << " LEDs, value " << value << (offscreen ? " off-screen" : "");
             }
         }
@@ -114,18 +114,18 @@ TEST(ControlDraw, VuMeterLightsTheQuantisedNumberOfLeds) {
 }
 
 TEST(ControlDraw, VuMeterFallsBackByTheDecreaseStep) {
-    auto on = makeLedStrip(76);
+    auto on = MakeLedStrip(76);
     CVuMeter meter(CRect(0, 0, 7, 151), on.get(), nullptr, 76, kVertical);
     meter.setDecreaseStepValue(0.1f);
     meter.setValue(1.f);
     COffscreenContext first(7, 151);
     meter.draw(&first);
-    EXPECT_EQ(countLitLeds(first, 151), 76);
+    EXPECT_EQ(CountLitLeds(first, 151), 76);
     meter.setValue(0.f);
     EXPECT_TRUE(meter.isDirty());
     COffscreenContext second(7, 151);
     meter.draw(&second);
-    EXPECT_EQ(countLitLeds(second, 151), 76 - static_cast<int>(76 * 0.1f + 0.5f));
+    EXPECT_EQ(CountLitLeds(second, 151), 76 - static_cast<int>(76 * 0.1f + 0.5f));
     EXPECT_TRUE(meter.isDirty()) << "still decaying";
 }
 

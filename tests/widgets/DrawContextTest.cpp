@@ -7,10 +7,10 @@
 
 namespace {
 
-bool isWhite(const CColor& c) {
+bool IsWhite(const CColor& c) {
     return c.red == 255 && c.green == 255 && c.blue == 255;
 }
-bool isBlack(const CColor& c) {
+bool IsBlack(const CColor& c) {
     return c.red == 0 && c.green == 0 && c.blue == 0;
 }
 
@@ -21,10 +21,10 @@ TEST(DrawContext, OnePixelLineIsSharpAtOneAndTwoTimesScale) {
         ctx.drawLine(CPoint(2, 5), CPoint(17, 5));
         const int s = static_cast<int>(scale);
         for (int dy = 0; dy < s; ++dy) {
-            EXPECT_TRUE(isWhite(ctx.getPixel(10 * s, 5 * s + dy))) << "scale " << scale;
+            EXPECT_TRUE(IsWhite(ctx.getPixel(10 * s, 5 * s + dy))) << "scale " << scale;
         }
-        EXPECT_TRUE(isBlack(ctx.getPixel(10 * s, 5 * s - 1))) << "scale " << scale;
-        EXPECT_TRUE(isBlack(ctx.getPixel(10 * s, 6 * s))) << "scale " << scale;
+        EXPECT_TRUE(IsBlack(ctx.getPixel(10 * s, 5 * s - 1))) << "scale " << scale;
+        EXPECT_TRUE(IsBlack(ctx.getPixel(10 * s, 6 * s))) << "scale " << scale;
         EXPECT_EQ(ctx.getDeviceWidth(), 20 * s);
     }
 }
@@ -38,8 +38,8 @@ TEST(DrawContext, DashedLineHasGapsAndSolidLineHasNone) {
     ctx.drawLine(CPoint(0, 6), CPoint(39, 6));
     int dashedLit = 0, solidLit = 0;
     for (int x = 0; x < 40; ++x) {
-        dashedLit += isWhite(ctx.getPixel(x, 2));
-        solidLit += isWhite(ctx.getPixel(x, 6));
+        dashedLit += IsWhite(ctx.getPixel(x, 2));
+        solidLit += IsWhite(ctx.getPixel(x, 6));
     }
     EXPECT_EQ(solidLit, 40);
     EXPECT_GT(dashedLit, 10);
@@ -56,7 +56,7 @@ TEST(DrawContext, AntialiasModeBlendsEdgesAndCopyModeDoesNot) {
         for (int y = 0; y < 30; ++y) {
             for (int x = 0; x < 30; ++x) {
                 const CColor c = ctx.getPixel(x, y);
-                greys += !isWhite(c) && !isBlack(c);
+                greys += !IsWhite(c) && !IsBlack(c);
             }
         }
         return greys;
@@ -71,14 +71,14 @@ TEST(DrawContext, PolygonAndRectFillOnlyTheirInside) {
     const CPoint triangle[] = {{0, 0}, {19, 0}, {0, 19}};
     ctx.drawPolygon(triangle, 3, kDrawFilled);
     EXPECT_EQ(ctx.getPixel(3, 3), kRedCColor);
-    EXPECT_TRUE(isBlack(ctx.getPixel(17, 17)));
+    EXPECT_TRUE(IsBlack(ctx.getPixel(17, 17)));
 
     ctx.setFillColor(kGreenCColor);
     ctx.fillRect(CRect(10, 10, 14, 12));
     EXPECT_EQ(ctx.getPixel(10, 10), kGreenCColor);
     EXPECT_EQ(ctx.getPixel(13, 11), kGreenCColor);
-    EXPECT_TRUE(isBlack(ctx.getPixel(14, 11))); // right edge is exclusive
-    EXPECT_TRUE(isBlack(ctx.getPixel(13, 12)));
+    EXPECT_TRUE(IsBlack(ctx.getPixel(14, 11))); // right edge is exclusive
+    EXPECT_TRUE(IsBlack(ctx.getPixel(13, 12)));
 }
 
 TEST(DrawContext, TextStaysInItsRectAndFontsDifferInSize) {
@@ -136,7 +136,7 @@ TEST(DrawContext, OffscreenCopiesBothWays) {
     image.copyFrom(&screen, CRect(12, 12, 17, 17)); // image -> screen
     EXPECT_EQ(screen.getPixel(24, 24), kGreenCColor);
     EXPECT_EQ(screen.getPixel(33, 33), kBlueCColor);
-    EXPECT_TRUE(isBlack(screen.getPixel(35, 35)));
+    EXPECT_TRUE(IsBlack(screen.getPixel(35, 35)));
 }
 
 } // namespace

@@ -18,7 +18,7 @@ struct KnobFixture : ::testing::Test {
         knob->setValue(0.5f);
         frame.addView(knob);
     }
-    std::unique_ptr<CBitmap> strip = zktest::makeStrip(30, 30, 61);
+    std::unique_ptr<CBitmap> strip = zktest::MakeStrip(30, 30, 61);
     zktest::RecordingListener listener;
     CFrame frame{CRect(0, 0, 300, 300)};
     CAnimKnob* knob;

@@ -11,7 +11,7 @@ namespace {
 
 using ::testing::ElementsAre;
 
-CPoint centre(const CRect& r) {
+CPoint Centre(const CRect& r) {
     return CPoint(r.left + r.width() / 2, r.top + r.height() / 2);
 }
 
@@ -39,7 +39,7 @@ TEST_F(OptionMenuFixture, ChoosingAnEntryReportsItsIndex) {
     EXPECT_LE(popup->getListRect().bottom, 283);
     EXPECT_GE(popup->getListRect().top, 0);
 
-    const CPoint target = centre(popup->entryRect(3));
+    const CPoint target = Centre(popup->entryRect(3));
     frame.dispatchMouseDown(target, kLButton, 1000);
     frame.dispatchMouseUp(target, 0);
     EXPECT_FALSE(menu->isPopupOpen());

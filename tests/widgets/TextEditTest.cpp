@@ -14,14 +14,14 @@ namespace {
 
 using ::testing::ElementsAre;
 
-VstKeyCode typed(char c) {
+VstKeyCode Typed(char c) {
     return VstKeyCode{c, VKEY_NONE, 0};
 }
-VstKeyCode key(unsigned char virt, unsigned char modifier = 0) {
+VstKeyCode Key(unsigned char virt, unsigned char modifier = 0) {
     return VstKeyCode{0, virt, modifier};
 }
 
-bool parseNumber(const char* text, float& value) {
+bool ParseNumber(const char* text, float& value) {
     char* end = nullptr;
     value = std::strtof(text, &end);
     return end != text;
@@ -34,7 +34,7 @@ struct TextEditFixture : ::testing::Test {
     }
     void type(const char* s) {
         for (; *s; ++s) {
-            frame.dispatchKeyDown(typed(*s));
+            frame.dispatchKeyDown(Typed(*s));
         }
     }
     zktest::RecordingListener listener;
@@ -51,7 +51,7 @@ TEST_F(TextEditFixture, ClickOpensWithAllSelectedTypingReplacesReturnCommits) {
     EXPECT_EQ(edit->getSelectionEnd(), 3u);
     type("12.5");
     EXPECT_STREQ(edit->getText(), "3.0") << "the text changes only on commit";
-    frame.dispatchKeyDown(key(VKEY_RETURN));
+    frame.dispatchKeyDown(Key(VKEY_RETURN));
     EXPECT_FALSE(edit->isEditing());
     EXPECT_EQ(frame.getFocusView(), nullptr);
     EXPECT_STREQ(edit->getText(), "12.5");
@@ -61,7 +61,7 @@ TEST_F(TextEditFixture, ClickOpensWithAllSelectedTypingReplacesReturnCommits) {
 TEST_F(TextEditFixture, EscapeRestoresTheTextAndReportsNothing) {
     frame.dispatchMouseDown(CPoint(20, 15), kLButton, 0);
     type("99");
-    frame.dispatchKeyDown(key(VKEY_ESCAPE));
+    frame.dispatchKeyDown(Key(VKEY_ESCAPE));
     EXPECT_FALSE(edit->isEditing());
     EXPECT_STREQ(edit->getText(), "3.0");
     EXPECT_THAT(listener.events, ElementsAre("begin 11", "end 11"));
@@ -69,24 +69,24 @@ TEST_F(TextEditFixture, EscapeRestoresTheTextAndReportsNothing) {
 
 TEST_F(TextEditFixture, CaretKeysEditInsideTheText) {
     frame.dispatchMouseDown(CPoint(20, 15), kLButton, 0);
-    frame.dispatchKeyDown(key(VKEY_END));                   // "3.0|"
-    frame.dispatchKeyDown(key(VKEY_BACK));                  // "3.|"
-    frame.dispatchKeyDown(key(VKEY_HOME));                  // "|3."
+    frame.dispatchKeyDown(Key(VKEY_END));                   // "3.0|"
+    frame.dispatchKeyDown(Key(VKEY_BACK));                  // "3.|"
+    frame.dispatchKeyDown(Key(VKEY_HOME));                  // "|3."
     type("-");                                              // "-|3."
-    frame.dispatchKeyDown(key(VKEY_RIGHT, MODIFIER_SHIFT)); // select "3"
+    frame.dispatchKeyDown(Key(VKEY_RIGHT, MODIFIER_SHIFT)); // select "3"
     type("7");                                              // "-7|."
-    frame.dispatchKeyDown(key(VKEY_DELETE));                // "-7|"
+    frame.dispatchKeyDown(Key(VKEY_DELETE));                // "-7|"
     type("k");
     EXPECT_EQ(edit->getEditText(), "-7k");
-    frame.dispatchKeyDown(typed('a'));                                   // plain 'a' types
+    frame.dispatchKeyDown(Typed('a'));                                   // plain 'a' types
     frame.dispatchKeyDown(VstKeyCode{'a', VKEY_NONE, MODIFIER_CONTROL}); // select all
     EXPECT_EQ(edit->getSelectionEnd() - edit->getSelectionStart(), 4u);
-    frame.dispatchKeyDown(key(VKEY_ENTER));
+    frame.dispatchKeyDown(Key(VKEY_ENTER));
     EXPECT_STREQ(edit->getText(), "-7ka");
 }
 
 TEST_F(TextEditFixture, PressElsewhereCommitsAndValueConversionSetsTheValue) {
-    edit->setValueConvert(parseNumber);
+    edit->setValueConvert(ParseNumber);
     frame.dispatchMouseDown(CPoint(20, 15), kLButton, 0);
     type("0.75");
     frame.dispatchMouseDown(CPoint(150, 80), kLButton, 5000);
@@ -98,7 +98,7 @@ TEST_F(TextEditFixture, PressElsewhereCommitsAndValueConversionSetsTheValue) {
     // Unreadable text keeps the old value and text and reports nothing.
     frame.dispatchMouseDown(CPoint(20, 15), kLButton, 9000);
     type("abc");
-    frame.dispatchKeyDown(key(VKEY_RETURN));
+    frame.dispatchKeyDown(Key(VKEY_RETURN));
     EXPECT_FLOAT_EQ(edit->getValue(), 0.75f);
     EXPECT_STREQ(edit->getText(), "0.75");
     EXPECT_EQ(listener.values.size(), 1u);

@@ -11,17 +11,17 @@
 namespace zktest {
 
 // Colour of frame i of a test film strip: every frame is one flat, distinct colour.
-inline CColor stripColor(int frame) {
+inline CColor StripColor(int frame) {
     return CColor{static_cast<unsigned char>(10 + 20 * frame), 40,
                   static_cast<unsigned char>(250 - 20 * frame), 255};
 }
 
 // A film strip of `frames` flat frames of width x frameHeight.
-inline std::unique_ptr<CBitmap> makeStrip(CCoord width, CCoord frameHeight, int frames) {
+inline std::unique_ptr<CBitmap> MakeStrip(CCoord width, CCoord frameHeight, int frames) {
     return std::make_unique<CBitmap>(
         width, frameHeight * frames, [width, frameHeight, frames](cairo_t* cr, double) {
             for (int i = 0; i < frames; ++i) {
-                const CColor c = stripColor(i);
+                const CColor c = StripColor(i);
                 cairo_set_source_rgb(cr, c.red / 255.0, c.green / 255.0, c.blue / 255.0);
                 cairo_rectangle(cr, 0, i * frameHeight, width, frameHeight);
                 cairo_fill(cr);
@@ -46,7 +46,7 @@ public:
     std::vector<float> values;
 };
 
-inline bool sameColor(const CColor& a, const CColor& b) {
+inline bool SameColor(const CColor& a, const CColor& b) {
     return a.red == b.red && a.green == b.green && a.blue == b.blue && a.alpha == b.alpha;
 }
 
