@@ -116,8 +116,8 @@ struct AvxLanes {
 
 ZK_KERNEL_TARGET void FilterCascadeStereoAvx(const StereoStage* stages, int stageCount,
                                              const MidSideTail* tail, double* left, double* right,
-                                             long count) {
-    FilterCascadeStereoStaggered<AvxLanes>(stages, stageCount, tail, left, right, count);
+                                             long count, CascadePlan* plan) {
+    FilterCascadeStereoStaggered<AvxLanes>(stages, stageCount, tail, left, right, count, plan, 1);
 }
 
 } // namespace kernels

@@ -189,8 +189,9 @@ bool HaveAvx512() {
 
 ZK_KERNEL_TARGET void FilterCascadeStereoAvx512(const StereoStage* stages, int stageCount,
                                                 const MidSideTail* tail, double* left,
-                                                double* right, long count) {
-    FilterCascadeStereoStaggered<Avx512Lanes>(stages, stageCount, tail, left, right, count);
+                                                double* right, long count, CascadePlan* plan) {
+    FilterCascadeStereoStaggered<Avx512Lanes>(stages, stageCount, tail, left, right, count, plan,
+                                              2);
 }
 
 } // namespace kernels
@@ -206,7 +207,7 @@ bool HaveAvx512() {
 }
 
 void FilterCascadeStereoAvx512(const StereoStage* stages, int stageCount, const MidSideTail* tail,
-                               double* left, double* right, long count) {
+                               double* left, double* right, long count, CascadePlan*) {
     FilterCascadeStereoBaseline(stages, stageCount, tail, left, right, count);
 }
 

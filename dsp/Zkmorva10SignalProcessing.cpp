@@ -343,7 +343,7 @@ void CZkmorva10SignalProcessing::ProcessPair(Sample** in, Sample** out, long fra
         const auto i = static_cast<std::size_t>(k);
         stages[i] = {{pairList.section[i], &pairSections[i]}};
     }
-    zk::FilterCascadeStereo(stages.data(), pairList.count, x[0], x[1], count);
+    zk::FilterCascadeStereo(stages.data(), pairList.count, nullptr, x[0], x[1], count, &pairPlan);
 
     if (!RunOutputStage(x[0], count, levels[2])) {
         ClearFilterHistory();
@@ -369,7 +369,7 @@ void CZkmorva10SignalProcessing::EndSecondChannel() {
 }
 
 void CZkmorva10SignalProcessing::RunSections(const SectionList& list, double* x, long count) {
-    zk::FilterCascade(list.section.data(), list.count, x, count);
+    zk::FilterCascade(list.section.data(), list.count, x, count, &chainPlan);
 }
 
 // What the fused pass equals: each filter with the plain per-section loops, in

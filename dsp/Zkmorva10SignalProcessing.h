@@ -2,6 +2,7 @@
 
 #include "dsp/AiFilter.h"
 #include "dsp/Biquad.h"
+#include "dsp/CascadeKernels.h"
 #include "dsp/HpLpFilter.h"
 #include "dsp/Shifter.h"
 #include "dsp/SignalProcessing.h"
@@ -190,4 +191,7 @@ private:
     std::vector<CBiquad> pairSections;
     std::uint32_t pairNoiseSeed = 1;
     bool pairEndsFinite = true;
+    // The fused passes' set-up of the chain and of a pair, kept between blocks.
+    zk::CascadePlan chainPlan;
+    zk::CascadePlan pairPlan;
 };
