@@ -356,6 +356,25 @@ void CZkmorva10SignalProcessing::ProcessPair(Sample** in, Sample** out, long fra
     }
 }
 
+bool CZkmorva10SignalProcessing::KeepPair() {
+    SectionList now;
+    CollectChain(now);
+    if (now.count != pairList.count ||
+        !std::equal(now.section.begin(), now.section.begin() + now.count,
+                    pairList.section.begin())) {
+        return false;
+    }
+    for (int k = 0; k < pairList.count; ++k) {
+        const auto i = static_cast<std::size_t>(k);
+        if (pairSections[i].Generation() != pairList.section[i]->Generation()) {
+            const BiquadState history = pairSections[i].State();
+            pairSections[i] = *pairList.section[i];
+            pairSections[i].State() = history;
+        }
+    }
+    return true;
+}
+
 void CZkmorva10SignalProcessing::EndSecondChannel() {
     noiseSeed = pairNoiseSeed;
     if (!pairEndsFinite) {
