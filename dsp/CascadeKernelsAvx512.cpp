@@ -144,6 +144,8 @@ struct Avx512Lanes {
         const __m128d sum = _mm_add_pd(v, swapped);
         return _mm_div_pd(_mm_mask_sub_pd(sum, 0x2, swapped, v), divisor);
     }
+    // Column loads of a few instructions: inline in each pass (CascadeStaggered.h).
+    static constexpr bool kHistoriesOutOfLine = false;
     // MidSide on two pairs at once: [a, b, c, d] to the matrix of [a, b] and of
     // [c, d], each lane as there.
     static constexpr bool kPairedMidSide = true;

@@ -34,8 +34,8 @@
 // The lane type V provides: Reg, Mask, Pick, kSections, kMaxRegisters, SlotLane
 // (a slot's first lane), LoadColumns<N> (register k lane l from rows[l][k],
 // k < N, zero for a null row) and StoreColumns4 (the reverse for N = 4,
-// skipping null rows), Mul, Add, Sub, MaskOf (one flag per lane), SlotMask (a
-// slot's lanes), Blend (mask ? take : keep), Feed (the first register's inputs:
+// skipping null rows), kHistoriesOutOfLine (see LoadHistories), Mul, Add, Sub, MaskOf (one flag per
+// lane), SlotMask (a slot's lanes), Blend (mask ? take : keep), Feed (the first register's inputs:
 // the pass's input, then the last register's outputs moved up a slot), PickOf
 // and Take (one slot's two lanes), Put (two lanes into a slot), and the mid/side
 // stage's MidSide (MidSideMatrix) and ScaleSide in forms that suit its
@@ -495,6 +495,63 @@ ZK_KERNEL_TARGET ZK_STEP_INLINE __m128d EdgeStep(Pipe<V, G>& q, const Pipe<V, G>
     return last;
 }
 
+// The histories of a pass's registers from their lanes' rows (kLanes per
+// register) as x1, x2, y1, y2 per register, and back. Lane types whose column
+// loads take many instructions (kHistoriesOutOfLine) keep them out of line:
+// written into every pass's instantiation they made the kernels' code a fifth
+// larger. The others have them inline, where they cost a pass 20 ns less.
+template <class V>
+ZK_KERNEL_TARGET __attribute__((noinline)) void LoadHistories(double* const* rows, int registers,
+                                                              typename V::Reg* out) {
+    for (int j = 0; j < registers; ++j) {
+        V::template LoadColumns<4>(rows + 2 * V::kSections * j, out + 4 * j);
+    }
+}
+
+template <class V>
+ZK_KERNEL_TARGET __attribute__((noinline)) void StoreHistories(double* const* rows, int registers,
+                                                               const typename V::Reg* in) {
+    for (int j = 0; j < registers; ++j) {
+        V::StoreColumns4(rows + 2 * V::kSections * j, in + 4 * j);
+    }
+}
+
+template <class V, int G>
+ZK_KERNEL_TARGET ZK_STEP_INLINE void LoadPipe(double* const* rows, Pipe<V, G>& q) {
+    typename V::Reg h[4 * G];
+    if constexpr (V::kHistoriesOutOfLine) {
+        LoadHistories<V>(rows, G, h);
+    } else {
+        for (int j = 0; j < G; ++j) {
+            V::template LoadColumns<4>(rows + 2 * V::kSections * j, h + 4 * j);
+        }
+    }
+    for (int j = 0; j < G; ++j) {
+        q.x[0][j] = h[4 * j];
+        q.x[1][j] = h[4 * j + 1];
+        q.y[0][j] = h[4 * j + 2];
+        q.y[1][j] = h[4 * j + 3];
+    }
+}
+
+template <class V, int G>
+ZK_KERNEL_TARGET ZK_STEP_INLINE void StorePipe(const Pipe<V, G>& q, double* const* rows) {
+    typename V::Reg h[4 * G];
+    for (int j = 0; j < G; ++j) {
+        h[4 * j] = q.x[0][j];
+        h[4 * j + 1] = q.x[1][j];
+        h[4 * j + 2] = q.y[0][j];
+        h[4 * j + 3] = q.y[1][j];
+    }
+    if constexpr (V::kHistoriesOutOfLine) {
+        StoreHistories<V>(rows, G, h);
+    } else {
+        for (int j = 0; j < G; ++j) {
+            V::StoreColumns4(rows + 2 * V::kSections * j, h + 4 * j);
+        }
+    }
+}
+
 // Runs a pass over buf[0..count): its G registers' coefficients p and lane
 // histories' rows (kLanes per register), kSections (G - 1) < sections <=
 // kSections G, the last in register E == (sections - 1) % G. With MidSide the
@@ -502,7 +559,6 @@ ZK_KERNEL_TARGET ZK_STEP_INLINE __m128d EdgeStep(Pipe<V, G>& q, const Pipe<V, G>
 template <class V, int G, bool Masked, int E, int K, bool MidSide>
 ZK_KERNEL_TARGET void RunPass(__m128d* buf, long count, const Group<V>* planned,
                               double* const* rows, int sections, const MidSideNumbers& midSide) {
-    constexpr int kLanes = 2 * V::kSections;
     // A copy of its own: the compiler then knows that no store into the buffer
     // changes a coefficient (read from the plan, the pass measured 7 per cent
     // slower in long blocks).
@@ -514,14 +570,7 @@ ZK_KERNEL_TARGET void RunPass(__m128d* buf, long count, const Group<V>* planned,
     const SlotMasks<V> slots = MakeSlotMasks<V>();
     const Exit<V, K> out{V::PickOf((sections - 1) / G), slots.slot[(sections - 1) / G], midSide};
     Pipe<V, G> q;
-    for (int j = 0; j < G; ++j) {
-        typename V::Reg h[4];
-        V::template LoadColumns<4>(rows + kLanes * j, h);
-        q.x[0][j] = h[0];
-        q.x[1][j] = h[1];
-        q.y[0][j] = h[2];
-        q.y[1][j] = h[3];
-    }
+    LoadPipe<V, G>(rows, q);
     const Pipe<V, G> before = q;
     Pipe<V, G> taken = before;
     const long total = count + kLatency;
@@ -569,10 +618,7 @@ ZK_KERNEL_TARGET void RunPass(__m128d* buf, long count, const Group<V>* planned,
         }
         ++n;
     }
-    for (int j = 0; j < G; ++j) {
-        const typename V::Reg h[4] = {taken.x[0][j], taken.x[1][j], taken.y[0][j], taken.y[1][j]};
-        V::StoreColumns4(rows + kLanes * j, h);
-    }
+    StorePipe<V, G>(taken, rows);
 }
 
 template <class V, int G, int E, int K>
