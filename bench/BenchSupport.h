@@ -13,6 +13,9 @@ namespace zkbench {
 inline constexpr double kRates[] = {44100.0, 48000.0, 96000.0};
 // Host block length of the processor and unit suites (as the peer host uses).
 inline constexpr long kHostBlock = 256;
+// Host block lengths the plug-in suites measure the cost of a block at: live
+// tracking's short blocks up to a mix's long ones.
+inline constexpr long kBlockSizes[] = {16, 32, 64, 256, 1024};
 
 // Uniform noise in [-0.5, 0.5), float-representable, reproducible.
 inline std::vector<double> Noise(long count, std::uint32_t seed = 1) {

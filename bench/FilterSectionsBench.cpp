@@ -69,9 +69,15 @@ constexpr TypeCase kTypes[] = {
 // (a 256-frame host block at twice the rate) through 10 sections (the band
 // limit alone) and 24 or 25 (the band limit and a full chain); 24 also with the
 // mid/side stage (mono maker and width) at its end, in the chain's last pass or
-// after it in a loop of its own.
+// after it in a loop of its own. The wide kernels keep their set-up in a plan from
+// block to block, as the processors do.
 using StereoKernel = void (*)(const zk::StereoStage*, int, const zk::MidSideTail*, double*, double*,
-                              long);
+                              long, zk::CascadePlan*);
+
+void Baseline(const zk::StereoStage* stages, int count, const zk::MidSideTail* tail, double* l,
+              double* r, long n, zk::CascadePlan*) {
+    zk::kernels::FilterCascadeStereoBaseline(stages, count, tail, l, r, n);
+}
 
 enum class MidSide { None, InPass, After };
 
@@ -93,9 +99,10 @@ void RunStereoKernel(benchmark::State& state, StereoKernel kernel, int sections,
     const zk::MidSideTail tail{&mid, &side, true, 1.3};
     const std::vector<double> input = Noise(kSamples);
     std::vector<double> l = input, r = Noise(kSamples, 5);
+    zk::CascadePlan plan;
     for (auto _ : state) {
         kernel(stages.data(), sections, midSide == MidSide::InPass ? &tail : nullptr, l.data(),
-               r.data(), kSamples);
+               r.data(), kSamples, &plan);
         if (midSide == MidSide::After) {
             zk::RunMidSideStage(l.data(), r.data(), kSamples, tail.mid, tail.side, tail.width,
                                 tail.widthFactor);
@@ -132,7 +139,7 @@ void RegisterStereoKernels() {
         bool available;
     };
     const Named kernels[] = {
-        {"Sse2", zk::kernels::FilterCascadeStereoBaseline, true},
+        {"Sse2", Baseline, true},
         {"Avx", zk::kernels::FilterCascadeStereoAvx, zk::kernels::HaveAvx()},
         {"Avx512", zk::kernels::FilterCascadeStereoAvx512, zk::kernels::HaveAvx512()},
     };

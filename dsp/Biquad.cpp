@@ -3,8 +3,19 @@
 #include "FilterConstants.h"
 #include "Truncate.h"
 
+#include <atomic>
 #include <cmath>
 #include <numbers>
+
+namespace {
+// Shared by every section of the process, so that no two settings ever get the
+// same generation, whichever sections and threads they belong to.
+std::atomic<std::uint64_t> lastGeneration{0};
+
+std::uint64_t NextGeneration() {
+    return lastGeneration.fetch_add(1, std::memory_order_relaxed) + 1;
+}
+} // namespace
 
 CBiquad::CBiquad(double sampleRate) : sampleRate(sampleRate) {}
 
@@ -56,6 +67,7 @@ void CBiquad::Update(double value, int index) {
 
 void CBiquad::Update(filterParameters p) {
     params = p;
+    generation = NextGeneration();
     if (IsIdentityGain(params.gain)) {
         InitCoeffs();
         return;
@@ -257,6 +269,7 @@ int CBiquad::InitBuffers() {
 
 int CBiquad::InitCoeffs() {
     coeffs = {};
+    generation = NextGeneration();
     return 0;
 }
 

@@ -79,6 +79,10 @@ public:
     double GetSampleRate() const { return sampleRate; }
     bool IsIdentity() const { return IsIdentityGain(params.gain); }
     static bool IsIdentityGain(double gain) { return gain < 0.0 || gain == 1.0; }
+    // Names the section's settings and coefficients: a new number on every change,
+    // handed on by copies. Sections with the same number filter alike, so a kernel
+    // that keeps coefficients from one block to the next reloads only when it changes.
+    std::uint64_t Generation() const { return generation; }
 
 private:
     void ComputeCoeffs();
@@ -88,4 +92,5 @@ private:
     filterParameters params;
     BiquadCoeffs coeffs;
     BiquadState state;
+    std::uint64_t generation = 0; // 0: as constructed, flat
 };

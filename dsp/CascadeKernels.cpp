@@ -1,6 +1,8 @@
 #include "CascadeKernels.h"
 #include "MidSideStage.h"
 
+#include <algorithm>
+
 #if defined(__SSE2__)
 #include <emmintrin.h>
 #define ZK_HAVE_SSE2 1
@@ -329,7 +331,7 @@ void FilterCascadeAvx(CBiquad* const* sections, int sectionCount, double* buffer
 }
 
 void FilterCascadeStereoAvx(const StereoStage* stages, int stageCount, const MidSideTail* tail,
-                            double* left, double* right, long count) {
+                            double* left, double* right, long count, CascadePlan*) {
     FilterCascadeStereoBaseline(stages, stageCount, tail, left, right, count);
 }
 
@@ -340,9 +342,9 @@ void FilterCascadeStereoAvx(const StereoStage* stages, int stageCount, const Mid
 namespace kernels {
 
 void FilterCascadeOnStereoPass(CBiquad* const* sections, int sectionCount, double* buffer,
-                               long count) {
+                               long count, CascadePlan* plan) {
     using StereoPass =
-        void (*)(const StereoStage*, int, const MidSideTail*, double*, double*, long);
+        void (*)(const StereoStage*, int, const MidSideTail*, double*, double*, long, CascadePlan*);
     const StereoPass pass = HaveAvx512() ? FilterCascadeStereoAvx512
                             : HaveAvx()  ? FilterCascadeStereoAvx
                                          : nullptr;
@@ -350,34 +352,38 @@ void FilterCascadeOnStereoPass(CBiquad* const* sections, int sectionCount, doubl
         FilterCascadeBaseline(sections, sectionCount, buffer, count);
         return;
     }
-    constexpr int kBatch = 32;           // stages per call
-    constexpr long kSpan = 512;          // samples per call
-    alignas(64) double idle[kSpan] = {}; // the second lane: no section runs on it
+    constexpr int kBatch = 32;  // stages per call (a plan holds one batch)
+    constexpr long kSpan = 512; // samples per call
+    // The second lane: no section runs on it, so it keeps the zeros it starts with.
+    alignas(64) double idle[kSpan];
+    std::fill(idle, idle + (count < kSpan ? count : kSpan), 0.0);
     for (int first = 0; first < sectionCount; first += kBatch) {
         StereoStage stages[kBatch];
         const int n = sectionCount - first < kBatch ? sectionCount - first : kBatch;
         for (int k = 0; k < n; ++k) {
             stages[k] = {{sections[first + k], nullptr}};
         }
+        CascadePlan* batchPlan = sectionCount <= kBatch ? plan : nullptr;
         for (long start = 0; start < count; start += kSpan) {
             pass(stages, n, nullptr, buffer + start, idle,
-                 count - start < kSpan ? count - start : kSpan);
+                 count - start < kSpan ? count - start : kSpan, batchPlan);
         }
     }
 }
 
 } // namespace kernels
 
-void FilterCascade(CBiquad* const* sections, int sectionCount, double* buffer, long count) {
-    kernels::FilterCascadeOnStereoPass(sections, sectionCount, buffer, count);
+void FilterCascade(CBiquad* const* sections, int sectionCount, double* buffer, long count,
+                   CascadePlan* plan) {
+    kernels::FilterCascadeOnStereoPass(sections, sectionCount, buffer, count, plan);
 }
 
 void FilterCascadeStereo(const StereoStage* stages, int stageCount, const MidSideTail* tail,
-                         double* left, double* right, long count) {
+                         double* left, double* right, long count, CascadePlan* plan) {
     if (kernels::HaveAvx512()) {
-        kernels::FilterCascadeStereoAvx512(stages, stageCount, tail, left, right, count);
+        kernels::FilterCascadeStereoAvx512(stages, stageCount, tail, left, right, count, plan);
     } else if (kernels::HaveAvx()) {
-        kernels::FilterCascadeStereoAvx(stages, stageCount, tail, left, right, count);
+        kernels::FilterCascadeStereoAvx(stages, stageCount, tail, left, right, count, plan);
     } else {
         kernels::FilterCascadeStereoBaseline(stages, stageCount, tail, left, right, count);
     }

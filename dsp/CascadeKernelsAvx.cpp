@@ -85,6 +85,8 @@ struct AvxLanes {
     ZK_KERNEL_TARGET static __m128d ScaleSide(__m128d v, __m128d factor) {
         return zk::ScaleSide(v, factor);
     }
+    // Column loads a lane at a time: kept out of each pass (CascadeStaggered.h).
+    static constexpr bool kHistoriesOutOfLine = true;
     // MidSide and ScaleSide on two frames at once: [a, b, c, d] to the matrix of
     // [a, b] and of [c, d], each lane's operands in MidSideMatrix's order. The
     // divider takes as long for four lanes as for two, and two divisions a step
@@ -116,8 +118,8 @@ struct AvxLanes {
 
 ZK_KERNEL_TARGET void FilterCascadeStereoAvx(const StereoStage* stages, int stageCount,
                                              const MidSideTail* tail, double* left, double* right,
-                                             long count) {
-    FilterCascadeStereoStaggered<AvxLanes>(stages, stageCount, tail, left, right, count);
+                                             long count, CascadePlan* plan) {
+    FilterCascadeStereoStaggered<AvxLanes>(stages, stageCount, tail, left, right, count, plan, 1);
 }
 
 } // namespace kernels

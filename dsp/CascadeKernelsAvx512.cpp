@@ -144,6 +144,8 @@ struct Avx512Lanes {
         const __m128d sum = _mm_add_pd(v, swapped);
         return _mm_div_pd(_mm_mask_sub_pd(sum, 0x2, swapped, v), divisor);
     }
+    // Column loads of a few instructions: inline in each pass (CascadeStaggered.h).
+    static constexpr bool kHistoriesOutOfLine = false;
     // MidSide on two pairs at once: [a, b, c, d] to the matrix of [a, b] and of
     // [c, d], each lane as there.
     static constexpr bool kPairedMidSide = true;
@@ -189,8 +191,9 @@ bool HaveAvx512() {
 
 ZK_KERNEL_TARGET void FilterCascadeStereoAvx512(const StereoStage* stages, int stageCount,
                                                 const MidSideTail* tail, double* left,
-                                                double* right, long count) {
-    FilterCascadeStereoStaggered<Avx512Lanes>(stages, stageCount, tail, left, right, count);
+                                                double* right, long count, CascadePlan* plan) {
+    FilterCascadeStereoStaggered<Avx512Lanes>(stages, stageCount, tail, left, right, count, plan,
+                                              2);
 }
 
 } // namespace kernels
@@ -206,7 +209,7 @@ bool HaveAvx512() {
 }
 
 void FilterCascadeStereoAvx512(const StereoStage* stages, int stageCount, const MidSideTail* tail,
-                               double* left, double* right, long count) {
+                               double* left, double* right, long count, CascadePlan*) {
     FilterCascadeStereoBaseline(stages, stageCount, tail, left, right, count);
 }
 

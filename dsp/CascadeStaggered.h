@@ -34,8 +34,8 @@
 // The lane type V provides: Reg, Mask, Pick, kSections, kMaxRegisters, SlotLane
 // (a slot's first lane), LoadColumns<N> (register k lane l from rows[l][k],
 // k < N, zero for a null row) and StoreColumns4 (the reverse for N = 4,
-// skipping null rows), Mul, Add, Sub, MaskOf (one flag per lane), SlotMask (a
-// slot's lanes), Blend (mask ? take : keep), Feed (the first register's inputs:
+// skipping null rows), kHistoriesOutOfLine (see LoadHistories), Mul, Add, Sub, MaskOf (one flag per
+// lane), SlotMask (a slot's lanes), Blend (mask ? take : keep), Feed (the first register's inputs:
 // the pass's input, then the last register's outputs moved up a slot), PickOf
 // and Take (one slot's two lanes), Put (two lanes into a slot), and the mid/side
 // stage's MidSide (MidSideMatrix) and ScaleSide in forms that suit its
@@ -46,7 +46,9 @@
 #include "CascadeKernels.h"
 #include "MidSideStage.h"
 
+#include <cstring>
 #include <immintrin.h>
+#include <new>
 
 #ifndef ZK_KERNEL_TARGET
 #error "define ZK_KERNEL_TARGET before including CascadeStaggered.h"
@@ -90,34 +92,156 @@ template <class V> constexpr int SlotOfLane(int l) {
     return 0;
 }
 
-// Lanes of one register from V::kSections stages (null: a stage that passes
-// everything through); states gets each lane's history, null where the lane's
-// section does not run.
+// The registers a plan keeps for lane type V: each register's coefficients and
+// the addresses of its lanes' histories (null where the lane's section does not
+// run), register after register.
+template <class V> struct PlannedRegisters {
+    static constexpr int kLanes = 2 * V::kSections;
+    static constexpr int kCount = (CascadePlan::kMaxStages + V::kSections - 1) / V::kSections;
+    Group<V> group[kCount];
+    double* rows[kCount][kLanes];
+};
+
+template <class V> PlannedRegisters<V>& RegistersOf(CascadePlan& plan) {
+    static_assert(sizeof(PlannedRegisters<V>) <= CascadePlan::kRegisterBytes &&
+                  alignof(PlannedRegisters<V>) <= 64);
+    return *std::launder(reinterpret_cast<PlannedRegisters<V>*>(plan.registers));
+}
+
+// Register r of a plan from V::kSections stages (null: a stage that passes
+// everything through), each lane's place noted in the plan.
 template <class V>
-ZK_KERNEL_TARGET void LoadGroup(const StereoStage* const* stages, Group<V>& p, typename V::Reg& x1,
-                                typename V::Reg& x2, typename V::Reg& y1, typename V::Reg& y2,
-                                double** states) {
+ZK_KERNEL_TARGET void PlanRegister(CascadePlan& plan, int r, const StereoStage* const* stages,
+                                   const int* stageIndex) {
     constexpr int kLanes = 2 * V::kSections;
+    PlannedRegisters<V>& regs = RegistersOf<V>(plan);
     const double* coeffs[kLanes];
     bool on[kLanes];
     for (int l = 0; l < kLanes; ++l) {
         const int slot = SlotOfLane<V>(l);
+        const int ch = l - V::SlotLane(slot);
         const StereoStage* stage = stages[slot];
-        CBiquad* b = stage != nullptr ? stage->channel[l - V::SlotLane(slot)] : nullptr;
+        CBiquad* b = stage != nullptr ? stage->channel[ch] : nullptr;
         on[l] = Runs(b);
         coeffs[l] = on[l] ? &b->Coeffs().b0 : nullptr;
-        states[l] = on[l] ? &b->State().x1 : nullptr;
+        regs.rows[r][l] = on[l] ? &b->State().x1 : nullptr;
+        if (on[l]) {
+            plan.lanes[stageIndex[slot]][ch] = static_cast<std::int16_t>(16 * r + l);
+        }
     }
     static_assert(sizeof(BiquadCoeffs) == 5 * sizeof(double) &&
                   sizeof(BiquadState) == 4 * sizeof(double));
-    typename V::Reg c[5], h[4];
+    typename V::Reg c[5];
     V::template LoadColumns<5>(coeffs, c);
-    V::template LoadColumns<4>(states, h);
-    p = {c[0], c[1], c[2], c[3], c[4], V::MaskOf(on)};
-    x1 = h[0];
-    x2 = h[1];
-    y1 = h[2];
-    y2 = h[3];
+    regs.group[r] = {c[0], c[1], c[2], c[3], c[4], V::MaskOf(on)};
+}
+
+// Sets the plan up for stages[0..stageCount) and the tail (the plan's key: the
+// stages with their sections' generations; then the stages that run, grouped
+// into passes, and their registers). At most kMaxStages stages with the tail's.
+template <class V>
+ZK_KERNEL_TARGET void MakePlan(CascadePlan& plan, const StereoStage* stages, int stageCount,
+                               const MidSideTail* tail, int kernel) {
+    plan.kernel = 0;
+    plan.stageCount = stageCount;
+    plan.withTail = tail != nullptr;
+    const int keyed = stageCount + (tail != nullptr ? 1 : 0);
+    for (int k = 0; k < keyed; ++k) {
+        plan.stages[k] = k < stageCount ? stages[k] : StereoStage{{tail->mid, tail->side}};
+        for (int ch = 0; ch < 2; ++ch) {
+            const CBiquad* b = plan.stages[k].channel[ch];
+            plan.generations[k][ch] = b != nullptr ? b->Generation() : 0;
+            plan.lanes[k][ch] = -1;
+        }
+    }
+    plan.midSideInPass = tail != nullptr && (Runs(tail->mid) || Runs(tail->side));
+    // The stages that run on at least one channel (a stage on one channel only
+    // passes the other lane through by mask); the mid/side stage last.
+    const StereoStage* run[CascadePlan::kMaxStages];
+    int runIndex[CascadePlan::kMaxStages];
+    bool oneChannel[CascadePlan::kMaxStages];
+    int listed = 0;
+    for (int k = 0; k < keyed; ++k) {
+        const bool on1 = Runs(plan.stages[k].channel[0]);
+        const bool on2 = Runs(plan.stages[k].channel[1]);
+        if ((on1 || on2) && (k < stageCount || plan.midSideInPass)) {
+            oneChannel[listed] = on1 != on2;
+            runIndex[listed] = k;
+            run[listed++] = &plan.stages[k];
+        }
+    }
+    // Registers spread evenly over the fewest passes, so that no pass is left
+    // with a lone register (its feedback would set the pace); the extra ones go
+    // to the later passes (with the mid/side stage in the last, the unit with
+    // every section on measured 1 per cent faster).
+    const int registers = (listed + V::kSections - 1) / V::kSections;
+    const int passes = (registers + V::kMaxRegisters - 1) / V::kMaxRegisters;
+    plan.passCount = passes;
+    for (int p = 0, first = 0, r = 0; p < passes; ++p) {
+        const int g = registers / passes + (p >= passes - registers % passes ? 1 : 0);
+        const int sections = V::kSections * g < listed - first ? V::kSections * g : listed - first;
+        bool masked = false;
+        for (int k = first; k < first + sections; ++k) {
+            masked = masked || oneChannel[k];
+        }
+        plan.passes[p] = {static_cast<std::int8_t>(r), static_cast<std::int8_t>(g),
+                          static_cast<std::int8_t>(sections), masked};
+        // Dealt out like cards: register j, slot k holds the pass's section k g + j.
+        for (int j = 0; j < g; ++j, ++r) {
+            const StereoStage* slot[V::kSections];
+            int index[V::kSections];
+            for (int k = 0; k < V::kSections; ++k) {
+                const int s = k * g + j;
+                slot[k] = s < sections ? run[first + s] : nullptr;
+                index[k] = s < sections ? runIndex[first + s] : 0;
+            }
+            PlanRegister<V>(plan, r, slot, index);
+        }
+        first += sections;
+    }
+    plan.kernel = kernel;
+}
+
+// Whether the plan serves stages[0..stageCount) and the tail as they are now. A
+// section whose generation moved on but which still runs (or still does not)
+// gets its coefficients reloaded into its lane; anything else asks for a new plan.
+template <class V>
+ZK_KERNEL_TARGET bool RenewPlan(CascadePlan& plan, const StereoStage* stages, int stageCount,
+                                const MidSideTail* tail, int kernel) {
+    if (plan.kernel != kernel || plan.stageCount != stageCount ||
+        plan.withTail != (tail != nullptr)) {
+        return false;
+    }
+    const int keyed = stageCount + (tail != nullptr ? 1 : 0);
+    for (int k = 0; k < keyed; ++k) {
+        const StereoStage given = k < stageCount ? stages[k] : StereoStage{{tail->mid, tail->side}};
+        for (int ch = 0; ch < 2; ++ch) {
+            CBiquad* b = given.channel[ch];
+            if (b != plan.stages[k].channel[ch]) {
+                return false;
+            }
+            if (b == nullptr || b->Generation() == plan.generations[k][ch]) {
+                continue;
+            }
+            const int lane = plan.lanes[k][ch];
+            if (Runs(b) != (lane >= 0)) {
+                return false;
+            }
+            if (lane >= 0) {
+                // Into the plan's copy of the register, lane by lane.
+                Group<V>& g = RegistersOf<V>(plan).group[lane / 16];
+                const BiquadCoeffs& c = b->Coeffs();
+                const std::size_t at = static_cast<std::size_t>(lane % 16) * sizeof(double);
+                std::memcpy(reinterpret_cast<unsigned char*>(&g.b0) + at, &c.b0, sizeof(double));
+                std::memcpy(reinterpret_cast<unsigned char*>(&g.b1) + at, &c.b1, sizeof(double));
+                std::memcpy(reinterpret_cast<unsigned char*>(&g.b2) + at, &c.b2, sizeof(double));
+                std::memcpy(reinterpret_cast<unsigned char*>(&g.a1) + at, &c.a1, sizeof(double));
+                std::memcpy(reinterpret_cast<unsigned char*>(&g.a2) + at, &c.a2, sizeof(double));
+            }
+            plan.generations[k][ch] = b->Generation();
+        }
+    }
+    return true;
 }
 
 // The difference equation in CBiquad's order: (((b0 x + b1 x1) + b2 x2) - a1 y1) - a2 y2.
@@ -371,31 +495,82 @@ ZK_KERNEL_TARGET ZK_STEP_INLINE __m128d EdgeStep(Pipe<V, G>& q, const Pipe<V, G>
     return last;
 }
 
-// Runs the stages pass[0..sections) over buf[0..count), G registers for them:
-// kSections (G - 1) < sections <= kSections G, the last in register
-// E == (sections - 1) % G. With MidSide the last is the mid/side stage's.
+// The histories of a pass's registers from their lanes' rows (kLanes per
+// register) as x1, x2, y1, y2 per register, and back. Lane types whose column
+// loads take many instructions (kHistoriesOutOfLine) keep them out of line:
+// written into every pass's instantiation they made the kernels' code a fifth
+// larger. The others have them inline, where they cost a pass 20 ns less.
+template <class V>
+ZK_KERNEL_TARGET __attribute__((noinline)) void LoadHistories(double* const* rows, int registers,
+                                                              typename V::Reg* out) {
+    for (int j = 0; j < registers; ++j) {
+        V::template LoadColumns<4>(rows + 2 * V::kSections * j, out + 4 * j);
+    }
+}
+
+template <class V>
+ZK_KERNEL_TARGET __attribute__((noinline)) void StoreHistories(double* const* rows, int registers,
+                                                               const typename V::Reg* in) {
+    for (int j = 0; j < registers; ++j) {
+        V::StoreColumns4(rows + 2 * V::kSections * j, in + 4 * j);
+    }
+}
+
+template <class V, int G>
+ZK_KERNEL_TARGET ZK_STEP_INLINE void LoadPipe(double* const* rows, Pipe<V, G>& q) {
+    typename V::Reg h[4 * G];
+    if constexpr (V::kHistoriesOutOfLine) {
+        LoadHistories<V>(rows, G, h);
+    } else {
+        for (int j = 0; j < G; ++j) {
+            V::template LoadColumns<4>(rows + 2 * V::kSections * j, h + 4 * j);
+        }
+    }
+    for (int j = 0; j < G; ++j) {
+        q.x[0][j] = h[4 * j];
+        q.x[1][j] = h[4 * j + 1];
+        q.y[0][j] = h[4 * j + 2];
+        q.y[1][j] = h[4 * j + 3];
+    }
+}
+
+template <class V, int G>
+ZK_KERNEL_TARGET ZK_STEP_INLINE void StorePipe(const Pipe<V, G>& q, double* const* rows) {
+    typename V::Reg h[4 * G];
+    for (int j = 0; j < G; ++j) {
+        h[4 * j] = q.x[0][j];
+        h[4 * j + 1] = q.x[1][j];
+        h[4 * j + 2] = q.y[0][j];
+        h[4 * j + 3] = q.y[1][j];
+    }
+    if constexpr (V::kHistoriesOutOfLine) {
+        StoreHistories<V>(rows, G, h);
+    } else {
+        for (int j = 0; j < G; ++j) {
+            V::StoreColumns4(rows + 2 * V::kSections * j, h + 4 * j);
+        }
+    }
+}
+
+// Runs a pass over buf[0..count): its G registers' coefficients p and lane
+// histories' rows (kLanes per register), kSections (G - 1) < sections <=
+// kSections G, the last in register E == (sections - 1) % G. With MidSide the
+// last is the mid/side stage's.
 template <class V, int G, bool Masked, int E, int K, bool MidSide>
-ZK_KERNEL_TARGET void RunPass(__m128d* buf, long count, const StereoStage* const* pass,
-                              int sections, const MidSideNumbers& midSide) {
-    constexpr int kSlots = V::kSections * G;
+ZK_KERNEL_TARGET void RunPass(__m128d* buf, long count, const Group<V>* planned,
+                              double* const* rows, int sections, const MidSideNumbers& midSide) {
+    // A copy of its own: the compiler then knows that no store into the buffer
+    // changes a coefficient (read from the plan, the pass measured 7 per cent
+    // slower in long blocks).
+    Group<V> p[G];
+    for (int j = 0; j < G; ++j) {
+        p[j] = planned[j];
+    }
     const long kLatency = kStagger * (sections - 1); // steps from input to output
     const SlotMasks<V> slots = MakeSlotMasks<V>();
     const Exit<V, K> out{V::PickOf((sections - 1) / G), slots.slot[(sections - 1) / G], midSide};
-    // Lanes of register j, slot k: section k G + j.
-    const StereoStage* slot[kSlots];
-    for (int j = 0; j < G; ++j) {
-        for (int k = 0; k < V::kSections; ++k) {
-            const int s = k * G + j;
-            slot[V::kSections * j + k] = s < sections ? pass[s] : nullptr;
-        }
-    }
-    Group<V> p[G];
     Pipe<V, G> q;
-    double* states[G][2 * V::kSections];
-    for (int j = 0; j < G; ++j) {
-        LoadGroup<V>(slot + V::kSections * j, p[j], q.x[0][j], q.x[1][j], q.y[0][j], q.y[1][j],
-                     states[j]);
-    }
+    LoadPipe<V, G>(rows, q);
     const Pipe<V, G> before = q;
     Pipe<V, G> taken = before;
     const long total = count + kLatency;
@@ -443,72 +618,69 @@ ZK_KERNEL_TARGET void RunPass(__m128d* buf, long count, const StereoStage* const
         }
         ++n;
     }
-    for (int j = 0; j < G; ++j) {
-        const typename V::Reg h[4] = {taken.x[0][j], taken.x[1][j], taken.y[0][j], taken.y[1][j]};
-        V::StoreColumns4(states[j], h);
-    }
+    StorePipe<V, G>(taken, rows);
 }
 
 template <class V, int G, int E, int K>
-ZK_KERNEL_TARGET void RunPassOn(__m128d* buf, long count, const StereoStage* const* pass,
+ZK_KERNEL_TARGET void RunPassOn(__m128d* buf, long count, const Group<V>* p, double* const* rows,
                                 int sections, bool masked, const MidSideNumbers* midSide) {
     const MidSideNumbers none{};
     if (midSide != nullptr) {
-        masked ? RunPass<V, G, true, E, K, true>(buf, count, pass, sections, *midSide)
-               : RunPass<V, G, false, E, K, true>(buf, count, pass, sections, *midSide);
+        masked ? RunPass<V, G, true, E, K, true>(buf, count, p, rows, sections, *midSide)
+               : RunPass<V, G, false, E, K, true>(buf, count, p, rows, sections, *midSide);
     } else {
-        masked ? RunPass<V, G, true, E, K, false>(buf, count, pass, sections, none)
-               : RunPass<V, G, false, E, K, false>(buf, count, pass, sections, none);
+        masked ? RunPass<V, G, true, E, K, false>(buf, count, p, rows, sections, none)
+               : RunPass<V, G, false, E, K, false>(buf, count, p, rows, sections, none);
     }
 }
 
 // RunPassOn for an exit slot known only at run time (0..K), where the lane
 // type takes it as a template argument.
 template <class V, int G, int E, int K>
-ZK_KERNEL_TARGET void RunPassSlot(int slot, __m128d* buf, long count,
-                                  const StereoStage* const* pass, int sections, bool masked,
+ZK_KERNEL_TARGET void RunPassSlot(int slot, __m128d* buf, long count, const Group<V>* p,
+                                  double* const* rows, int sections, bool masked,
                                   const MidSideNumbers* midSide) {
     if constexpr (K > 0) {
         if (slot < K) {
-            RunPassSlot<V, G, E, K - 1>(slot, buf, count, pass, sections, masked, midSide);
+            RunPassSlot<V, G, E, K - 1>(slot, buf, count, p, rows, sections, masked, midSide);
             return;
         }
     }
-    RunPassOn<V, G, E, K>(buf, count, pass, sections, masked, midSide);
+    RunPassOn<V, G, E, K>(buf, count, p, rows, sections, masked, midSide);
 }
 
 // RunPass for an exit register known only at run time (0..E); midSide null
 // when the pass does not end in the mid/side stage.
 template <class V, int G, int E>
-ZK_KERNEL_TARGET void RunPassExit(int exit, __m128d* buf, long count,
-                                  const StereoStage* const* pass, int sections, bool masked,
+ZK_KERNEL_TARGET void RunPassExit(int exit, __m128d* buf, long count, const Group<V>* p,
+                                  double* const* rows, int sections, bool masked,
                                   const MidSideNumbers* midSide) {
     if constexpr (E > 0) {
         if (exit < E) {
-            RunPassExit<V, G, E - 1>(exit, buf, count, pass, sections, masked, midSide);
+            RunPassExit<V, G, E - 1>(exit, buf, count, p, rows, sections, masked, midSide);
             return;
         }
     }
     if constexpr (V::kStaticSlot) {
-        RunPassSlot<V, G, E, V::kSections - 1>((sections - 1) / G, buf, count, pass, sections,
+        RunPassSlot<V, G, E, V::kSections - 1>((sections - 1) / G, buf, count, p, rows, sections,
                                                masked, midSide);
     } else {
-        RunPassOn<V, G, E, -1>(buf, count, pass, sections, masked, midSide);
+        RunPassOn<V, G, E, -1>(buf, count, p, rows, sections, masked, midSide);
     }
 }
 
 // RunPass for a register count known only at run time (1..G).
 template <class V, int G>
-ZK_KERNEL_TARGET void RunPassOf(int registers, __m128d* buf, long count,
-                                const StereoStage* const* pass, int sections, bool masked,
+ZK_KERNEL_TARGET void RunPassOf(int registers, __m128d* buf, long count, const Group<V>* p,
+                                double* const* rows, int sections, bool masked,
                                 const MidSideNumbers* midSide) {
     if constexpr (G > 1) {
         if (registers < G) {
-            RunPassOf<V, G - 1>(registers, buf, count, pass, sections, masked, midSide);
+            RunPassOf<V, G - 1>(registers, buf, count, p, rows, sections, masked, midSide);
             return;
         }
     }
-    RunPassExit<V, G, G - 1>((sections - 1) % G, buf, count, pass, sections, masked, midSide);
+    RunPassExit<V, G, G - 1>((sections - 1) % G, buf, count, p, rows, sections, masked, midSide);
 }
 
 // The two channels into frames [left, right] and back, V::kWeave frames at a
@@ -537,70 +709,65 @@ ZK_KERNEL_TARGET void Unweave(const __m128d* frames, double* left, double* right
     }
 }
 
-// The whole chain: stages that run on at least one channel, grouped into
-// registers and passes, over left/right in chunks; then the mid/side stage if
-// tail is given: as the last stage of the last pass when one of its sections
-// runs, else (only the matrix and the width) on its own.
+// A plan's passes over left/right in chunks, then the mid/side stage on its own
+// where none of its sections runs (only the matrix and the width).
 template <class V>
-ZK_KERNEL_TARGET void FilterCascadeStereoStaggered(const StereoStage* stages, int stageCount,
-                                                   const MidSideTail* tail, double* left,
-                                                   double* right, long count) {
-    if (count < 1) {
-        return;
-    }
-    const bool midSideInPass = tail != nullptr && (Runs(tail->mid) || Runs(tail->side));
-    const StereoStage midSideStage{
-        {midSideInPass ? tail->mid : nullptr, midSideInPass ? tail->side : nullptr}};
+ZK_KERNEL_TARGET void RunPlan(CascadePlan& plan, const MidSideTail* tail, double* left,
+                              double* right, long count) {
+    PlannedRegisters<V>& regs = RegistersOf<V>(plan);
     const MidSideNumbers midSide{
         _mm_set1_pd(kMidSideDivisor),
         _mm_set1_pd(tail != nullptr && tail->width ? tail->widthFactor : 1.0)};
-    const int total = stageCount + (midSideInPass ? 1 : 0);
     alignas(64) __m128d chunk[kChunk];
     for (long start = 0; start < count; start += kChunk) {
         const long n = count - start < kChunk ? count - start : kChunk;
         Weave<V>(left + start, right + start, chunk, n);
-        for (int next = 0; next < total;) {
-            // The next stages that run on at least one channel (a stage on one
-            // channel only passes the other lane through by mask).
-            constexpr int kList = 48;
-            const StereoStage* run[kList];
-            bool oneChannel[kList];
-            int listed = 0;
-            for (; next < total && listed < kList; ++next) {
-                const StereoStage* stage = next < stageCount ? &stages[next] : &midSideStage;
-                const bool on1 = Runs(stage->channel[0]);
-                const bool on2 = Runs(stage->channel[1]);
-                if (on1 || on2) {
-                    oneChannel[listed] = on1 != on2;
-                    run[listed++] = stage;
-                }
-            }
-            // The mid/side stage, when listed, is the last of this round.
-            const bool endsInMidSide = midSideInPass && next == total;
-            // Registers spread evenly over the fewest passes, so that no pass is
-            // left with a lone register (its feedback would set the pace); the
-            // extra ones go to the later passes (with the mid/side stage in the
-            // last, the unit with every section on measured 1 per cent faster).
-            const int registers = (listed + V::kSections - 1) / V::kSections;
-            const int passes = (registers + V::kMaxRegisters - 1) / V::kMaxRegisters;
-            for (int p = 0, first = 0; p < passes; ++p) {
-                const int g = registers / passes + (p >= passes - registers % passes ? 1 : 0);
-                const int sections =
-                    V::kSections * g < listed - first ? V::kSections * g : listed - first;
-                bool masked = false;
-                for (int k = first; k < first + sections; ++k) {
-                    masked = masked || oneChannel[k];
-                }
-                RunPassOf<V, V::kMaxRegisters>(g, chunk, n, run + first, sections, masked,
-                                               endsInMidSide && p == passes - 1 ? &midSide
-                                                                                : nullptr);
-                first += sections;
-            }
+        for (int p = 0; p < plan.passCount; ++p) {
+            const CascadePlan::Pass& pass = plan.passes[p];
+            const bool endsInMidSide = plan.midSideInPass && p == plan.passCount - 1;
+            RunPassOf<V, V::kMaxRegisters>(pass.registers, chunk, n,
+                                           &regs.group[pass.firstRegister],
+                                           &regs.rows[pass.firstRegister][0], pass.sections,
+                                           pass.oneChannel, endsInMidSide ? &midSide : nullptr);
         }
         Unweave<V>(chunk, left + start, right + start, n);
     }
-    if (tail != nullptr && !midSideInPass) {
+    if (tail != nullptr && !plan.midSideInPass) {
         RunMidSideStage(left, right, count, tail->mid, tail->side, tail->width, tail->widthFactor);
+    }
+}
+
+// The whole chain: stages that run on at least one channel, grouped into
+// registers and passes, over left/right in chunks; then the mid/side stage if
+// tail is given: as the last stage of the last pass when one of its sections
+// runs, else (only the matrix and the width) on its own. The set-up is kept in
+// plan when one is given and the chain fits it; otherwise it is made for this
+// call, a part of the chain at a time.
+template <class V>
+ZK_KERNEL_TARGET void FilterCascadeStereoStaggered(const StereoStage* stages, int stageCount,
+                                                   const MidSideTail* tail, double* left,
+                                                   double* right, long count, CascadePlan* plan,
+                                                   int kernel) {
+    if (count < 1) {
+        return;
+    }
+    const int keyed = stageCount + (tail != nullptr ? 1 : 0);
+    if (plan != nullptr && keyed <= CascadePlan::kMaxStages) {
+        if (!RenewPlan<V>(*plan, stages, stageCount, tail, kernel)) {
+            MakePlan<V>(*plan, stages, stageCount, tail, kernel);
+        }
+        RunPlan<V>(*plan, tail, left, right, count);
+        return;
+    }
+    // Parts of the chain one after another (the tail with the last): each section
+    // still sees its samples in order.
+    CascadePlan local;
+    constexpr int kPart = CascadePlan::kMaxStages - 1;
+    for (int first = 0; first < stageCount || (first == 0 && tail != nullptr); first += kPart) {
+        const int n = stageCount - first < kPart ? stageCount - first : kPart;
+        const bool last = first + kPart >= stageCount;
+        MakePlan<V>(local, stages + first, n, last ? tail : nullptr, kernel);
+        RunPlan<V>(local, last ? tail : nullptr, left, right, count);
     }
 }
 

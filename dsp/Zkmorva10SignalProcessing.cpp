@@ -344,7 +344,7 @@ void CZkmorva10SignalProcessing::ProcessPair(Sample** in, Sample** out, long fra
         const auto i = static_cast<std::size_t>(k);
         stages[i] = {{pairList.section[i], &pairSections[i]}};
     }
-    zk::FilterCascadeStereo(stages.data(), pairList.count, x[0], x[1], count);
+    zk::FilterCascadeStereo(stages.data(), pairList.count, nullptr, x[0], x[1], count, &pairPlan);
 
     if (!RunOutputStage(x[0], count, levels[2])) {
         ClearFilterHistory();
@@ -355,6 +355,25 @@ void CZkmorva10SignalProcessing::ProcessPair(Sample** in, Sample** out, long fra
     for (int ch = 0; ch < 2; ++ch) {
         zk20::TakeWorkBlock(x[ch], out[ch], frames, oversampling);
     }
+}
+
+bool CZkmorva10SignalProcessing::KeepPair() {
+    SectionList now;
+    CollectChain(now);
+    if (now.count != pairList.count ||
+        !std::equal(now.section.begin(), now.section.begin() + now.count,
+                    pairList.section.begin())) {
+        return false;
+    }
+    for (int k = 0; k < pairList.count; ++k) {
+        const auto i = static_cast<std::size_t>(k);
+        if (pairSections[i].Generation() != pairList.section[i]->Generation()) {
+            const BiquadState history = pairSections[i].State();
+            pairSections[i] = *pairList.section[i];
+            pairSections[i].State() = history;
+        }
+    }
+    return true;
 }
 
 void CZkmorva10SignalProcessing::EndSecondChannel() {
@@ -370,7 +389,7 @@ void CZkmorva10SignalProcessing::EndSecondChannel() {
 }
 
 void CZkmorva10SignalProcessing::RunSections(const SectionList& list, double* x, long count) {
-    zk::FilterCascade(list.section.data(), list.count, x, count);
+    zk::FilterCascade(list.section.data(), list.count, x, count, &chainPlan);
 }
 
 // What the fused pass equals: each filter with the plain per-section loops, in

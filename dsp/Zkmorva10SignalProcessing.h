@@ -2,6 +2,7 @@
 
 #include "dsp/AiFilter.h"
 #include "dsp/Biquad.h"
+#include "dsp/CascadeKernels.h"
 #include "dsp/HpLpFilter.h"
 #include "dsp/Shifter.h"
 #include "dsp/SignalProcessing.h"
@@ -87,6 +88,15 @@ public:
     void ProcessFloatsPair(float** in, float** out, long frames);
     void ProcessDoublesPair(double** in, double** out, long frames);
     void EndSecondChannel();
+    // A pair may also go on for more blocks before it ends: the first channel's
+    // histories stay in the processor, the second's in the pair (a stereo owner
+    // then swaps nothing per block). Between blocks the settings may change:
+    // KeepPair() takes the sections' new coefficients into the pair (its
+    // histories kept) and is false when the chain is no longer the one the pair
+    // began with; the pair must then end. A block whose second channel ended not
+    // finite (PairEndedFinite() false) ends it too: EndSecondChannel clears it.
+    bool KeepPair();
+    bool PairEndedFinite() const { return pairEndsFinite; }
 
     // Chain conditions, also the owner's test for whose history to swap.
     bool IsHighPassActive() const { return hpOn && hpFrequency > kHighPassOffAtOrBelowHz; }
@@ -190,4 +200,7 @@ private:
     std::vector<CBiquad> pairSections;
     std::uint32_t pairNoiseSeed = 1;
     bool pairEndsFinite = true;
+    // The fused passes' set-up of the chain and of a pair, kept between blocks.
+    zk::CascadePlan chainPlan;
+    zk::CascadePlan pairPlan;
 };

@@ -28,6 +28,7 @@
 
 #include <immintrin.h>
 
+#include <array>
 #include <cstring>
 
 // GCC 12's 512-bit intrinsics start from a self-initialised "undefined"
@@ -571,16 +572,26 @@ constexpr Jump NoiseJump(int n) {
 
 // Per lane of channel 1 the state its sample takes, and of channel 2 the one
 // after: lane k of a round of L samples holds states 2k + 1 and 2k + 2 on from seed.
+// Each one jump from seed (the recurrence taken n times, modulo 2^32), so that the
+// lanes need not wait on each other: stepping one after another took 2 L
+// dependent multiplies at every block's start.
 template <int L> struct NoiseStates {
     std::uint32_t first[L], second[L];
     explicit NoiseStates(std::uint32_t seed) {
         for (int k = 0; k < L; ++k) {
-            seed = zk::NextNoiseSeed(seed);
-            first[k] = seed;
-            seed = zk::NextNoiseSeed(seed);
-            second[k] = seed;
+            first[k] = kJumps[2 * k].mul * seed + kJumps[2 * k].add;
+            second[k] = kJumps[2 * k + 1].mul * seed + kJumps[2 * k + 1].add;
         }
     }
+
+private:
+    static constexpr std::array<Jump, 2 * L> kJumps = [] {
+        std::array<Jump, 2 * L> j{};
+        for (int n = 0; n < 2 * L; ++n) {
+            j[static_cast<std::size_t>(n)] = NoiseJump(n + 1);
+        }
+        return j;
+    }();
 };
 
 template <bool Doubled>

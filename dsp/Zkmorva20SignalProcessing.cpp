@@ -329,7 +329,7 @@ void CZkmorva20SignalProcessing::ProcessSampleBuffer(long count) {
             CollectChain(stages, channel1, channel2, filters[0], filters[1]);
         }
         zk::FilterCascadeStereo(stages.stage, stages.count, midSideInChain ? &tail : nullptr, b1,
-                                b2, count);
+                                b2, count, &chainPlan);
     }
     if (listened) {
         RunListenedSection(count);

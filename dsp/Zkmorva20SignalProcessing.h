@@ -2,6 +2,7 @@
 
 #include "AiFilter.h"
 #include "Biquad.h"
+#include "CascadeKernels.h"
 #include "HpLpFilter.h"
 #include "MonoMaker.h"
 #include "Shifter.h"
@@ -147,4 +148,6 @@ private:
 
     zk20::CZkmorva20MeterState meters;
     zk20::CZkmorva20MeterBoard meterBoard;
+    // The fused pass's set-up of the chain, kept between blocks.
+    zk::CascadePlan chainPlan;
 };

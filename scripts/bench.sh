@@ -1,12 +1,15 @@
 #!/usr/bin/env bash
-# Runs every benchmark and prints one table: our processors and units, the peer
-# equalisers (LV2, timed by bench/peers/Lv2PeerHost.cpp on the same 48 kHz stereo
-# noise in 256-frame blocks) and the machine's multiply-add limit for our work.
-# Medians of repeated runs, CPU time. Safe to run again.
+# Runs every benchmark and prints one report: the machine's multiply-add limit,
+# our processors and units, the plug-ins as hosts run them at 16, 32, 64, 256 and
+# 1024 frames (a block's cost, a host change every block, 64 instances), and our
+# LV2 plug-ins side by side with the peer equalisers at each of those block
+# lengths (timed by bench/peers/Lv2PeerHost.cpp on the same 48 kHz stereo noise),
+# with the ratio columns. Medians, CPU time, every timing on one core; runs that
+# are compared alternate. Safe to run again.
 #
 #   scripts/bench.sh [--quick]
-# ZK_BENCH_BUILD_DIR (default build-bench) is the build directory; LV2_PATH is
-# extended with ZK_LV2_DIR when set (where our own LV2 plug-ins were built).
+# ZK_BENCH_BUILD_DIR (default build-bench) is the build directory; our LV2
+# plug-ins are built there, or taken from ZK_LV2_DIR when set.
 set -euo pipefail
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 top=$(dirname "$here")
@@ -14,8 +17,10 @@ top=$(dirname "$here")
 build=$(realpath -m "${ZK_BENCH_BUILD_DIR:-$top/build-bench}")
 reps=5
 pairs=9
+peer_rounds=3
 peer_seconds=2
-if [ "${1:-}" = "--quick" ]; then reps=3; pairs=3; peer_seconds=0.5; fi
+blocks=(16 32 64 256 1024)
+if [ "${1:-}" = "--quick" ]; then reps=3; pairs=3; peer_rounds=1; peer_seconds=0.5; fi
 
 mapfile -t wanted < <(grep -h -v -E '^\s*(#|$)' "$here/packages.txt" "$here/packages-bench.txt")
 missing=()
@@ -30,8 +35,12 @@ if [ ${#missing[@]} -gt 0 ]; then
 fi
 
 cmake -S "$top" -B "$build" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DZK_BUILD_TESTS=OFF \
-    -DZK_BUILD_GUI=OFF -DZK_BUILD_PLUGINS=OFF -DZK_BUILD_CLI=OFF >/dev/null
-cmake --build "$build" -j "$(nproc)" --target zk_bench_limit zk_bench_dsp zk_bench_units
+    -DZK_BUILD_GUI=OFF -DZK_BUILD_CLI=OFF >/dev/null
+targets=(zk_bench_limit zk_bench_dsp zk_bench_units zk_bench_plugin)
+if [ -z "${ZK_LV2_DIR:-}" ]; then
+    targets+=(zkmorva20-lv2 zkmorva10-stereo-lv2)
+fi
+cmake --build "$build" -j "$(nproc)" --target "${targets[@]}"
 # The peer host is built here only, so that CI's build needs no LV2 libraries.
 c++ -std=c++20 -O2 -Wall -Wextra -ffp-contract=off "$top/bench/peers/Lv2PeerHost.cpp" \
     $(pkg-config --cflags --libs lilv-0) -o "$build/zk_lv2_peer_host"
@@ -54,9 +63,14 @@ echo "bench: processors"
 "${pin[@]}" "$build/bench/zk_bench_dsp" "${common[@]}" --benchmark_filter='Processor' >"$out/processors.json"
 echo "bench: units"
 "${pin[@]}" "$build/bench/zk_bench_units" "${common[@]}" >"$out/units.json"
-# The limit and our unit in alternation, one short run each: this machine's speed
-# drifts over minutes (shared cores), so a ratio of two runs taken minutes apart
-# moves with it; each pair here is seconds apart.
+# The plug-in suites compare runs with each other (short blocks with long ones,
+# swept with unchanged, 64 instances with one): their repetitions interleave, so
+# that this machine's drift over minutes (shared cores) moves both sides alike.
+echo "bench: plug-ins by block length"
+"${pin[@]}" "$build/bench/zk_bench_plugin" "${common[@]}" --benchmark_enable_random_interleaving=true \
+    --benchmark_min_time=0.2 >"$out/plugin.json"
+# The limit and our unit in alternation, one short run each: a ratio of two runs
+# taken minutes apart moves with the drift; each pair here is seconds apart.
 echo "bench: limit ratio, paired runs"
 runs_line() { python3 -c 'import json,sys; print(json.dumps(json.load(sys.stdin)["benchmarks"]))'; }
 : >"$out/paired.jsonl"
@@ -66,20 +80,27 @@ for _ in $(seq "$pairs"); do
     "${pin[@]}" "$build/bench/zk_bench_units" --benchmark_filter='Zkmorva20Unit/48000Hz/all' \
         --benchmark_min_time=0.2 --benchmark_format=json | runs_line >>"$out/paired.jsonl"
 done
-echo "bench: peers"
-if [ -n "${ZK_LV2_DIR:-}" ]; then
-    # Only the bundles: a build's bin/ also holds the JACK apps, which lilv
-    # would try to read as bundles.
-    rm -rf "$out/lv2" && mkdir -p "$out/lv2"
-    for bundle in "$ZK_LV2_DIR"/*.lv2; do
-        [ -d "$bundle" ] && ln -s "$(cd "$bundle" && pwd)" "$out/lv2/"
-    done
-    export LV2_PATH="$out/lv2:${LV2_PATH:-$HOME/.lv2:/usr/local/lib/lv2:/usr/lib/lv2}"
-fi
+
+echo "bench: peers and ours as LV2, ${blocks[*]} frames, $peer_rounds round(s)"
+# Only the bundles: a build's bin/ also holds the JACK apps, which lilv would try
+# to read as bundles.
+lv2_dir=${ZK_LV2_DIR:-$build/bin}
+rm -rf "$out/lv2" && mkdir -p "$out/lv2"
+for bundle in "$lv2_dir"/*.lv2; do
+    [ -d "$bundle" ] && ln -s "$(cd "$bundle" && pwd)" "$out/lv2/"
+done
+export LV2_PATH="$out/lv2:${LV2_PATH:-$HOME/.lv2:/usr/local/lib/lv2:/usr/lib/lv2}"
+# Rounds of every block length and plug-in in turn; the table takes each
+# figure's median over the rounds.
 : >"$out/peers.txt"
-for scenario in "$top"/bench/peers/scenarios/*.scn; do
-    "${pin[@]}" "$build/zk_lv2_peer_host" "$scenario" --seconds "$peer_seconds" --repeats "$reps" \
-        | tee -a "$out/peers.txt"
+for round in $(seq "$peer_rounds"); do
+    for block in "${blocks[@]}"; do
+        for scenario in "$top"/bench/peers/scenarios/*.scn; do
+            "${pin[@]}" "$build/zk_lv2_peer_host" "$scenario" --seconds "$peer_seconds" --repeats 1 \
+                --block "$block" >>"$out/peers.txt"
+        done
+    done
+    echo "  round $round done"
 done
 
 python3 "$here/bench_table.py" "$out"

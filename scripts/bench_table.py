@@ -4,8 +4,6 @@ import json
 import sys
 from pathlib import Path
 
-RATE = 48000.0
-
 
 def medians(path):
     """name -> counters of the median aggregate."""
@@ -48,30 +46,102 @@ def main(d):
     if paired.exists():
         print_paired(paired.read_text().splitlines())
 
-    def find(*parts):
-        for n, b in ours.items():
-            if all(p in n for p in parts) and "plain" not in n:
-                return b["ns/frame"]
-        return None
+    plugin = d / "plugin.json"
+    if plugin.exists():
+        print_plugin(medians(plugin))
+    print_peers((d / "peers.txt").read_text().splitlines())
 
-    ref_all = find("Zkmorva20Unit", "48000", "all")
-    ref_flat = find("Zkmorva20Unit", "48000", "flat")
-    print(f"\nPeers at 48 kHz, 256-frame blocks (ratio = peer time / Zkmorva 20 unit time, "
-          f"all sections {ref_all:.1f} ns, flat {ref_flat:.1f} ns)")
-    print(f"{'plug-in':28} {'ns/frame':>9} {'CPU %':>7} {'vs ours all':>12} {'vs ours flat':>13}")
-    rows = [("Zkmorva20 unit (all, in-process)", ref_all), ("Zkmorva20 unit (flat, in-process)", ref_flat),
-            ("Zkmorva10 unit stereo (all)", find("Zkmorva10Unit", "48000", "all"))]
+
+BLOCKS = (16, 32, 64, 256, 1024)
+
+
+def row(name, values, fmt="{:8.1f}", width=8):
+    cells = [(fmt.format(v) if v is not None else " " * (width - 1) + "-") for v in values]
+    return f"{name:34}" + " ".join(cells)
+
+
+def header(title):
+    return f"{title:34}" + " ".join(f"{b:>8}" for b in BLOCKS)
+
+
+def print_plugin(runs):
+    """The plug-in core as hosts run it: a block's cost by length, a host change
+    every block, many instances."""
+    def ns(name):
+        b = runs.get(name)
+        return b["ns/frame"] if b else None
+
+    print("\nThe plug-ins as hosts run them (plug-in core, 48 kHz stereo noise, every meter read "
+          "after every block), ns per frame")
+    print(header("frames per block:"))
+    setups = ("Zkmorva20/all", "Zkmorva20/flat", "Zkmorva10Stereo/all", "Zkmorva10Stereo/flat")
+    for setup in setups:
+        print(row(setup, [ns(f"PluginBlock/{setup}/{b}") for b in BLOCKS]))
+    print("per frame / own per frame at 1024 (goals, every section active: 64 at most 1.15, "
+          "16 at most 1.6)")
+    for setup in setups:
+        base = ns(f"PluginBlock/{setup}/1024")
+        print(row(setup, [ns(f"PluginBlock/{setup}/{b}") / base if base and ns(
+            f"PluginBlock/{setup}/{b}") else None for b in BLOCKS], "{:8.2f}"))
+
+    print("\nA host change every block (Zkmorva 20 all active, channel 1's LF gain swept, "
+          "linked), ns per frame")
+    print(header("frames per block:"))
+    unchanged = [ns(f"HostChange/Zkmorva20/all/{b}/unchanged") for b in BLOCKS]
+    swept = [ns(f"HostChange/Zkmorva20/all/{b}/gain-swept") for b in BLOCKS]
+    print(row("unchanged", unchanged))
+    print(row("swept every block", swept))
+    print(row("swept / unchanged (goal: at most 1.10)",
+              [s / u if s and u else None for s, u in zip(swept, unchanged)], "{:8.2f}"))
+
+    many = {int(n.rsplit("/", 1)[1]): b for n, b in runs.items() if n.startswith("ManyInstances/")}
+    if 1 in many and 64 in many:
+        one, sixty_four = many[1]["ns/frame"], many[64]["ns/frame"]
+        print(f"\nMany instances (Zkmorva 10 stereo, all active, 64 frames, one thread): one "
+              f"{one:.1f} ns/frame, each of 64 {sixty_four:.1f} ns/frame, ratio "
+              f"{sixty_four / one:.2f} (goal: at most 1.2); heap of one instance "
+              f"{many[1]['heap bytes'] / 1024:.0f} KiB")
+
+
+def print_peers(lines):
+    """Ours and the peers as LV2 in the peer host at every block length, with the
+    ratios to LSP's x16 stereo equaliser and to each one's own cost at 1024."""
+    results = {}
     notes = []
-    for line in (d / "peers.txt").read_text().splitlines():
+    for line in lines:
         w = line.split()
         if w and w[0] == "RESULT":
-            rows.append((w[1] + (" (2x mono)" if "mono" in line else ""), float(w[2])))
-        elif w and w[0] == "SKIP":
+            label = w[1] + (" (2x mono)" if "mono" in line else "")
+            results.setdefault((label, int(w[2])), []).append(float(w[3]))
+        elif w and w[0] == "SKIP" and line not in notes:
             notes.append(line)
-    for name, ns in rows:
-        if ns is None:
-            continue
-        print(f"{name:28} {ns:9.1f} {ns * RATE * 1e-7:7.3f} {ns / ref_all:12.2f} {ns / ref_flat:13.2f}")
+    if not results:
+        print("\nNo peer results")
+    labels = sorted({k[0] for k in results}, key=lambda n: (not n.startswith("zkmorva"), n))
+
+    def median(label, block):
+        v = sorted(results.get((label, block), []))
+        return v[len(v) // 2] if v else None
+
+    lsp = next((n for n in labels if n.startswith("lsp-para-eq-x16-stereo")), None)
+    print("\nSide by side as LV2 in the peer host (48 kHz stereo noise, CPU time), ns per frame")
+    print(header("frames per block:"))
+    for label in labels:
+        print(row(label, [median(label, b) for b in BLOCKS]))
+    if lsp:
+        print(f"time / {lsp} (goals: zkmorva20-all and zkmorva10-stereo-all at most 0.90)")
+        for label in labels:
+            print(row(label, [median(label, b) / median(lsp, b)
+                              if median(label, b) and median(lsp, b) else None for b in BLOCKS],
+                      "{:8.2f}"))
+    print("per frame / own per frame at 1024")
+    for label in labels:
+        base = median(label, 1024)
+        print(row(label, [median(label, b) / base if base and median(label, b) else None
+                          for b in BLOCKS], "{:8.2f}"))
+    flat = median("zkmorva20-flat", 256)
+    if flat is not None:
+        print(f"zkmorva20-flat at 256 frames: {flat:.1f} ns per frame (goal: at most 15)")
     for n in notes:
         print(n)
 

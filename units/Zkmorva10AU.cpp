@@ -54,8 +54,9 @@ OSStatus CZkmorva10AU::Reset(AudioUnitScope scope, AudioUnitElement element) {
     for (auto& h : history) {
         std::fill(h.begin(), h.end(), 0.0);
     }
+    pairKept = false; // its histories are cleared with the rest
     for (UInt32 c = 0; c < historyChannels; ++c) {
-        SaveChannelHistory(c); // every channel starts from the cleared bypass ring
+        SaveChannelHistory(c, ActiveHistorySlots()); // every channel starts from the cleared ring
     }
     UpdateAllParameters();
     return AUBase::Reset(scope, element);
@@ -105,37 +106,64 @@ void CZkmorva10AU::HandleGesture(AudioUnitEventType type, AudioUnitParameterID i
     }
 }
 
-// Visits the sections whose history is swapped, in order, with their slot; the
+// The slots whose sections' history is swapped now, one bit each; the
 // conditions are evaluated afresh on every call.
-template <class Visit> void CZkmorva10AU::ForEachActiveSection(Visit&& visit) {
-    if (IsHighPassActive()) {
-        visit(HistorySlot::HighPass, GetHpFilter(), CZkmorvaHpLpFilter::kStateSize);
-    }
+std::uint32_t CZkmorva10AU::ActiveHistorySlots() const {
+    std::uint32_t slots = 0;
+    auto mark = [&slots](bool active, HistorySlot slot) {
+        slots |= active ? 1u << static_cast<unsigned>(slot) : 0u;
+    };
+    mark(IsHighPassActive(), HistorySlot::HighPass);
     for (int b = 0; b < kBandCount; ++b) {
-        if (IsBandActive(b)) {
-            visit(BandSlot(b), GetBandFilter(b), CBiquad::kStateSize);
+        mark(IsBandActive(b), BandSlot(b));
+    }
+    // Swapped below 26000 Hz though the chain runs it only up to 25999 Hz; harmless.
+    mark(lpOn && lpFrequency < 26000.0, HistorySlot::LowPass);
+    mark(IsBassShifterActive(), HistorySlot::BassShifter);
+    mark(IsPresenceShifterActive(), HistorySlot::PresenceShifter);
+    mark(IsAutoListenActive(), HistorySlot::AutoListen);
+    mark(IsOversampling(), HistorySlot::Oversampling);
+    return slots;
+}
+
+// Visits the sections of the given slots, in order, with their slot and state size.
+template <class Visit> void CZkmorva10AU::ForEachHistorySlot(std::uint32_t slots, Visit&& visit) {
+    for (std::size_t index = 0; index < kHistorySlotCount; ++index) {
+        if ((slots & (1u << index)) == 0) {
+            continue;
         }
-    }
-    if (lpOn && lpFrequency < 26000.0) {
-        // Swapped below 26000 Hz though the chain runs it only up to 25999 Hz; harmless.
-        visit(HistorySlot::LowPass, GetLpFilter(), CZkmorvaHpLpFilter::kStateSize);
-    }
-    if (IsBassShifterActive()) {
-        visit(HistorySlot::BassShifter, GetBassShifter(), CZkmorvaShifter::kStateSize);
-    }
-    if (IsPresenceShifterActive()) {
-        visit(HistorySlot::PresenceShifter, GetPresenceShifter(), CZkmorvaShifter::kStateSize);
-    }
-    if (IsAutoListenActive()) {
-        visit(HistorySlot::AutoListen, GetAutoListenFilter(), CBiquad::kStateSize);
-    }
-    if (IsOversampling()) {
-        visit(HistorySlot::Oversampling, GetAiFilter(), CZkmorvaAiFilter::kStateSize);
+        const auto slot = static_cast<HistorySlot>(index);
+        switch (slot) {
+        case HistorySlot::HighPass:
+            visit(slot, GetHpFilter(), CZkmorvaHpLpFilter::kStateSize);
+            break;
+        case HistorySlot::LowPass:
+            visit(slot, GetLpFilter(), CZkmorvaHpLpFilter::kStateSize);
+            break;
+        case HistorySlot::BassShifter:
+            visit(slot, GetBassShifter(), CZkmorvaShifter::kStateSize);
+            break;
+        case HistorySlot::PresenceShifter:
+            visit(slot, GetPresenceShifter(), CZkmorvaShifter::kStateSize);
+            break;
+        case HistorySlot::AutoListen:
+            visit(slot, GetAutoListenFilter(), CBiquad::kStateSize);
+            break;
+        case HistorySlot::Oversampling:
+            visit(slot, GetAiFilter(), CZkmorvaAiFilter::kStateSize);
+            break;
+        default:
+            visit(slot,
+                  GetBandFilter(static_cast<int>(index) -
+                                static_cast<int>(HistorySlot::Band1)),
+                  CBiquad::kStateSize);
+            break;
+        }
     }
 }
 
-void CZkmorva10AU::LoadChannelHistory(UInt32 channel) {
-    ForEachActiveSection([&](HistorySlot slot, auto& section, int size) {
+void CZkmorva10AU::LoadChannelHistory(UInt32 channel, std::uint32_t slots) {
+    ForEachHistorySlot(slots, [&](HistorySlot slot, auto& section, int size) {
         section.StoreBuffers(history[static_cast<std::size_t>(slot)].data() +
                              static_cast<std::size_t>(size) * channel);
     });
@@ -145,8 +173,8 @@ void CZkmorva10AU::LoadChannelHistory(UInt32 channel) {
     noiseSeed = static_cast<std::uint32_t>(ring[kNoiseSeedSlot]);
 }
 
-void CZkmorva10AU::SaveChannelHistory(UInt32 channel) {
-    ForEachActiveSection([&](HistorySlot slot, auto& section, int size) {
+void CZkmorva10AU::SaveChannelHistory(UInt32 channel, std::uint32_t slots) {
+    ForEachHistorySlot(slots, [&](HistorySlot slot, auto& section, int size) {
         section.GetBuffers(history[static_cast<std::size_t>(slot)].data() +
                            static_cast<std::size_t>(size) * channel);
     });
@@ -154,6 +182,15 @@ void CZkmorva10AU::SaveChannelHistory(UInt32 channel) {
     std::copy(bypassDelay.begin(), bypassDelay.begin() + kBypassRingSamples, ring);
     ring[kRingPositionSlot] = static_cast<double>(bypassDelayIndex);
     ring[kNoiseSeedSlot] = static_cast<double>(noiseSeed); // exact: any 32-bit value fits
+}
+
+// The end of the pair of channels first and first + 1, as their swaps leave it.
+void CZkmorva10AU::ReleasePair(UInt32 first) {
+    SaveChannelHistory(first, keptSlots);
+    LoadChannelHistory(first + 1, keptSlots);
+    EndSecondChannel();
+    SaveChannelHistory(first + 1, keptSlots);
+    pairKept = false;
 }
 
 OSStatus CZkmorva10AU::ProcessBufferLists(AudioUnitRenderActionFlags& /*ioActionFlags*/,
@@ -165,32 +202,42 @@ OSStatus CZkmorva10AU::ProcessBufferLists(AudioUnitRenderActionFlags& /*ioAction
     const bool swap = historyChannels >= 2 && channels <= historyChannels;
     // Channels two by two through one two-channel pass (a lone last channel on
     // its own); the second channel's histories ride along in the processor's
-    // copies of the sections.
+    // copies of the sections. A stereo bus's pair goes on from block to block
+    // while its chain and swapped slots stay as they were.
     const bool pairs = swap && CanProcessPair(static_cast<long>(frames));
+    const bool stereo = pairs && channels == 2;
+    if (pairKept && !(stereo && ActiveHistorySlots() == keptSlots && KeepPair())) {
+        ReleasePair();
+    }
     UInt32 i = 0;
     for (; pairs && i + 1 < channels; i += 2) {
         float* in[2] = {static_cast<float*>(inBuffers.mBuffers[i].mData),
                         static_cast<float*>(inBuffers.mBuffers[i + 1].mData)};
         float* out[2] = {static_cast<float*>(outBuffers.mBuffers[i].mData),
                          static_cast<float*>(outBuffers.mBuffers[i + 1].mData)};
-        LoadChannelHistory(i + 1);
-        BeginSecondChannel();
-        LoadChannelHistory(i);
+        if (!pairKept) {
+            const std::uint32_t slots = ActiveHistorySlots();
+            LoadChannelHistory(i + 1, slots);
+            BeginSecondChannel();
+            LoadChannelHistory(i, slots);
+            keptSlots = slots;
+            pairKept = true;
+        }
         ProcessFloatsPair(in, out, static_cast<long>(frames));
-        SaveChannelHistory(i);
-        LoadChannelHistory(i + 1);
-        EndSecondChannel();
-        SaveChannelHistory(i + 1);
+        if (!stereo || !PairEndedFinite()) {
+            ReleasePair(i);
+        }
     }
     for (; i < channels; ++i) {
         auto* in = static_cast<float*>(inBuffers.mBuffers[i].mData);
         auto* out = static_cast<float*>(outBuffers.mBuffers[i].mData);
+        const std::uint32_t slots = swap ? ActiveHistorySlots() : 0;
         if (swap) {
-            LoadChannelHistory(i);
+            LoadChannelHistory(i, slots);
         }
         ProcessFloats(&in, &out, static_cast<long>(frames));
         if (swap) {
-            SaveChannelHistory(i);
+            SaveChannelHistory(i, slots);
         }
     }
     return noErr;

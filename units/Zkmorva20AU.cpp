@@ -84,6 +84,21 @@ OSStatus CZkmorva20AU::GetParameter(AudioUnitParameterID id, AudioUnitScope scop
     return AUEffectBase::GetParameter(id, scope, element, outValue);
 }
 
+void CZkmorva20AU::GetParameters(std::span<const AudioUnitParameterID> ids,
+                                 std::span<float> values) {
+    CalcCorrelation();
+    const zk20::CZkmorva20MeterReadings meters = ReadMeters();
+    for (std::size_t i = 0; i < ids.size() && i < values.size(); ++i) {
+        if (IsZkmorva20Meter(ids[i])) {
+            values[i] = static_cast<float>(zk20::MeterParameterValue(ids[i], meters));
+        } else {
+            AudioUnitParameterValue v = 0.0f;
+            AUEffectBase::GetParameter(ids[i], kAudioUnitScope_Global, 0, v);
+            values[i] = v;
+        }
+    }
+}
+
 // ---------------------------------------------------------------- properties
 
 OSStatus CZkmorva20AU::GetPropertyInfo(AudioUnitPropertyID id, AudioUnitScope scope,

@@ -33,6 +33,8 @@ public:
                          void* outData) override;
     OSStatus GetParameter(AudioUnitParameterID id, AudioUnitScope scope, AudioUnitElement element,
                           AudioUnitParameterValue& outValue) override;
+    // The meters from one reading of the processor's published values.
+    void GetParameters(std::span<const AudioUnitParameterID> ids, std::span<float> values) override;
     void GetUIComponentDescs(AudioComponentDescription* outDescs) override;
     Float64 GetLatency() override;
     UInt32 SupportedNumChannels(const AUChannelInfo** outInfo) override;

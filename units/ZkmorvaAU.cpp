@@ -116,6 +116,14 @@ OSStatus CZkmorvaAU::SetProperty(AudioUnitPropertyID id, AudioUnitScope scope,
     return AUEffectBase::SetProperty(id, scope, element, inData, inDataSize);
 }
 
+void CZkmorvaAU::GetParameters(std::span<const AudioUnitParameterID> ids, std::span<float> values) {
+    for (std::size_t i = 0; i < ids.size() && i < values.size(); ++i) {
+        AudioUnitParameterValue v = 0.0f;
+        GetParameter(ids[i], kAudioUnitScope_Global, 0, v);
+        values[i] = v;
+    }
+}
+
 CZkmorvaAU::AutoListenDisplay CZkmorvaAU::GetAutoListenDisplay() const {
     const std::uint64_t packed = autoListenDisplay.load(std::memory_order_relaxed);
     return {static_cast<UInt32>(packed >> 32), static_cast<SInt32>(packed & 0xFFFFFFFFu)};

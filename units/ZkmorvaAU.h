@@ -84,6 +84,10 @@ public:
 
     // Pushes the stored value of one parameter into the processor (no answers).
     virtual void UpdateParameters(AudioUnitParameterID /*id*/) {}
+    // Several parameters read at once, as GetParameter reads each (meters
+    // included); a host that reads every meter after every block reads them here
+    // in one go.
+    virtual void GetParameters(std::span<const AudioUnitParameterID> ids, std::span<float> values);
 
     // Before initialising: events come only through ApplyParameterEvents.
     void UseDirectEvents() { directEvents = true; }

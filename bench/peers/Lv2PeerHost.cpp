@@ -1,12 +1,13 @@
 // Times an LV2 plug-in's run() the way a host drives an equaliser insert: stereo
-// noise at 48 kHz in 256-frame blocks, controls set from a scenario file.
+// noise at 48 kHz in blocks of 256 frames (or --block N), controls set from a
+// scenario file.
 //
-//   zk_lv2_peer_host SCENARIO [--seconds S] [--repeats R]
+//   zk_lv2_peer_host SCENARIO [--seconds S] [--repeats R] [--block N]
 //
 // A scenario names the plug-in and its control values:
 //   uri <plug-in URI>
 //   <port symbol> <value>      (one per line; "# ..." is a comment)
-// Output: one line "RESULT <label> <ns per frame> <cpu % of real time>", the
+// Output: one line "RESULT <label> <block> <ns per frame> <cpu % of real time>", the
 // median of the repeats, measured in thread CPU time. A plug-in that is not
 // installed prints "SKIP <label> <reason>" and exits 0.
 //
@@ -37,7 +38,8 @@
 namespace {
 
 constexpr double kRate = 48000.0;
-constexpr uint32_t kBlock = 256;
+constexpr uint32_t kDefaultBlock = 256;
+constexpr uint32_t kMaxBlock = 8192;
 constexpr uint32_t kAtomCapacity = 8192;
 
 // ------------------------------------------------------------------ URIDs
@@ -165,16 +167,25 @@ double ThreadSeconds() {
 
 int main(int argc, char** argv) {
     if (argc < 2) {
-        std::fprintf(stderr, "usage: %s SCENARIO [--seconds S] [--repeats R]\n", argv[0]);
+        std::fprintf(stderr, "usage: %s SCENARIO [--seconds S] [--repeats R] [--block N]\n",
+                     argv[0]);
         return 2;
     }
     double seconds = 2.0;
     int repeats = 5;
+    uint32_t block = kDefaultBlock;
     for (int i = 2; i + 1 < argc; i += 2) {
         if (std::strcmp(argv[i], "--seconds") == 0) {
             seconds = std::atof(argv[i + 1]);
         } else if (std::strcmp(argv[i], "--repeats") == 0) {
             repeats = std::max(1, std::atoi(argv[i + 1]));
+        } else if (std::strcmp(argv[i], "--block") == 0) {
+            const long b = std::atol(argv[i + 1]);
+            if (b < 1 || b > static_cast<long>(kMaxBlock)) {
+                std::fprintf(stderr, "--block %s: give 1 to %u frames\n", argv[i + 1], kMaxBlock);
+                return 2;
+            }
+            block = static_cast<uint32_t>(b);
         }
     }
     Scenario sc;
@@ -201,7 +212,7 @@ int main(int argc, char** argv) {
     // Features.
     LV2_URID_Map map{nullptr, Map};
     LV2_URID_Unmap unmap{nullptr, Unmap};
-    const int32_t blockLength = static_cast<int32_t>(kBlock);
+    const int32_t blockLength = static_cast<int32_t>(block);
     const float rate = static_cast<float>(kRate);
     const LV2_URID atomInt = Map(nullptr, LV2_ATOM__Int);
     const LV2_URID atomFloat = Map(nullptr, LV2_ATOM__Float);
@@ -230,18 +241,18 @@ int main(int argc, char** argv) {
     }
 
     // Noise, the same for every plug-in.
-    constexpr uint32_t kNoiseFrames = kBlock * 64;
+    const uint32_t noiseFrames = block * std::max<uint32_t>(64, 16384 / block);
     std::vector<float> noise[2];
     uint32_t seed = 1;
     for (std::vector<float>& ch : noise) {
-        ch.resize(kNoiseFrames);
+        ch.resize(noiseFrames);
         for (float& x : ch) {
             seed = seed * 1664525u + 1013904223u;
             x = static_cast<float>(seed) / 4294967296.0f - 0.5f;
         }
     }
-    std::vector<float> in[2] = {std::vector<float>(kBlock), std::vector<float>(kBlock)};
-    std::vector<float> out[2] = {std::vector<float>(kBlock), std::vector<float>(kBlock)};
+    std::vector<float> in[2] = {std::vector<float>(block), std::vector<float>(block)};
+    std::vector<float> out[2] = {std::vector<float>(block), std::vector<float>(block)};
 
     struct Instance {
         LilvInstance* lilv = nullptr;
@@ -303,7 +314,7 @@ int main(int argc, char** argv) {
                     isInput ? sizeof(LV2_Atom_Sequence_Body) : kAtomCapacity - sizeof(LV2_Atom);
                 lilv_instance_connect_port(x->lilv, p, x->atoms[p].data());
             } else {
-                x->scratch[p].assign(kBlock, 0.0f); // CV and anything else
+                x->scratch[p].assign(block, 0.0f); // CV and anything else
                 lilv_instance_connect_port(x->lilv, p, x->scratch[p].data());
             }
         }
@@ -338,23 +349,25 @@ int main(int argc, char** argv) {
     }
     uint32_t pos = 0;
     auto runBlock = [&] {
-        std::memcpy(in[0].data(), noise[0].data() + pos, kBlock * sizeof(float));
-        std::memcpy(in[1].data(), noise[1].data() + pos, kBlock * sizeof(float));
-        pos = (pos + kBlock) % kNoiseFrames;
+        std::memcpy(in[0].data(), noise[0].data() + pos, block * sizeof(float));
+        std::memcpy(in[1].data(), noise[1].data() + pos, block * sizeof(float));
+        pos = (pos + block) % noiseFrames;
         for (auto& x : inst) {
             for (uint32_t p : atomOutputs) {
                 reinterpret_cast<LV2_Atom*>(x->atoms[p].data())->size =
                     kAtomCapacity - sizeof(LV2_Atom);
             }
-            lilv_instance_run(x->lilv, kBlock);
+            lilv_instance_run(x->lilv, block);
             DeliverResponses(x->worker);
         }
     };
-    // Warm-up: parameter smoothing settles, caches fill.
-    for (int i = 0; i < 400; ++i) {
+    // Warm-up: parameter smoothing settles, caches fill (400 blocks, at least half
+    // a second).
+    const long warmUp = std::max(400L, static_cast<long>(0.5 * kRate / block));
+    for (long i = 0; i < warmUp; ++i) {
         runBlock();
     }
-    const long blocks = std::max(1L, static_cast<long>(seconds * kRate / kBlock));
+    const long blocks = std::max(1L, static_cast<long>(seconds * kRate / block));
     std::vector<double> nsPerFrame;
     for (int r = 0; r < repeats; ++r) {
         const double t0 = ThreadSeconds();
@@ -362,12 +375,12 @@ int main(int argc, char** argv) {
             runBlock();
         }
         const double t1 = ThreadSeconds();
-        nsPerFrame.push_back((t1 - t0) * 1e9 / (static_cast<double>(blocks) * kBlock));
+        nsPerFrame.push_back((t1 - t0) * 1e9 / (static_cast<double>(blocks) * block));
     }
     std::sort(nsPerFrame.begin(), nsPerFrame.end());
     const double median = nsPerFrame[nsPerFrame.size() / 2];
-    std::printf("RESULT %s %.2f %.3f%s\n", sc.label.c_str(), median, median * kRate * 1e-9 * 100.0,
-                instances == 2 ? " (two mono instances)" : "");
+    std::printf("RESULT %s %u %.2f %.3f%s\n", sc.label.c_str(), block, median,
+                median * kRate * 1e-9 * 100.0, instances == 2 ? " (two mono instances)" : "");
     for (auto& x : inst) {
         lilv_instance_deactivate(x->lilv);
         lilv_instance_free(x->lilv);

@@ -30,12 +30,17 @@ PluginCore::PluginCore(const UnitDescriptor& d) : descriptor(d) {
         return;
     }
     zkUnit->UseDirectEvents();
+    outputOfIndex.assign(parameters.size(), -1);
     for (std::size_t i = 0; i < parameters.size(); ++i) {
         const AudioUnitParameterID id = parameters[i].id;
         if (id >= indexOfId.size()) {
             indexOfId.resize(id + 1, UINT32_MAX);
         }
         indexOfId[id] = static_cast<std::uint32_t>(i);
+        if (parameters[i].output && outputIds.size() < kMaxOutputs) {
+            outputOfIndex[i] = static_cast<std::int32_t>(outputIds.size());
+            outputIds.push_back(id);
+        }
     }
     batch.reserve(kQueueCapacity);
 }
@@ -109,7 +114,20 @@ float PluginCore::GetParameter(std::size_t index) const {
     }
     const HostParameter& p = parameters[index];
     AudioUnitParameterValue value = p.defaultValue;
-    if (p.output) {
+    if (const std::int32_t slot = outputOfIndex[index]; slot >= 0) {
+        // Any thread: a reader that finds the values older than the last block
+        // reads them all; two readers at once read the same values.
+        const std::uint64_t block = processedBlocks.load(std::memory_order_acquire);
+        if (outputsReadAfter.load(std::memory_order_acquire) != block) {
+            std::array<float, kMaxOutputs> values{};
+            zkUnit->GetParameters(outputIds, std::span<float>(values.data(), outputIds.size()));
+            for (std::size_t i = 0; i < outputIds.size(); ++i) {
+                outputValues[i].store(values[i], std::memory_order_relaxed);
+            }
+            outputsReadAfter.store(block, std::memory_order_release);
+        }
+        value = outputValues[static_cast<std::size_t>(slot)].load(std::memory_order_relaxed);
+    } else if (p.output) {
         unit->GetParameter(p.id, kAudioUnitScope_Global, 0, value);
     } else {
         unit->PeekParameter(kAudioUnitScope_Global, 0, p.id, value);
@@ -216,6 +234,8 @@ void PluginCore::Process(const float* const* inputs, float* const* outputs, UInt
         }
         done += n;
     }
+    processedBlocks.store(processedBlocks.load(std::memory_order_relaxed) + 1,
+                          std::memory_order_release);
 }
 
 std::string PluginCore::SaveState() const {

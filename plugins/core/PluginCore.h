@@ -22,6 +22,7 @@
 #include "plugins/core/UnitDescriptor.h"
 #include "units/ZkmorvaAU.h"
 
+#include <array>
 #include <atomic>
 #include <cstdint>
 #include <memory>
@@ -124,6 +125,15 @@ private:
     CZkmorvaAU* zkUnit = nullptr; // the same unit, for its event entry
     std::vector<HostParameter> parameters;
     std::vector<std::uint32_t> indexOfId; // host index by parameter id
+    // The outputs (meters), read from the unit once per block, at the first read
+    // after it (hosts read every output after every block; one by one they cost
+    // as much as a quarter of the filtering of a 16-frame block).
+    static constexpr std::size_t kMaxOutputs = 16;
+    std::vector<AudioUnitParameterID> outputIds; // in host order
+    std::vector<std::int32_t> outputOfIndex;     // by host index: place in outputIds, or -1
+    mutable std::array<std::atomic<float>, kMaxOutputs> outputValues{};
+    std::atomic<std::uint64_t> processedBlocks{0};
+    mutable std::atomic<std::uint64_t> outputsReadAfter{UINT64_MAX};
     LockFreeQueue<zk::ParameterEvent, kQueueCapacity> queue;
     std::vector<zk::ParameterEvent> batch; // audio thread; capacity kQueueCapacity
     std::atomic<std::uint64_t> overflowedEvents{0};

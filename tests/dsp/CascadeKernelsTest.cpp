@@ -10,6 +10,8 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <utility>
+#include <vector>
 
 namespace {
 
@@ -68,11 +70,16 @@ TEST(CascadeKernels, MonoPassEqualsSectionAfterSection) {
 }
 
 using StereoPass = void (*)(const zk::StereoStage*, int, const zk::MidSideTail*, double*, double*,
-                            long);
+                            long, zk::CascadePlan*);
+
+void Baseline(const zk::StereoStage* stages, int count, const zk::MidSideTail* tail, double* l,
+              double* r, long n, zk::CascadePlan*) {
+    zk::kernels::FilterCascadeStereoBaseline(stages, count, tail, l, r, n);
+}
 
 // Each two-channel kernel this machine runs, by name.
 template <class Check> void ForEachStereoPass(Check check) {
-    check(zk::kernels::FilterCascadeStereoBaseline, "baseline");
+    check(Baseline, "baseline");
     if (zk::kernels::HaveAvx()) {
         check(zk::kernels::FilterCascadeStereoAvx, "AVX");
     }
@@ -126,7 +133,7 @@ void ExpectStereoPassEqualsEachChannelAlone(StereoPass pass, const char* which) 
                     }
                 }
             }
-            pass(stages.data(), n, nullptr, b[0].data(), b[1].data(), len);
+            pass(stages.data(), n, nullptr, b[0].data(), b[1].data(), len, nullptr);
             ASSERT_TRUE(SameBits(a[0], b[0])) << which << ", channel 1, trial " << trial;
             ASSERT_TRUE(SameBits(a[1], b[1])) << which << ", channel 2, trial " << trial;
         }
@@ -286,7 +293,7 @@ void ExpectMidSideTailEqualsChainThenRule(StereoPass pass, const char* which) {
                 }
             }
             MidSideRule(a[0], a[1], plainMid, midRuns, plainSide, sideRuns, width, factor);
-            pass(stages.data(), n, &tail, b[0].data(), b[1].data(), len);
+            pass(stages.data(), n, &tail, b[0].data(), b[1].data(), len, nullptr);
             ASSERT_TRUE(SameBits(a[0], b[0])) << which << ", left, trial " << trial << " (" << n
                                               << " stages), block " << block << " of " << len;
             ASSERT_TRUE(SameBits(a[1], b[1])) << which << ", right, trial " << trial << " (" << n
@@ -301,6 +308,100 @@ void ExpectMidSideTailEqualsChainThenRule(StereoPass pass, const char* which) {
 
 TEST(CascadeKernels, MidSideTailEqualsChainThenStage) {
     ForEachStereoPass(ExpectMidSideTailEqualsChainThenRule);
+}
+
+// One plan kept from block to block while the chain changes between blocks as a
+// unit's dispatch changes it: new coefficients (reloaded into their lanes),
+// sections that stop or start running, other stages, the mid/side stage taken
+// away and back; each block against each channel's sections one after another
+// and the stage's rule.
+void ExpectKeptPlanFollowsTheChain(const std::vector<StereoPass>& passes, const char* which) {
+    Rng rng(17);
+    for (int trial = 0; trial < 40; ++trial) {
+        const double fs = kRates[Pick(rng, 2)];
+        const int n = 1 + Pick(rng, 26);
+        std::vector<CBiquad> plain[2] = {RandomSections(rng, n, fs), RandomSections(rng, n, fs)};
+        std::vector<CBiquad> fused[2] = {plain[0], plain[1]};
+        CBiquad mid(fs), side(fs);
+        mid.Update(filterParameters{LowShelf, 1.06, 120.0, 1.0});
+        side.Update(filterParameters{HighPass2, 0.0, 120.0, 1.4});
+        CBiquad plainMid = mid, plainSide = side;
+        zk::CascadePlan plan;
+        for (int block = 0; block < 16; ++block) {
+            CBiquad* sections[2] = {&fused[0][static_cast<std::size_t>(Pick(rng, n))],
+                                    &fused[1][static_cast<std::size_t>(Pick(rng, n))]};
+            switch (Pick(rng, 4)) {
+            case 0: // new coefficients, still running (or still not)
+                for (CBiquad* b : sections) {
+                    filterParameters p = b->GetParameters();
+                    p.frequency = p.frequency * Uniform(rng, 0.8, 1.2);
+                    b->Update(p);
+                }
+                break;
+            case 1: // a section stops or starts running
+                sections[0]->Update(sections[0]->IsIdentity()
+                                        ? RandomParameters(rng, fs)
+                                        : filterParameters{Peak, 1.0, 1.0e3, 1.0});
+                break;
+            case 2: // the mono maker's sections stop or start
+                mid.Update(filterParameters{LowShelf, mid.IsIdentity() ? 1.06 : 1.0, 120.0, 1.0});
+                break;
+            default:
+                break;
+            }
+            for (int ch = 0; ch < 2; ++ch) {
+                for (std::size_t k = 0; k < plain[ch].size(); ++k) {
+                    const std::vector<double> h = History(plain[ch][k]);
+                    plain[ch][k] = fused[ch][k];
+                    plain[ch][k].StoreBuffers(h.data());
+                }
+            }
+            for (auto [a, b] : {std::pair{&plainMid, &mid}, std::pair{&plainSide, &side}}) {
+                const std::vector<double> h = History(*a);
+                *a = *b;
+                a->StoreBuffers(h.data());
+            }
+            // Now and then a shorter chain, or none of the mid/side stage.
+            const int used = block % 4 == 3 ? n / 2 : n;
+            const bool withTail = block % 5 != 4;
+            std::vector<zk::StereoStage> stages;
+            for (std::size_t k = 0; k < static_cast<std::size_t>(used); ++k) {
+                stages.push_back({&fused[0][k], &fused[1][k]});
+            }
+            const zk::MidSideTail tail{&mid, &side, true, 0.7};
+            const long len = RandomBlock(rng);
+            std::vector<double> a[2] = {RandomSignal(rng, len), RandomSignal(rng, len)};
+            std::vector<double> b[2] = {a[0], a[1]};
+            for (int ch = 0; ch < 2; ++ch) {
+                for (int k = 0; k < used; ++k) {
+                    plain[ch][static_cast<std::size_t>(k)].FilterBuffer(a[ch].data(), len);
+                }
+            }
+            if (withTail) {
+                MidSideRule(a[0], a[1], plainMid, !plainMid.IsIdentity(), plainSide, true, true,
+                            0.7);
+            }
+            const StereoPass pass = passes[static_cast<std::size_t>(block) % passes.size()];
+            pass(stages.data(), used, withTail ? &tail : nullptr, b[0].data(), b[1].data(), len,
+                 &plan);
+            ASSERT_TRUE(SameBits(a[0], b[0]))
+                << which << ", left, trial " << trial << " block " << block << " of " << len;
+            ASSERT_TRUE(SameBits(a[1], b[1]))
+                << which << ", right, trial " << trial << " block " << block << " of " << len;
+            ASSERT_TRUE(SameHistories(plain, fused)) << which << ", trial " << trial;
+            ASSERT_TRUE(SameBits(History(plainMid), History(mid))) << which << ", trial " << trial;
+        }
+    }
+}
+
+TEST(CascadeKernels, KeptPlanFollowsTheChain) {
+    std::vector<StereoPass> all;
+    ForEachStereoPass([&all](StereoPass pass, const char* which) {
+        ExpectKeptPlanFollowsTheChain({pass}, which);
+        all.push_back(pass);
+    });
+    // One plan handed from kernel to kernel block after block.
+    ExpectKeptPlanFollowsTheChain(all, "kernels in turn");
 }
 
 } // namespace

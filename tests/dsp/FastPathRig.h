@@ -25,9 +25,11 @@ inline int Pick(Rng& rng, int n) {
 
 // Block lengths that stress the edges: single samples, the first two samples a
 // pass treats apart, odd lengths, lengths around the stereo passes' 128- and
-// 512-frame chunks.
+// 512-frame chunks, and the hosts' short blocks (16 to 64 frames, twice that
+// while oversampling), shorter than a full pass's pipeline.
 inline long RandomBlock(Rng& rng) {
-    constexpr long kSizes[] = {1, 2, 3, 5, 7, 11, 31, 127, 128, 129, 255, 256, 300, 511, 513, 1100};
+    constexpr long kSizes[] = {1,   2,   3,   4,   5,   7,   11,  16,  31,   32,  64,
+                               127, 128, 129, 255, 256, 300, 511, 513, 1024, 1100};
     return kSizes[Pick(rng, static_cast<int>(std::size(kSizes)))];
 }
 

@@ -338,6 +338,16 @@ TEST_P(ClapPlugin, MetersReadTheLevels) {
     EXPECT_GT(p->Value(in), -20.0); // the signal peaks near -6 dBFS
     EXPECT_LE(p->Value(in), 0.0);
     EXPECT_GT(p->Value(out), -20.0);
+    // Read after every block, each block's reading: in silence the level falls
+    // from one block to the next.
+    const Channels silence(ChannelCount(), std::vector<float>(64, 0.0f));
+    double before = p->Value(in);
+    for (int block = 0; block < 4; ++block) {
+        Run(*p, silence, 64, false);
+        const double now = p->Value(in);
+        EXPECT_LT(now, before) << "silent block " << block;
+        before = now;
+    }
 }
 
 // A saved state restores every parameter and the sound of the saved instance.

@@ -138,6 +138,18 @@ TEST(Zkmorva20AUMeters, BalanceLevelsAndOvers) {
     EXPECT_NEAR(host->Get(kZ20Input1Meter), 20.0 * std::log10(1.5), 1e-3);
     host->Render({std::vector<float>(256, 1.5f), std::vector<float>(256, 0.0f)}, 256);
     EXPECT_NEAR(host->Get(kZ20Output1Meter), 20.0 * std::log10(1.5), 0.05);
+
+    // Every meter read at once reads as each read alone.
+    host->Render({tone, zktest::ToFloat(Sine(300.0, kRate, n, 0.2))});
+    std::vector<AudioUnitParameterID> ids;
+    for (AudioUnitParameterID id = kZ20BalanceMeter; id <= kZ20Output2Meter; ++id) {
+        ids.push_back(id);
+    }
+    std::vector<float> together(ids.size());
+    host->As<CZkmorva20AU>().GetParameters(ids, together);
+    for (std::size_t i = 0; i < ids.size(); ++i) {
+        EXPECT_EQ(together[i], host->Get(ids[i])) << "meter " << ids[i];
+    }
 }
 
 // ---------------------------------------------------------------- shelves
