@@ -154,8 +154,7 @@ template <class Visit> void CZkmorva10AU::ForEachHistorySlot(std::uint32_t slots
             break;
         default:
             visit(slot,
-                  GetBandFilter(static_cast<int>(index) -
-                                static_cast<int>(HistorySlot::Band1)),
+                  GetBandFilter(static_cast<int>(index) - static_cast<int>(HistorySlot::Band1)),
                   CBiquad::kStateSize);
             break;
         }
