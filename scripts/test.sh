@@ -9,18 +9,23 @@ set -euo pipefail
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 top=$(dirname "$here")
 jobs=$(nproc)
+# Each stage's wall time, so that a slow stage shows in CI's log.
+start=$SECONDS
+stage() { echo "== $1 (at $((SECONDS - start)) s) =="; }
 
+stage "packages and build"
 "$here/bootstrap.sh"
+stage "every suite"
 (cd "$top/build" && ctest --output-on-failure -j "$jobs")
 
-echo "== threaded suites under ThreadSanitizer =="
+stage "threaded suites under ThreadSanitizer"
 cmake -S "$top" -B "$top/build-tsan" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DZK_SANITIZE=thread \
     -DZK_BUILD_GUI=OFF -DZK_BUILD_PLUGINS=OFF -DZK_BUILD_CLI=OFF -DZK_BUILD_BENCH=OFF >/dev/null
 cmake --build "$top/build-tsan" -j "$jobs"
 (cd "$top/build-tsan" && TSAN_OPTIONS=halt_on_error=1 ctest --output-on-failure -j "$jobs" \
     -R 'Threads|RunLoops|LockFreeQueue|SampleRing|EventService')
 
-echo "== suites without GUI or plug-ins under AddressSanitizer and UBSan =="
+stage "suites without GUI or plug-ins under AddressSanitizer and UBSan"
 # -O1: the same checks for a fifth less compile time than -O2.
 cmake -S "$top" -B "$top/build-asan-nogui" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DZK_SANITIZE=address \
     "-DCMAKE_CXX_FLAGS_RELWITHDEBINFO=-O1 -DNDEBUG" "-DCMAKE_C_FLAGS_RELWITHDEBINFO=-O1 -DNDEBUG" \
@@ -30,5 +35,6 @@ cmake --build "$top/build-asan-nogui" -j "$jobs"
     LSAN_OPTIONS=suppressions=$here/lsan.supp:print_suppressions=0 \
     UBSAN_OPTIONS=halt_on_error=1:print_stacktrace=1 ctest --output-on-failure -j "$jobs")
 
-echo "== libFuzzer on the saved-state reader and the text parsers =="
+stage "libFuzzer on the saved-state reader and the text parsers"
 ZK_FUZZ_SECONDS=${ZK_FUZZ_SECONDS:-75} "$here/fuzz.sh"
+stage "done"
