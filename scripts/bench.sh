@@ -82,12 +82,12 @@ for _ in $(seq "$pairs"); do
 done
 
 echo "bench: peers and ours as LV2, ${blocks[*]} frames, $peer_rounds round(s)"
-# Only the bundles: a build's bin/ also holds the JACK apps, which lilv would try
-# to read as bundles.
+# Only the complete bundles: a build's bin/ also holds the JACK apps, which lilv
+# would try to read as bundles, and the folders of bundles this build did not make.
 lv2_dir=${ZK_LV2_DIR:-$build/bin}
 rm -rf "$out/lv2" && mkdir -p "$out/lv2"
 for bundle in "$lv2_dir"/*.lv2; do
-    [ -d "$bundle" ] && ln -s "$(cd "$bundle" && pwd)" "$out/lv2/"
+    [ -f "$bundle/manifest.ttl" ] && ln -s "$(cd "$bundle" && pwd)" "$out/lv2/"
 done
 export LV2_PATH="$out/lv2:${LV2_PATH:-$HOME/.lv2:/usr/local/lib/lv2:/usr/lib/lv2}"
 # Rounds of every block length and plug-in in turn; the table takes each
