@@ -43,7 +43,7 @@ TEST(Zkmorva10AutoListen, ModeDecidesWhichControlsListenAndWhenTheEditorIsTold) 
     }
 }
 
-TEST(Zkmorva10AutoListen, FrequencyControlsListenToANarrowBandAtTheirFrequency) {
+TEST(Zkmorva10AutoListen, FrequencyControlsPlayANarrowBandAtTheirFrequency) {
     zktest::CRecordingProcessor p;
     p.hpFrequency = 45.0;
     p.lpFrequency = 17000.0;
@@ -63,11 +63,8 @@ TEST(Zkmorva10AutoListen, FrequencyControlsListenToANarrowBandAtTheirFrequency) 
         EXPECT_EQ(f.q, 10.0) << id;
         p.EndAutoListen(id);
     }
-}
-
-// Mode 6, band 1 frequency: only the narrow band around 100 Hz is heard, and
-// band 1's own boost is not.
-TEST(Zkmorva10AutoListen, NarrowBandListenSoundsAndEnds) {
+    // Mode 6, band 1 frequency: only the narrow band around 100 Hz is heard, and
+    // band 1's own boost is not.
     Zkmorva10Rig rig(96000.0);
     rig.SetBand(0, 2.0, 100.0, 1.0);
     rig.p.BeginAutoListen(10);

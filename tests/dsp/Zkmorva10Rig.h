@@ -91,13 +91,4 @@ private:
     std::uint32_t seed = 1;
 };
 
-inline std::vector<double> RandomSignal(long count, std::uint32_t seed = 7) {
-    std::vector<double> v(static_cast<std::size_t>(count));
-    for (double& x : v) {
-        seed = seed * 1664525u + 1013904223u;
-        x = static_cast<double>(static_cast<float>(seed) / 4294967296.0f) * 1.6 - 0.8;
-    }
-    return v;
-}
-
 } // namespace zktest

@@ -2,21 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include <random>
-
 namespace {
 
 using namespace zktest;
-
-std::vector<double> RandomSignal(long n, unsigned seed, double amplitude = 0.5) {
-    std::mt19937 rng(seed);
-    std::uniform_real_distribution<double> d(-amplitude, amplitude);
-    std::vector<double> v(static_cast<size_t>(n));
-    for (double& x : v) {
-        x = static_cast<double>(static_cast<float>(d(rng))); // float-representable input
-    }
-    return v;
-}
 
 // Every sample of `got` within `tolerance` of expected(i); names the first miss.
 template <class Expected>

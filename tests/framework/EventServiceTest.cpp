@@ -196,7 +196,7 @@ TEST_F(EventService, AddAndRemoveEventTypeFilter) {
     EXPECT_EQ(rec.Take().size(), 0u);
 }
 
-TEST_F(EventService, ObjectIsHandedBackAndSenderIsSkipped) {
+TEST_F(EventService, ObjectIsHandedBackSenderIsSkippedAndNotifyReadsTheStore) {
     int viewA = 0;
     int viewB = 0;
     Subscribe(kAudioUnitEvent_ParameterValueChange, kGain, &viewA);
@@ -206,16 +206,14 @@ TEST_F(EventService, ObjectIsHandedBackAndSenderIsSkipped) {
     const auto r = rec.Take();
     ASSERT_EQ(r.size(), 1u);
     EXPECT_EQ(r[0].object, &viewB);
-}
 
-TEST_F(EventService, NotifyReportsTheStoredValue) {
-    Subscribe(kAudioUnitEvent_ParameterValueChange, kMix);
-    unit.Globals()->SetParameter(kMix, 33.0f);
-    Notify(&unit, kAudioUnitEvent_ParameterValueChange, kMix);
+    // A notification without a value reports the stored one.
+    unit.Globals()->SetParameter(kGain, -33.0f);
+    Notify(&unit, kAudioUnitEvent_ParameterValueChange, kGain);
     loop->Pump();
-    const auto r = rec.Take();
-    ASSERT_EQ(r.size(), 1u);
-    EXPECT_EQ(r[0].value, 33.0f);
+    const auto n = rec.Take();
+    ASSERT_EQ(n.size(), 2u);
+    EXPECT_EQ(n[0].value, -33.0f);
 }
 
 TEST_F(EventService, GestureOverflowIsCountedAndNotLost) {
