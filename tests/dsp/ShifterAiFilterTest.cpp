@@ -4,8 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <random>
-
 namespace {
 
 using zktest::MeasureGainDb;
@@ -66,32 +64,6 @@ TEST(Shifter, PresenceShiftBellsSitWhereTheyShould) {
     EXPECT_NEAR(SectionGainDb(*s.GetBiquad(1), 12600.0), -6.0206, 0.002) << "cut bell at 12600 Hz";
     EXPECT_NEAR(SectionGainDb(*s.GetBiquad(0), counter.frequency), 6.0206, 0.002)
         << "counter bell at 7857 Hz";
-}
-
-TEST(Shifter, FilterSampleEqualsFilterBufferAndStateRoundTrips) {
-    CZkmorvaShifter a(48000.0, CZkmorvaShifter::kBass);
-    a.Update(120.0, CZkmorvaShifter::kFrequency);
-    a.Update(3.0, CZkmorvaShifter::kGain);
-    CZkmorvaShifter b = a;
-    std::mt19937 rng(4);
-    std::uniform_real_distribution<double> d(-1, 1);
-    std::vector<double> buf(500);
-    for (double& x : buf) {
-        x = d(rng);
-    }
-    std::vector<double> bySample = buf;
-    a.FilterBuffer(buf.data(), 500);
-    for (double& x : bySample) {
-        x = b.FilterSample(x);
-    }
-    EXPECT_EQ(buf, bySample);
-
-    double state[CZkmorvaShifter::kStateSize];
-    a.GetBuffers(state);
-    CZkmorvaShifter c = a;
-    c.InitBuffers();
-    c.StoreBuffers(state);
-    EXPECT_EQ(a.FilterSample(0.1), c.FilterSample(0.1));
 }
 
 // The oversampling low-pass at 88.2 kHz: flat in the audio band, steep above

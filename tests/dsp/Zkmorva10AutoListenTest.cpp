@@ -11,16 +11,7 @@ using Draw = std::pair<bool, long>;
 using Draws = std::vector<Draw>;
 using zktest::Zkmorva10Rig;
 
-const double kSixDb = 20.0 * std::log10(2.0);
-
-void SetBand(CZkmorva10SignalProcessing& p, int b, double gain, double frequency, double q,
-             bool on = true) {
-    p.band[static_cast<std::size_t>(b)] = {gain, q, frequency, on};
-    CBiquad& s = p.GetBandFilter(b);
-    s.Update(q, CBiquad::kQ);
-    s.Update(frequency, CBiquad::kFrequency);
-    s.Update(gain, CBiquad::kGain);
-}
+using zktest::kSixDb;
 
 // The mode's display string names the kinds of control it listens to.
 TEST(Zkmorva10AutoListen, ModeDecidesWhichControlsListenAndWhenTheEditorIsTold) {
@@ -52,7 +43,7 @@ TEST(Zkmorva10AutoListen, ModeDecidesWhichControlsListenAndWhenTheEditorIsTold) 
     }
 }
 
-TEST(Zkmorva10AutoListen, FrequencyControlsListenToANarrowBandAtTheirFrequency) {
+TEST(Zkmorva10AutoListen, FrequencyControlsPlayANarrowBandAtTheirFrequency) {
     zktest::CRecordingProcessor p;
     p.hpFrequency = 45.0;
     p.lpFrequency = 17000.0;
@@ -72,13 +63,10 @@ TEST(Zkmorva10AutoListen, FrequencyControlsListenToANarrowBandAtTheirFrequency) 
         EXPECT_EQ(f.q, 10.0) << id;
         p.EndAutoListen(id);
     }
-}
-
-// Mode 6, band 1 frequency: only the narrow band around 100 Hz is heard, and
-// band 1's own boost is not.
-TEST(Zkmorva10AutoListen, NarrowBandListenSoundsAndEnds) {
+    // Mode 6, band 1 frequency: only the narrow band around 100 Hz is heard, and
+    // band 1's own boost is not.
     Zkmorva10Rig rig(96000.0);
-    SetBand(rig.p, 0, 2.0, 100.0, 1.0);
+    rig.SetBand(0, 2.0, 100.0, 1.0);
     rig.p.BeginAutoListen(10);
     EXPECT_EQ(rig.p.draws, (Draws{{true, 10}}));
     EXPECT_NEAR(rig.GainDb(100.0), 0.0, 0.01) << "at 100 Hz";
@@ -94,7 +82,7 @@ TEST(Zkmorva10AutoListen, NarrowBandListenSoundsAndEnds) {
 TEST(Zkmorva10AutoListen, BandQListenExaggeratesTheBandAndEndRestoresIt) {
     Zkmorva10Rig rig(96000.0);
     CZkmorva10SignalProcessing& p = rig.p;
-    SetBand(p, 0, 2.0, 1000.0, 1.0);
+    rig.SetBand(0, 2.0, 1000.0, 1.0);
     p.BeginAutoListen(9);
     EXPECT_TRUE(p.IsAutoListenActive());
     EXPECT_EQ(p.GetBandFilter(0).GetParameters().gain, 4.0);
@@ -108,7 +96,7 @@ TEST(Zkmorva10AutoListen, BandQListenExaggeratesTheBandAndEndRestoresIt) {
     EXPECT_EQ(rig.p.draws, (Draws{{true, 9}, {false, 9}}));
     EXPECT_NEAR(rig.GainDb(1000.0), kSixDb, 0.001) << "at 1000 Hz after the end";
 
-    SetBand(p, 4, 0.5, 12000.0, 1.0);
+    rig.SetBand(4, 0.5, 12000.0, 1.0);
     p.BeginAutoListen(25);
     EXPECT_EQ(p.GetBandFilter(4).GetParameters().gain, 0.25);
     EXPECT_EQ(p.GetAutoListenGain(), 1.0);
@@ -122,7 +110,7 @@ TEST(Zkmorva10AutoListen, ListenGainMultipliesTheOutputGainFirst) {
     Zkmorva10Rig rig(96000.0);
     CZkmorva10SignalProcessing& p = rig.p;
     p.outputGain = 1.1;
-    SetBand(p, 2, 1.7, 3150.0, 2.0);
+    rig.SetBand(2, 1.7, 3150.0, 2.0);
     p.BeginAutoListen(17);
     const double factor = 1.1 * (1.7 * 0.25);
     CBiquad band = p.GetBandFilter(2);
@@ -142,11 +130,10 @@ TEST(Zkmorva10AutoListen, ListenGainMultipliesTheOutputGainFirst) {
 TEST(Zkmorva10AutoListen, OnlyTheListenedFilterRunsWhateverItsSwitch) {
     Zkmorva10Rig rig(96000.0);
     CZkmorva10SignalProcessing& p = rig.p;
-    SetBand(p, 1, 2.0, 315.0, 1.0);
+    rig.SetBand(1, 2.0, 315.0, 1.0);
     p.hpOn = false;
     p.hpFrequency = 1000.0;
-    p.GetHpFilter().Update(112.0, CZkmorvaHpLpFilter::kSlope);
-    p.GetHpFilter().Update(1000.0, CZkmorvaHpLpFilter::kFrequency);
+    zktest::SetCut(p.GetHpFilter(), 1000.0, 112.0);
     p.BeginAutoListen(6);
     for (double f : {315.0, 2000.0}) {
         EXPECT_NEAR(rig.GainDb(f), zktest::ButterworthDb(2, f, 1000.0, 96000.0, true), 0.01)
@@ -208,7 +195,7 @@ TEST(Zkmorva10AutoListen, TextBoxOrDisabledListenBlocksBegin) {
 TEST(Zkmorva10AutoListen, EqOffRunsNoFilterEvenWhileListening) {
     Zkmorva10Rig rig(44100.0);
     CZkmorva10SignalProcessing& p = rig.p;
-    SetBand(p, 1, 2.0, 315.0, 1.0);
+    rig.SetBand(1, 2.0, 315.0, 1.0);
     p.eqOn = false;
     p.inputGain = 0.5;
     EXPECT_NEAR(rig.GainDb(315.0), -kSixDb, 0.001) << "at 315 Hz";

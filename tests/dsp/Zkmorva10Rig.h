@@ -20,6 +20,17 @@ public:
     std::vector<std::pair<bool, long>> draws;
 };
 
+inline const double kSixDb = 20.0 * std::log10(2.0);
+
+inline void SetCut(CZkmorvaHpLpFilter& f, double frequency, double slope) {
+    f.Update(slope, CZkmorvaHpLpFilter::kSlope);
+    f.Update(frequency, CZkmorvaHpLpFilter::kFrequency);
+}
+inline void SetShift(CZkmorvaShifter& s, double frequency, double gain) {
+    s.Update(frequency, CZkmorvaShifter::kFrequency);
+    s.Update(gain, CZkmorvaShifter::kGain);
+}
+
 struct Zkmorva10Rig {
     static constexpr long kBlock = 512;
 
@@ -47,6 +58,14 @@ struct Zkmorva10Rig {
         }
         return v;
     }
+    // A band as the unit's dispatch sets it: settings field and section.
+    void SetBand(int b, double gain, double frequency, double q, bool on = true) {
+        p.band[static_cast<std::size_t>(b)] = {gain, q, frequency, on};
+        CBiquad& s = p.GetBandFilter(b);
+        s.Update(q, CBiquad::kQ);
+        s.Update(frequency, CBiquad::kFrequency);
+        s.Update(gain, CBiquad::kGain);
+    }
     // Gain of the whole processor at one frequency, from a fresh history.
     double GainDb(double frequency) {
         p.InitBuffers();
@@ -71,14 +90,5 @@ public:
 private:
     std::uint32_t seed = 1;
 };
-
-inline std::vector<double> RandomSignal(long count, std::uint32_t seed = 7) {
-    std::vector<double> v(static_cast<std::size_t>(count));
-    for (double& x : v) {
-        seed = seed * 1664525u + 1013904223u;
-        x = static_cast<double>(static_cast<float>(seed) / 4294967296.0f) * 1.6 - 0.8;
-    }
-    return v;
-}
 
 } // namespace zktest

@@ -17,18 +17,11 @@ constexpr double kFs = 44100.0; // meters run at the internal 88200 Hz
 // `read` is set, as an editor polling the meters would.
 void Play(CZkmorva20SignalProcessing& p, const std::vector<double>& l, const std::vector<double>& r,
           bool read) {
-    const long n = static_cast<long>(l.size());
-    std::vector<double> ol(l.size()), orr(r.size());
-    for (long start = 0; start < n; start += kMaxBlock) {
-        const long frames = std::min(kMaxBlock, n - start);
-        double* in[2] = {const_cast<double*>(l.data()) + start,
-                         const_cast<double*>(r.data()) + start};
-        double* out[2] = {ol.data() + start, orr.data() + start};
-        p.ProcessDoubles(in, out, frames);
+    RunStereo(p, l, r, kMaxBlock, [&] {
         if (read) {
             p.CalcCorrelation();
         }
-    }
+    });
 }
 
 std::vector<double> Tone(double seconds, double amplitude = 0.5) {

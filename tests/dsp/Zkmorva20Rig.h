@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 #include <map>
 #include <numbers>
 #include <utility>
@@ -51,9 +52,11 @@ struct Stereo {
     std::vector<double> l, r;
 };
 
-// Runs both channels through ProcessDoubles in blocks of `block` frames.
+// Runs both channels through ProcessDoubles in blocks of `block` frames, calling
+// `afterBlock` (if any) after each.
 inline Stereo RunStereo(CZkmorva20SignalProcessing& p, const std::vector<double>& l,
-                        const std::vector<double>& r, long block = kMaxBlock) {
+                        const std::vector<double>& r, long block = kMaxBlock,
+                        const std::function<void()>& afterBlock = {}) {
     Stereo out{std::vector<double>(l.size()), std::vector<double>(r.size())};
     const long n = static_cast<long>(l.size());
     for (long start = 0; start < n; start += block) {
@@ -62,6 +65,9 @@ inline Stereo RunStereo(CZkmorva20SignalProcessing& p, const std::vector<double>
                          const_cast<double*>(r.data()) + start};
         double* o[2] = {out.l.data() + start, out.r.data() + start};
         p.ProcessDoubles(in, o, frames);
+        if (afterBlock) {
+            afterBlock();
+        }
     }
     return out;
 }
@@ -75,13 +81,6 @@ inline std::vector<double> Scaled(std::vector<double> v, double factor) {
         x *= factor;
     }
     return v;
-}
-
-inline std::vector<double> Sum(std::vector<double> a, const std::vector<double>& b) {
-    for (size_t i = 0; i < a.size(); ++i) {
-        a[i] += b[i];
-    }
-    return a;
 }
 
 // Amplitude of the tone at f in the second half of v.

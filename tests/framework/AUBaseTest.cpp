@@ -10,6 +10,14 @@ namespace {
 
 using namespace zktest;
 
+// Reads a property of the given element into `value`, sized as `value`.
+template <class T>
+OSStatus Get(AUBase& u, AudioUnitPropertyID id, AudioUnitScope scope, AudioUnitElement element,
+             T& value) {
+    UInt32 size = sizeof value;
+    return AudioUnitGetProperty(&u, id, scope, element, &value, &size);
+}
+
 TEST(Types, NumericValuesHostsAndPresetsRelyOn) {
     EXPECT_EQ(kAudioUnitErr_InvalidParameter, -10878);
     EXPECT_EQ(kAudioUnitErr_InvalidProperty, -10879);
@@ -84,30 +92,24 @@ TEST(Properties, StandardPropertiesAndErrors) {
     EXPECT_EQ(ids, (std::array<AudioUnitParameterID, 3>{0, 1, 2}));
 
     AudioUnitParameterInfo info;
-    size = sizeof info;
-    ASSERT_EQ(AudioUnitGetProperty(&u, kAudioUnitProperty_ParameterInfo, kAudioUnitScope_Global,
-                                   kMix, &info, &size),
-              noErr);
+    ASSERT_EQ(Get(u, kAudioUnitProperty_ParameterInfo, kAudioUnitScope_Global, kMix, info), noErr);
     EXPECT_EQ(info.cfNameString, "Mix");
-    EXPECT_EQ(AudioUnitGetProperty(&u, kAudioUnitProperty_ParameterInfo, kAudioUnitScope_Global, 9,
-                                   &info, &size),
+    EXPECT_EQ(Get(u, kAudioUnitProperty_ParameterInfo, kAudioUnitScope_Global, 9, info),
               kAudioUnitErr_InvalidParameter);
 
     std::vector<std::string> strings;
-    size = sizeof strings;
-    ASSERT_EQ(AudioUnitGetProperty(&u, kAudioUnitProperty_ParameterValueStrings,
-                                   kAudioUnitScope_Global, kMode, &strings, &size),
-              noErr);
+    ASSERT_EQ(
+        Get(u, kAudioUnitProperty_ParameterValueStrings, kAudioUnitScope_Global, kMode, strings),
+        noErr);
     EXPECT_EQ(strings.size(), 3u);
 
     // Property 38 falls to the framework: value strings first, then numbers.
     AudioUnitParameterValueFromString fromString;
     fromString.inParamID = kMode;
     fromString.inString = "Hard";
-    size = sizeof fromString;
-    ASSERT_EQ(AudioUnitGetProperty(&u, kAudioUnitProperty_ParameterValueFromString,
-                                   kAudioUnitScope_Global, 0, &fromString, &size),
-              noErr);
+    ASSERT_EQ(
+        Get(u, kAudioUnitProperty_ParameterValueFromString, kAudioUnitScope_Global, 0, fromString),
+        noErr);
     EXPECT_EQ(fromString.outValue, 2.0f);
     fromString.inParamID = kGain;
     fromString.inString = " -3.25 ";
@@ -122,10 +124,7 @@ TEST(Properties, StandardPropertiesAndErrors) {
 
     // Latency, tail and read-only enforcement.
     Float64 latency = -1.0;
-    size = sizeof latency;
-    ASSERT_EQ(AudioUnitGetProperty(&u, kAudioUnitProperty_Latency, kAudioUnitScope_Global, 0,
-                                   &latency, &size),
-              noErr);
+    ASSERT_EQ(Get(u, kAudioUnitProperty_Latency, kAudioUnitScope_Global, 0, latency), noErr);
     EXPECT_EQ(latency, 0.0);
     UInt32 tooSmall = sizeof latency - 1; // never written past the caller's buffer
     EXPECT_EQ(AudioUnitGetProperty(&u, kAudioUnitProperty_Latency, kAudioUnitScope_Global, 0,
@@ -140,10 +139,9 @@ TEST(Properties, StandardPropertiesAndErrors) {
 
     // Maximum frames per slice: default, settable before Initialize only.
     UInt32 maxFrames = 0;
-    size = sizeof maxFrames;
-    ASSERT_EQ(AudioUnitGetProperty(&u, kAudioUnitProperty_MaximumFramesPerSlice,
-                                   kAudioUnitScope_Global, 0, &maxFrames, &size),
-              noErr);
+    ASSERT_EQ(
+        Get(u, kAudioUnitProperty_MaximumFramesPerSlice, kAudioUnitScope_Global, 0, maxFrames),
+        noErr);
     EXPECT_EQ(maxFrames, AUBase::kDefaultMaxFramesPerSlice);
     maxFrames = 512;
     EXPECT_EQ(AudioUnitSetProperty(&u, kAudioUnitProperty_MaximumFramesPerSlice,
@@ -155,10 +153,7 @@ TEST(Properties, StandardPropertiesAndErrors) {
 
     // Sample rate and stream format.
     Float64 sr = 0.0;
-    size = sizeof sr;
-    ASSERT_EQ(AudioUnitGetProperty(&u, kAudioUnitProperty_SampleRate, kAudioUnitScope_Output, 0,
-                                   &sr, &size),
-              noErr);
+    ASSERT_EQ(Get(u, kAudioUnitProperty_SampleRate, kAudioUnitScope_Output, 0, sr), noErr);
     EXPECT_EQ(sr, 44100.0);
     EXPECT_EQ(AudioUnitGetPropertyInfo(&u, kAudioUnitProperty_StreamFormat, kAudioUnitScope_Output,
                                        3, &size, &writable),
@@ -202,9 +197,7 @@ TEST(Lifecycle, ChannelConfigurations) {
     ASSERT_EQ(stereo.SetSampleRateAndChannels(44100.0, 2, 2), noErr);
     EXPECT_EQ(stereo.DoInitialize(), noErr);
     AUChannelInfo cfg{};
-    UInt32 size = sizeof cfg;
-    ASSERT_EQ(AudioUnitGetProperty(&stereo, kAudioUnitProperty_SupportedNumChannels,
-                                   kAudioUnitScope_Global, 0, &cfg, &size),
+    ASSERT_EQ(Get(stereo, kAudioUnitProperty_SupportedNumChannels, kAudioUnitScope_Global, 0, cfg),
               noErr);
     EXPECT_EQ(cfg.inChannels, 2);
     EXPECT_EQ(cfg.outChannels, 2);

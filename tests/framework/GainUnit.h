@@ -17,14 +17,26 @@ inline constexpr AudioUnitParameterID kMode = 1;
 inline constexpr AudioUnitParameterID kMix = 2;
 inline constexpr AudioUnitParameterID kNumParams = 3;
 
+struct GainParameter {
+    const char* name;
+    AudioUnitParameterUnit unit;
+    float minValue, maxValue, defaultValue;
+    AudioUnitParameterOptions extraFlags;
+};
+inline constexpr GainParameter kGainParameters[kNumParams] = {
+    {"Gain", kAudioUnitParameterUnit_Decibels, -60.0f, 12.0f, 0.0f, 0},
+    {"Mode", kAudioUnitParameterUnit_Indexed, 0.0f, 2.0f, 1.0f,
+     kAudioUnitParameterFlag_ValuesHaveStrings},
+    {"Mix", kAudioUnitParameterUnit_Percent, 0.0f, 100.0f, 100.0f, 0}};
+
 class GainUnit : public AUEffectBase {
 public:
     explicit GainUnit(AudioComponentInstance inst) : AUEffectBase(inst, true) {
         CreateElements();
         Globals()->UseIndexedParameters(kNumParams);
-        Globals()->SetParameter(kGain, 0.0f);
-        Globals()->SetParameter(kMode, 1.0f);
-        Globals()->SetParameter(kMix, 100.0f);
+        for (AudioUnitParameterID id = 0; id < kNumParams; ++id) {
+            Globals()->SetParameter(id, kGainParameters[id].defaultValue);
+        }
         SetComponentDescription(kGainDesc);
     }
 
@@ -54,31 +66,14 @@ public:
         if (scope != kAudioUnitScope_Global || id >= kNumParams) {
             return kAudioUnitErr_InvalidParameter;
         }
-        info.flags = kAudioUnitParameterFlag_IsReadable | kAudioUnitParameterFlag_IsWritable;
-        switch (id) {
-        case kGain:
-            FillInParameterName(info, "Gain");
-            info.unit = kAudioUnitParameterUnit_Decibels;
-            info.minValue = -60.0f;
-            info.maxValue = 12.0f;
-            info.defaultValue = 0.0f;
-            break;
-        case kMode:
-            FillInParameterName(info, "Mode");
-            info.unit = kAudioUnitParameterUnit_Indexed;
-            info.minValue = 0.0f;
-            info.maxValue = 2.0f;
-            info.defaultValue = 1.0f;
-            info.flags |= kAudioUnitParameterFlag_ValuesHaveStrings;
-            break;
-        default:
-            FillInParameterName(info, "Mix");
-            info.unit = kAudioUnitParameterUnit_Percent;
-            info.minValue = 0.0f;
-            info.maxValue = 100.0f;
-            info.defaultValue = 100.0f;
-            break;
-        }
+        const GainParameter& p = kGainParameters[id];
+        info.flags =
+            kAudioUnitParameterFlag_IsReadable | kAudioUnitParameterFlag_IsWritable | p.extraFlags;
+        FillInParameterName(info, p.name); // adds its own flag
+        info.unit = p.unit;
+        info.minValue = p.minValue;
+        info.maxValue = p.maxValue;
+        info.defaultValue = p.defaultValue;
         return noErr;
     }
 

@@ -14,26 +14,14 @@ struct Command {
     std::uint32_t id = 0;
 };
 
-TEST(LockFreeQueue, FifoOrder) {
-    LockFreeQueue<Command, 8> q;
-    for (std::uint32_t i = 0; i < 5; ++i) {
-        ASSERT_TRUE(q.TryPush({1, i}));
-    }
-    EXPECT_EQ(q.SizeApprox(), 5u);
-    Command c;
-    for (std::uint32_t i = 0; i < 5; ++i) {
-        ASSERT_TRUE(q.TryPop(c));
-        EXPECT_EQ(c.id, i);
-    }
-    EXPECT_FALSE(q.TryPop(c));
-    EXPECT_TRUE(q.EmptyApprox());
-}
-
-TEST(LockFreeQueue, FullRefusesWithoutOverwriting) {
+// First in, first out; a full queue refuses without overwriting.
+TEST(LockFreeQueue, FifoAndFullRefusesWithoutOverwriting) {
     LockFreeQueue<Command, 4> q;
+    EXPECT_TRUE(q.EmptyApprox());
     for (std::uint32_t i = 0; i < 4; ++i) {
         ASSERT_TRUE(q.TryPush({0, i}));
     }
+    EXPECT_EQ(q.SizeApprox(), 4u);
     EXPECT_FALSE(q.TryPush({0, 99}));
     Command c;
     ASSERT_TRUE(q.TryPop(c));
@@ -44,6 +32,7 @@ TEST(LockFreeQueue, FullRefusesWithoutOverwriting) {
         EXPECT_EQ(c.id, i);
     }
     EXPECT_FALSE(q.TryPop(c));
+    EXPECT_TRUE(q.EmptyApprox());
 }
 
 // Several producers, one consumer: every item arrives exactly once and each

@@ -5,6 +5,7 @@
 // phase shift does not matter.
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <functional>
 #include <numbers>
 #include <vector>
@@ -40,6 +41,16 @@ inline double ToneAmplitude(const std::vector<double>& v, long begin, double fre
     const double a = (ys * cc - yc * sc) / det;
     const double b = (yc * ss - ys * sc) / det;
     return std::sqrt(a * a + b * b);
+}
+
+// A repeatable signal of values within +-0.8.
+inline std::vector<double> RandomSignal(long count, std::uint32_t seed = 7) {
+    std::vector<double> v(static_cast<std::size_t>(count));
+    for (double& x : v) {
+        seed = seed * 1664525u + 1013904223u;
+        x = static_cast<double>(static_cast<float>(seed) / 4294967296.0f) * 1.6 - 0.8;
+    }
+    return v;
 }
 
 inline double ToDb(double ratio) {

@@ -1,8 +1,9 @@
-// The channel EQ runs a bus's channels two by two in one two-channel pass. It
-// must sound, remember and meter exactly as the channels run one after the other
-// (here: the same unit on the plain per-section loops, which never pairs): random
-// settings, block lengths, a NaN now and then in one channel, and gestures that
-// switch auto-listen (and with it the pairing) on and off between blocks.
+// The channel EQ runs a bus's channels two by two in one two-channel pass, and a
+// lone channel through the fused filter passes. Either must sound, remember and
+// meter exactly as the plain per-section loops running the channels one after the
+// other: random settings, rates, block lengths, a NaN now and then in one channel,
+// and gestures on every kind of listened control that switch auto-listen (and
+// with it the pairing) on and off between blocks.
 #include "support/UnitHost.h"
 #include "units/Zkmorva10AU.h"
 
@@ -45,7 +46,8 @@ TEST(Zkmorva10Pair, BothChannelsInOnePassEqualOneAfterTheOther) {
         double rate;
         UInt32 channels; // three: a pair and a lone channel
     };
-    for (const Bus bus : {Bus{44100.0, 2}, Bus{48000.0, 3}, Bus{96000.0, 2}, Bus{48000.0, 4}}) {
+    for (const Bus bus :
+         {Bus{44100.0, 2}, Bus{48000.0, 3}, Bus{88200.0, 1}, Bus{96000.0, 2}, Bus{48000.0, 4}}) {
         const double rate = bus.rate;
         UnitHost paired(OpenZkmorva10(), rate, bus.channels, kMaxFrames);
         UnitHost plain(OpenZkmorva10(), rate, bus.channels, kMaxFrames);
@@ -58,10 +60,10 @@ TEST(Zkmorva10Pair, BothChannelsInOnePassEqualOneAfterTheOther) {
             if (block % 10 == 0) {
                 SetRandomParameters(rng, paired, plain);
             }
-            if (block % 7 == 3) { // a gesture on a band's frequency or gain begins or ends
+            if (block % 7 == 3) { // a gesture on a listened control begins or ends
                 const bool begin = listened == 0;
                 if (begin) {
-                    listened = rng() % 2 ? kZ10LmfFreq : kZ10HfGain;
+                    listened = kZ10HpQ + rng() % (kZ10LpFreq - kZ10HpQ + 1); // every kind
                 }
                 for (UnitHost* h : {&paired, &plain}) {
                     h->Gesture(listened, begin);
