@@ -40,7 +40,7 @@ std::vector<double> Noise(long n, unsigned seed) {
 }
 
 // Every section of every slope, both modes, against the prewarped bilinear
-// sections built here from the required damping values: the single-precision
+// sections built here from each slope's damping values: the single-precision
 // root of two at 12 dB/oct, 1.0 and a first-order section at 18, 1.8477 and 0.7654
 // at 24, 1.6181, 0.618 and a first-order section at 30. Responses cannot tell a
 // damping value from its neighbour in the fourth decimal; coefficients can.
