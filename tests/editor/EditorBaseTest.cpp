@@ -70,6 +70,7 @@ TEST_F(EditorFixture, KnobsStartLinearShowTheUnitsValueAndResetToItsDefault) {
     EXPECT_EQ(frame()->getView(frame()->getNbViews() - 1), knob);
     EXPECT_NEAR(knob->getValue(), Position20_26000(1000.0), 1e-6);
     EXPECT_NEAR(knob->getDefaultValue(), Position20_26000(3150.0), 1e-6); // the unit's default
+    EXPECT_TRUE(knob->getTransparency());
     // Alt-click returns there, reported to the editor and to the unit as a gesture.
     zktest::GestureRecorder gestures(&host.Unit(), zk::kZ10MfFreq);
     frame()->dispatchMouseDown(CPoint(250, 140), kLButton | kAlt, 0);

@@ -80,6 +80,7 @@ struct Ten {
     static constexpr AudioUnitParameterID kCount = 41;
     static constexpr bool kSwitchesAlone = true; // no links, no solo
     static constexpr long kSlopeTags[] = {6, 29};
+    static constexpr float kSlopeDrop = 0.62f, kDetent = 0.6f, kDetentQ = 16.f; // 6 dB/oct.
     static constexpr int kBackground = skin::kBackground10, kHelpPage = skin::kHelpPage10;
     static constexpr long kHidePanel = 40;
     static constexpr std::pair<CCoord, CCoord> kFull{1024, 283}, kFolded{585, 283};
@@ -104,6 +105,7 @@ struct Twenty {
     static constexpr AudioUnitParameterID kCount = 100; // the meters and panel state follow
     static constexpr bool kSwitchesAlone = false;       // links and solo move partners
     static constexpr long kSlopeTags[] = {18, 88};
+    static constexpr float kSlopeDrop = 0.83f, kDetent = 0.8f, kDetentQ = 20.f; // 18 dB/oct.
     static constexpr int kBackground = skin::kBackground20, kHelpPage = skin::kHelpPage20;
     static constexpr long kHidePanel = 108;
     static constexpr std::pair<CCoord, CCoord> kFull{1024, 530}, kFolded{1024, 283};
@@ -183,17 +185,18 @@ TYPED_TEST(Editors, EverySwitchTogglesItsParameter) {
     }
 }
 
-// A slope knob released between detents snaps to the nearer one (0.8: 18 dB/oct.).
+// A slope knob released between detents snaps to the nearer one.
 TYPED_TEST(Editors, SlopeKnobsSnapToTheirDetents) {
     auto& rig = *this->rig;
     TypeParam::Unlink(rig);
     for (long tag : TypeParam::kSlopeTags) {
         CControl* knob = rig.editor->getControls().first(tag, zkeditor::Role::Knob);
         ASSERT_NE(knob, nullptr);
-        const auto pixels = static_cast<CCoord>((0.83f - knob->getValue()) * 200.f);
+        const auto pixels = static_cast<CCoord>((TypeParam::kSlopeDrop - knob->getValue()) * 200.f);
         rig.Drag(rig.Centre(knob->getViewSize()), pixels, 0);
-        EXPECT_FLOAT_EQ(knob->getValue(), 0.8f) << tag;
-        EXPECT_FLOAT_EQ(rig.Param(static_cast<AudioUnitParameterID>(tag)), 20.f) << tag;
+        EXPECT_FLOAT_EQ(knob->getValue(), TypeParam::kDetent) << tag;
+        EXPECT_FLOAT_EQ(rig.Param(static_cast<AudioUnitParameterID>(tag)), TypeParam::kDetentQ)
+            << tag;
     }
 }
 
@@ -358,6 +361,7 @@ TEST_F(Zkmorva10Editor, AutoListenMenuSendsTheModeIndex) {
     EXPECT_EQ(menu->getCurrent(), static_cast<long>(rig->Param(1)));
     menu->selectEntry(2);
     EXPECT_FLOAT_EQ(rig->Param(1), 2.f);
+    EXPECT_STREQ(menu->getEntry(4), "Q - G");
 }
 
 TEST(Zkmorva10EditorOpen, HiddenPanelStateOpensNarrow) {

@@ -153,4 +153,13 @@ TEST(ValueMapping, ModeIndexRoundTripsEveryMode) {
     EXPECT_EQ(zk10::ConvertToAUValue(0.99f, 1), 5.f); // truncation, not rounding
 }
 
+TEST(ValueMapping, IdentityIdsPassValuesThrough) {
+    for (float v : {-61.f, -3.5f, 0.f, 0.25f, 1.f}) {
+        EXPECT_EQ(zk10::ConvertToVSTValue(v, 38), v);
+        EXPECT_EQ(zk10::ConvertToAUValue(v, 40), v);
+        EXPECT_EQ(zk20::ConvertToVSTValue(v, 101), v);
+        EXPECT_EQ(zk20::ConvertToAUValue(v, 0), v);
+    }
+}
+
 } // namespace
