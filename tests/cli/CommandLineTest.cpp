@@ -67,6 +67,8 @@ TEST_F(CommandLine, UnsupportedFormat) {
     }
     ExpectRefused({"render", (dir / "notes.wav").string(), Out()},
                   {"cannot read input file", "notes.wav"}, {"in.wav", "notes.wav"});
+    ExpectRefused({"render", In(), Out(), "--format", "mp9"}, {"unknown output format \"mp9\""},
+                  {"in.wav", "notes.wav"});
     ExpectRefused({"render", In(), Out(), "--format", "flac", "--type", "float"}, {"flac", "float"},
                   {"in.wav", "notes.wav"});
 }
