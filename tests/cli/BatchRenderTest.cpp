@@ -85,7 +85,8 @@ TEST(BatchRender, RefusedBeforeAnyWork) {
         {{"render", a, b, (dir / "other").string(), "--preset", (dir / "other" / "b.wav").string()},
          {"is the preset"}},
         {{"render", a, b, out, "--format", "mp9"}, {"unknown output format \"mp9\""}},
-        {{"render", a, b, out, "--set", "Treble=3"}, {"unknown parameter \"Treble\""}},
+        {{"render", a, b, out, "--set", "Treble=3"},
+         {"unknown parameter \"Treble\"", "Zkmorva 10"}},
     };
     for (const auto& [args, needles] : cases) {
         ExpectRefusal(RunZkmorva(args, dir.path), needles);

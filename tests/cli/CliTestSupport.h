@@ -3,6 +3,7 @@
 // Helpers for the renderer's tests: a scratch folder, sound files in and out, and
 // running the real zkmorva program.
 #include "cli/AudioFile.h"
+#include "cli/Commands.h"
 
 #include <sndfile.h>
 
@@ -67,20 +68,12 @@ inline Audio ReadAudio(const fs::path& path) {
     a.format = reader.Format().format;
     a.rate = reader.Format().sampleRate;
     a.channels.assign(reader.Channels(), std::vector<float>(reader.TotalFrames()));
-    std::vector<float*> ptrs;
-    for (auto& c : a.channels) {
-        ptrs.push_back(c.data());
-    }
-    unsigned done = 0;
-    while (done < reader.TotalFrames()) {
+    std::vector<float*> ptrs(a.channels.size());
+    for (unsigned done = 0, n = 1; done < reader.TotalFrames() && n > 0; done += n) {
         for (std::size_t c = 0; c < ptrs.size(); ++c) {
             ptrs[c] = a.channels[c].data() + done;
         }
-        const unsigned n = reader.Read(ptrs.data(), 4096);
-        if (n == 0) {
-            break;
-        }
-        done += n;
+        n = reader.Read(ptrs.data(), 4096);
     }
     return a;
 }
@@ -141,6 +134,20 @@ inline RunResult RunZkmorva(const std::vector<std::string>& args, const fs::path
     fs::remove(outFile);
     fs::remove(errFile);
     return r;
+}
+
+// Runs the command line in this process; what it printed goes to out and err.
+inline int RunCli(const std::vector<std::string>& args, std::string* out = nullptr,
+                  std::string* err = nullptr) {
+    std::ostringstream o, e;
+    const int status = zkcli::RunCommandLine(args, {o, e, false});
+    if (out) {
+        *out = o.str();
+    }
+    if (err) {
+        *err = e.str();
+    }
+    return status;
 }
 
 // A refusal: exit status 1 and one line "zkmorva: ..." holding every needle.

@@ -73,11 +73,7 @@ TEST_F(CommandLine, UnsupportedFormat) {
                   {"in.wav", "notes.wav"});
 }
 
-TEST_F(CommandLine, UnknownParameterAndValueOutOfRange) {
-    ExpectRefused({"render", In(), Out(), "--set", "Treble=3"},
-                  {"unknown parameter \"Treble\"", "Zkmorva 10"});
-    ExpectRefused({"render", In(), Out(), "--set", "LF f=5 kHz"},
-                  {"\"LF f\"", "\"5 kHz\"", "20 Hz .. 1000 Hz"});
+TEST_F(CommandLine, UnknownNamesAndValueOutOfRange) {
     ExpectRefused({"render", In(), Out(), "--listen", "Bass"}, {"unknown parameter \"Bass\""});
     ExpectRefused({"render", In(), Out(), "--unit", "30"}, {"unknown unit \"30\""});
     ExpectRefused({"preset", "write", (dir / "p.aupreset").string(), "--set", "MF Q=99"},
@@ -127,7 +123,6 @@ TEST_F(CommandLine, UnwritableOutput) {
     ExpectRefused({"render", In(), (dir / "no-such-folder" / "out.wav").string()},
                   {"no-such-folder", "does not exist"});
     ExpectRefused({"render", In(), "/proc/out.wav"}, {"/proc/out.wav", "/proc is not writable"});
-    ExpectRefused({"render", In(), In(), "/proc"}, {"output folder /proc is not writable"});
     fs::create_directory(dir / "taken");
     ExpectRefused({"render", (dir / "taken").string()}, {"taken", "is a folder"},
                   {"in.wav", "taken"});

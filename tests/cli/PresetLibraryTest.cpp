@@ -1,5 +1,4 @@
 #include "CliTestSupport.h"
-#include "cli/Commands.h"
 #include "cli/Presets.h"
 #include "cli/Response.h"
 #include "units/Zkmorva20Links.h"
@@ -8,7 +7,6 @@
 
 #include <map>
 #include <set>
-#include <sstream>
 
 namespace {
 
@@ -116,14 +114,13 @@ TEST(PresetLibrary, PresetsSoundAsDescribed) {
 // `zkmorva presets` lists the library; exported files and names render alike.
 TEST(PresetLibrary, ListedExportedAndRenderedByName) {
     ScratchFolder dir;
-    std::ostringstream out, err;
-    ASSERT_EQ(zkcli::RunCommandLine(std::vector<std::string>{"presets", "20"}, {out, err, false}),
-              0);
+    std::string out;
+    ASSERT_EQ(RunCli({"presets", "20"}, &out), 0);
     for (const zk::FactoryPreset& p : zkcli::FindUnit("20")->factoryPresets) {
-        EXPECT_NE(out.str().find(std::string(p.name) + "  "), std::string::npos) << p.name;
-        EXPECT_NE(out.str().find(p.description), std::string::npos) << p.name;
+        EXPECT_NE(out.find(std::string(p.name) + "  "), std::string::npos) << p.name;
+        EXPECT_NE(out.find(p.description), std::string::npos) << p.name;
     }
-    EXPECT_EQ(out.str().find("Zkmorva 10"), std::string::npos);
+    EXPECT_EQ(out.find("Zkmorva 10"), std::string::npos);
 
     const RunResult exported = RunZkmorva({"presets", "export", (dir / "lib").string()}, dir.path);
     ASSERT_EQ(exported.status, 0) << exported.err;

@@ -1,13 +1,10 @@
 #include "CliTestSupport.h"
 #include "cli/CliError.h"
-#include "cli/Commands.h"
 #include "cli/OutputPath.h"
 #include "cli/Presets.h"
 #include "units/Zkmorva10AU.h"
 
 #include <gtest/gtest.h>
-
-#include <sstream>
 
 namespace {
 
@@ -16,18 +13,6 @@ using namespace zkclitest;
 const std::vector<std::string> kSettings = {
     "LF Q=lo-shelf",  "LF Gain=4", "MF f=2,5 kHz",          "MF Gain=-6 dB",
     "HP Q=18dB/oct.", "HP f=60",   "Auto listen mode=- f G"};
-
-int Cli(std::vector<std::string> args, std::string* out = nullptr, std::string* err = nullptr) {
-    std::ostringstream o, e;
-    const int status = zkcli::RunCommandLine(args, {o, e, false});
-    if (out) {
-        *out = o.str();
-    }
-    if (err) {
-        *err = e.str();
-    }
-    return status;
-}
 
 // Written, read back and rendered: the same file as the same values given by --set.
 TEST(Preset, RoundTripRendersLikeTheSameSettings) {
@@ -41,16 +26,16 @@ TEST(Preset, RoundTripRendersLikeTheSameSettings) {
         write.insert(write.end(), {"--set", s});
         render.insert(render.end(), {"--set", s});
     }
-    ASSERT_EQ(Cli(write), 0);
-    ASSERT_EQ(Cli(render), 0);
-    ASSERT_EQ(Cli({"render", (dir / "in.wav").string(), (dir / "by-preset.wav").string(),
-                   "--preset", (dir / "p.aupreset").string()}),
+    ASSERT_EQ(RunCli(write), 0);
+    ASSERT_EQ(RunCli(render), 0);
+    ASSERT_EQ(RunCli({"render", (dir / "in.wav").string(), (dir / "by-preset.wav").string(),
+                      "--preset", (dir / "p.aupreset").string()}),
               0);
     EXPECT_TRUE(FileBytes(dir / "by-set.wav") == FileBytes(dir / "by-preset.wav"));
     EXPECT_FALSE(FileBytes(dir / "by-set.wav") == FileBytes(dir / "in.wav"));
 
     std::string shown;
-    ASSERT_EQ(Cli({"preset", "show", (dir / "p.aupreset").string()}, &shown), 0);
+    ASSERT_EQ(RunCli({"preset", "show", (dir / "p.aupreset").string()}, &shown), 0);
     EXPECT_NE(shown.find("Zkmorva 10 preset \"Bright\""), std::string::npos) << shown;
     EXPECT_NE(shown.find("* MF f = 2500 Hz"), std::string::npos) << shown;
     EXPECT_NE(shown.find("* MF Gain = -6 dB"), std::string::npos) << shown;
@@ -82,8 +67,8 @@ TEST(Preset, SameDocumentAsTheUnitsOwnSavedState) {
     }
     EXPECT_EQ(checked, 39); // every parameter but the two meters
 
-    ASSERT_EQ(Cli({"preset", "write", (dir / "cli.aupreset").string(), "--set", "HMF Gain=5.5",
-                   "--set", "PhaseRev=on", "--name", "From a host"}),
+    ASSERT_EQ(RunCli({"preset", "write", (dir / "cli.aupreset").string(), "--set", "HMF Gain=5.5",
+                      "--set", "PhaseRev=on", "--name", "From a host"}),
               0);
     AudioUnitPtr fresh = OpenZkmorva10();
     std::string error;
@@ -98,9 +83,9 @@ TEST(Preset, SameDocumentAsTheUnitsOwnSavedState) {
 
 TEST(Preset, WriteFromAPresetKeepsItsValuesAndAddsSettings) {
     ScratchFolder dir;
-    ASSERT_EQ(Cli({"preset", "write", (dir / "a.aupreset").string(), "--set", "LF Gain=2"}), 0);
-    ASSERT_EQ(Cli({"preset", "write", (dir / "b.aupreset").string(), "--from",
-                   (dir / "a.aupreset").string(), "--set", "HF Gain=-1"}),
+    ASSERT_EQ(RunCli({"preset", "write", (dir / "a.aupreset").string(), "--set", "LF Gain=2"}), 0);
+    ASSERT_EQ(RunCli({"preset", "write", (dir / "b.aupreset").string(), "--from",
+                      (dir / "a.aupreset").string(), "--set", "HF Gain=-1"}),
               0);
     const auto values = zkcli::PresetValues(zkcli::ReadPreset(dir / "b.aupreset"));
     int seen = 0;
@@ -129,8 +114,8 @@ TEST(Preset, HostileFilesAreRefusedByNameAndNothingIsRendered) {
     ScratchFolder dir;
     WriteAudio(dir / "in.wav", TestSignal(2, 4800));
     for (const char* f : {"g.ttl", "g.state", "g.aupreset"}) {
-        ASSERT_EQ(Cli({"preset", "write", (dir / f).string(), "--unit", "20", "--set",
-                       "LF L Gain=3", "--set", "LF R Gain=3"}),
+        ASSERT_EQ(RunCli({"preset", "write", (dir / f).string(), "--unit", "20", "--set",
+                          "LF L Gain=3", "--set", "LF R Gain=3"}),
                   0);
     }
     const std::string ttl = FileBytes(dir / "g.ttl"), blob = FileBytes(dir / "g.state");

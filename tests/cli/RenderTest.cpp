@@ -3,6 +3,7 @@
 #include "cli/Commands.h"
 #include "support/UnitHost.h"
 #include "units/Zkmorva10AU.h"
+#include "units/Zkmorva20AU.h"
 
 #include <gtest/gtest.h>
 
@@ -37,9 +38,40 @@ std::size_t PeakFrame(const std::vector<float>& v) {
     return best;
 }
 
-// The renderer is a host and nothing more: its file holds exactly what a direct drive
-// of the unit (same settings, reset, same blocks, latency dropped) produces, on every
-// channel of a three-channel file.
+// What the renderer must produce: the unit driven directly with the settings
+// already made, reset, fed the input 512 frames at a time and then the latency's
+// zeros, the latency dropped from the front.
+std::vector<std::vector<float>> DirectDrive(zktest::UnitHost& host,
+                                            std::vector<std::vector<float>> in) {
+    const std::size_t latency = 4, frames = in[0].size(); // 2x oversampling at 48 kHz
+    // A short silent block takes the changes in, then a reset starts from quiet.
+    host.Render(std::vector<std::vector<float>>(in.size(), std::vector<float>(64, 0.0f)), 64);
+    EXPECT_EQ(host.Unit().DoReset(kAudioUnitScope_Global, 0), noErr);
+    host.Pump();
+    std::vector<std::vector<float>> out(in.size());
+    for (auto& c : in) {
+        c.resize(frames + latency, 0.0f);
+    }
+    for (std::size_t pos = 0; pos < frames + latency;) {
+        const std::size_t n = pos < frames ? std::min<std::size_t>(512, frames - pos) : latency;
+        std::vector<std::vector<float>> piece;
+        for (const auto& c : in) {
+            piece.emplace_back(c.begin() + pos, c.begin() + pos + n);
+        }
+        const auto rendered = host.Render(piece, static_cast<UInt32>(n));
+        for (std::size_t c = 0; c < in.size(); ++c) {
+            out[c].insert(out[c].end(), rendered[c].begin(), rendered[c].end());
+        }
+        pos += n;
+    }
+    for (auto& c : out) {
+        c.erase(c.begin(), c.begin() + latency);
+    }
+    return out;
+}
+
+// The renderer is a host and nothing more: its file holds exactly what a direct
+// drive of the unit produces, on every channel of a three-channel file.
 TEST(Render, FileEqualsADirectDriveOfTheUnitBitForBit) {
     ScratchFolder dir;
     const auto signal = TestSignal(3, 48000 + 123);
@@ -47,10 +79,8 @@ TEST(Render, FileEqualsADirectDriveOfTheUnitBitForBit) {
     auto request = Request(dir / "in.wav", dir / "out.wav",
                            {"MF f=1000", "MF Gain=6", "HP f=45", "LF Gain=-3,5", "HF Gain=2"});
     request.options.blockFrames = 512;
-    const auto report = Render(request);
+    EXPECT_EQ(Render(request).stats.latencyFrames, 4u);
     const Audio out = ReadAudio(dir / "out.wav");
-    ASSERT_EQ(out.channels.size(), 3u);
-    ASSERT_EQ(out.channels[0].size(), signal[0].size());
 
     zktest::UnitHost host(OpenZkmorva10(), 48000.0, 3, 8192);
     host.Set(zk::kZ10MfFreq, 1000.0f);
@@ -58,44 +88,35 @@ TEST(Render, FileEqualsADirectDriveOfTheUnitBitForBit) {
     host.Set(zk::kZ10HpFreq, 45.0f);
     host.Set(zk::kZ10LfGain, -3.5f);
     host.Set(zk::kZ10HfGain, 2.0f);
-    // A short silent block takes the changes in, then a reset starts from quiet.
-    host.Render(std::vector<std::vector<float>>(3, std::vector<float>(64, 0.0f)), 64);
-    ASSERT_EQ(host.Unit().DoReset(kAudioUnitScope_Global, 0), noErr);
-    host.Pump();
-    const std::size_t latency = 4; // 2x oversampling at 48 kHz
-    EXPECT_EQ(report.stats.latencyFrames, latency);
-    std::vector<std::vector<float>> padded = signal;
-    std::vector<std::vector<float>> expected(3);
-    for (auto& c : padded) {
-        c.resize(c.size() + latency, 0.0f);
-    }
-    // The renderer's blocks: 512 at a time through the file, then the latency's zeros.
-    std::vector<std::size_t> blocks;
-    for (std::size_t pos = 0; pos < signal[0].size(); pos += 512) {
-        blocks.push_back(std::min<std::size_t>(512, signal[0].size() - pos));
-    }
-    blocks.push_back(latency);
-    std::size_t pos = 0;
-    for (std::size_t n : blocks) {
-        std::vector<std::vector<float>> piece(3);
-        for (unsigned c = 0; c < 3; ++c) {
-            piece[c].assign(padded[c].begin() + pos, padded[c].begin() + pos + n);
-        }
-        const auto rendered = host.Render(piece, static_cast<UInt32>(n));
-        for (unsigned c = 0; c < 3; ++c) {
-            expected[c].insert(expected[c].end(), rendered[c].begin(), rendered[c].end());
-        }
-        pos += n;
-    }
+    const auto expected = DirectDrive(host, signal);
     for (unsigned c = 0; c < 3; ++c) {
-        const std::vector<float> aligned(expected[c].begin() + latency, expected[c].end());
-        ASSERT_EQ(aligned.size(), out.channels[c].size());
-        for (std::size_t i = 0; i < aligned.size(); ++i) {
-            ASSERT_EQ(out.channels[c][i], aligned[i]) << "channel " << c << " frame " << i;
-        }
+        EXPECT_TRUE(out.channels.at(c) == expected[c]) << "channel " << c;
     }
     // And the settings did something: the file differs from its input.
     EXPECT_NE(out.channels[1], signal[1]);
+}
+
+// The two-channel unit takes a mono file on both inputs.
+TEST(Render, MonoInputFeedsBothChannelsOfTheTwoChannelEq) {
+    ScratchFolder dir;
+    const auto mono = TestSignal(1, 12000);
+    WriteAudio(dir / "mono.wav", mono);
+    RenderRequest r = Request(dir / "mono.wav", dir / "out.wav",
+                              {"MF L f=1500", "MF L Gain=5", "Stereo-Width=150"});
+    r.unit = zkcli::FindUnit("zkmorva20");
+    Render(r);
+    const Audio out = ReadAudio(dir / "out.wav");
+    ASSERT_EQ(out.channels.size(), 2u);
+
+    zktest::UnitHost host(OpenZkmorva20(), 48000.0, 2, 8192);
+    host.Set(zk::Z20ChannelId(0, zk::kZ20MfFreq), 1500.0f);
+    host.Set(zk::Z20ChannelId(0, zk::kZ20MfGain), 5.0f);
+    host.Set(zk::kZ20StereoWidth, 150.0f);
+    const auto expected = DirectDrive(host, {mono[0], mono[0]});
+    for (unsigned c = 0; c < 2; ++c) {
+        EXPECT_TRUE(out.channels[c] == expected[c]) << "channel " << c;
+    }
+    EXPECT_FALSE(out.channels[0] == mono[0]);
 }
 
 TEST(Render, TwoRunsGiveIdenticalFiles) {

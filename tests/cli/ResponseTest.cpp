@@ -1,6 +1,5 @@
 #include "cli/Response.h"
 #include "CliTestSupport.h"
-#include "cli/Commands.h"
 #include "cli/ResponsePlot.h"
 
 #include <cairo.h>
@@ -53,14 +52,12 @@ TEST(Response, FrequencyGridIsLogSpacedAndHoldsExtras) {
 TEST(Response, CommandWritesTableAndPng) {
     ScratchFolder dir;
     const auto png = dir / "r.png";
-    std::ostringstream out, err;
-    ASSERT_EQ(
-        zkcli::RunCommandLine(std::vector<std::string>{"response", "--set", "HF Gain=6", "--points",
-                                                       "7", "--png", png.string()},
-                              {out, err, false}),
-        0)
-        << err.str();
-    EXPECT_NE(out.str().find("20000.0"), std::string::npos) << out.str();
+    std::string out, err;
+    ASSERT_EQ(RunCli({"response", "--set", "HF Gain=6", "--points", "7", "--png", png.string()},
+                     &out, &err),
+              0)
+        << err;
+    EXPECT_NE(out.find("20000.0"), std::string::npos) << out;
     cairo_surface_t* s = cairo_image_surface_create_from_png(png.c_str());
     ASSERT_EQ(cairo_surface_status(s), CAIRO_STATUS_SUCCESS);
     EXPECT_EQ(cairo_image_surface_get_width(s), 960);

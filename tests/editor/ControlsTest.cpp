@@ -83,9 +83,17 @@ TEST_F(KnobFixture, AltClickOrDoubleClickResetsButControlClickDoesNot) {
 TEST_F(KnobFixture, ShiftClickSwitchesEveryKnobBetweenLinearAndCircular) {
     Drag(CPoint(115, 115), CPoint(115, 115), kLButton | kShift);
     EXPECT_EQ(frame.getKnobMode(), kCircularMode);
-    // Knob b now follows the angle: from 12 o'clock to 3 o'clock is a third more.
-    Drag(CPoint(215, 101), CPoint(229, 115), kLButton);
+    // Knob b now follows the angle over 270 degrees: from 12 o'clock to 3 o'clock
+    // is a third more; past the end, in the dead zone below, and across it, the
+    // value stays pinned at the end it left.
+    frame.dispatchMouseDown(CPoint(215, 101), kLButton, clock += 1000.0);
+    frame.dispatchMouseMoved(CPoint(229, 115), kLButton);
     EXPECT_NEAR(b->getValue(), 0.5f + 1.f / 3.f, 0.02f);
+    for (const CPoint& p : {CPoint(220, 129), CPoint(210, 129)}) {
+        frame.dispatchMouseMoved(p, kLButton);
+        EXPECT_FLOAT_EQ(b->getValue(), 1.f) << p.h << "," << p.v;
+    }
+    frame.dispatchMouseUp(CPoint(210, 129), 0);
     // Shift again: back to linear, where the same gesture moves nothing (up 0, right 14
     // from a press 14 px above centre adds up to +0 only in circular terms).
     Drag(CPoint(115, 115), CPoint(115, 115), kLButton | kShift);
@@ -140,30 +148,23 @@ TEST_F(KnobFixture, WheelStepsAndControlMakesThemFiner) {
     listener.events.clear();
     frame.dispatchWheel(CPoint(115, 115), 3.f, 0); // at the end: no report
     EXPECT_TRUE(listener.events.empty());
+    EXPECT_FALSE(frame.dispatchWheel(CPoint(10, 10), 1.f, 0)) << "no view under the pointer";
 }
 
+// Frame i of 101 from value i / 100 up; out-of-range values stay on the ends;
+// an inverse strip runs backwards. What is drawn is that frame.
 TEST_F(KnobFixture, FilmStripFrames) {
-    const CCoord last = 100 * 30;
-    a->setValue(1.f);
-    EXPECT_EQ(a->stripOffset(), last);
-    a->setValue(0.f);
-    EXPECT_EQ(a->stripOffset(), 0);
-    a->setValue(0.01f); // exactly on the boundary to frame 1: the upper frame
-    EXPECT_EQ(a->stripOffset(), 30);
-    a->setValue(0.53f); // 0.53f * 3000 falls just short of 1590 in floats
-    EXPECT_EQ(a->stripOffset(), 53 * 30);
-    a->setValue(0.005f);
-    EXPECT_EQ(a->stripOffset(), 0);
-    a->setValue(0.995f);
-    EXPECT_EQ(a->stripOffset(), 99 * 30);
-    a->setValue(-0.5f);
-    EXPECT_EQ(a->stripOffset(), 0);
-    a->setValue(7.f);
-    EXPECT_EQ(a->stripOffset(), last);
+    // 0.01 is exactly on the boundary to frame 1: the upper frame; 0.53f * 3000
+    // falls just short of 1590 in floats.
+    const std::pair<float, CCoord> cases[] = {{1.f, 100},  {0.f, 0},     {0.01f, 1}, {0.53f, 53},
+                                              {0.005f, 0}, {0.995f, 99}, {-0.5f, 0}, {7.f, 100}};
+    for (const auto& [value, frameIndex] : cases) {
+        a->setValue(value);
+        EXPECT_EQ(a->stripOffset(), frameIndex * 30) << value;
+    }
     a->setInverseBitmap(true);
     a->setValue(1.f);
     EXPECT_EQ(a->stripOffset(), 0);
-    // And what is drawn: the last frame's colour for 1.0.
     a->setInverseBitmap(false);
     COffscreenContext image(300, 300);
     a->draw(&image);

@@ -24,7 +24,7 @@ long InputOf(AudioUnitParameterID id) {
 }
 
 // The channel EQ and a curve fed the same settings, as the editor will feed it.
-struct CurveAgainstUnit : ::testing::Test {
+struct CurveAgainstUnit {
     CurveAgainstUnit() {
         for (long id = zk::kZ10HpQ; id <= zk::kZ10PresShiftOn; ++id) {
             Send(static_cast<AudioUnitParameterID>(id),
@@ -67,55 +67,43 @@ struct CurveAgainstUnit : ::testing::Test {
     CZkmorvaEqCurve curve{kCurveRect, 20.f, 40000.f, kLine, kFill};
 };
 
-// The defaults are flat in the unit, and so is the curve.
-TEST_F(CurveAgainstUnit, DefaultsAreFlat) {
-    for (const CPoint& p : curve.getSolidCurve()) {
-        EXPECT_EQ(p.v, 140);
-    }
-    ExpectAgreement();
-}
-
 // The curve is an analogue model; the unit's sections are bilinear at twice the
-// rate, so the two agree closely well below half the rate.
-TEST_F(CurveAgainstUnit, BellBoostMatchesTheUnit) {
-    Set(zk::kZ10MfFreq, 1000.f);
-    Set(zk::kZ10MfGain, 9.f);
-    Set(zk::kZ10MfQ, 2.f);
-    Set(zk::kZ10HmfFreq, 6000.f);
-    Set(zk::kZ10HmfGain, -7.5f);
-    Set(zk::kZ10HmfQ, 0.7f);
-    ExpectAgreement();
-}
-
-TEST_F(CurveAgainstUnit, ShelvesMatchTheUnit) {
-    Set(zk::kZ10LfQ, 0.29f); // below 0.3: a shelf
-    Set(zk::kZ10LfFreq, 150.f);
-    Set(zk::kZ10LfGain, 8.f);
-    Set(zk::kZ10HfQ, 0.29f);
-    Set(zk::kZ10HfFreq, 4000.f);
-    Set(zk::kZ10HfGain, -6.f);
-    ExpectAgreement();
-}
-
-// Only the high-pass: the unit's low-pass reads its slope control differently
-// (a resonant filter), which the curve does not model.
-TEST_F(CurveAgainstUnit, HighPassSlopesMatchTheUnit) {
-    Set(zk::kZ10HpQ, 20.f); // 18 dB/oct.
-    Set(zk::kZ10HpFreq, 120.f);
-    ExpectAgreement();
-    Set(zk::kZ10HpQ, 24.f); // 30 dB/oct.
-    Set(zk::kZ10HpFreq, 400.f);
-    ExpectAgreement();
-}
-
-TEST_F(CurveAgainstUnit, SwitchedOffSectionsLeaveOnlyTheDashedCurve) {
+// rate, so the two agree closely well below half the rate: the defaults (flat),
+// bells, shelves (Q below 0.3) and the high-pass slopes. Not the low-pass: the
+// unit reads its slope control as a resonant filter, which the curve does not
+// model. A switched-off section leaves only the dashed curve.
+TEST(EqCurve, MatchesTheUnitsMeasuredResponse) {
+    using namespace zk;
+    const std::vector<std::vector<std::pair<AudioUnitParameterID, float>>> cases{
+        {},
+        {{kZ10MfFreq, 1000.f}, {kZ10MfGain, 9.f}, {kZ10MfQ, 2.f}},
+        {{kZ10HmfFreq, 6000.f}, {kZ10HmfGain, -7.5f}, {kZ10HmfQ, 0.7f}},
+        {{kZ10LfQ, 0.29f}, {kZ10LfFreq, 150.f}, {kZ10LfGain, 8.f}},
+        {{kZ10HfQ, 0.29f}, {kZ10HfFreq, 4000.f}, {kZ10HfGain, -6.f}},
+        {{kZ10HpQ, 20.f}, {kZ10HpFreq, 120.f}}, // 18 dB/oct.
+        {{kZ10HpQ, 24.f}, {kZ10HpFreq, 400.f}}, // 30 dB/oct.
+    };
+    for (const auto& settings : cases) {
+        CurveAgainstUnit rig;
+        for (const auto& [id, value] : settings) {
+            rig.Set(id, value);
+        }
+        SCOPED_TRACE(settings.empty() ? 0 : settings.back().first);
+        rig.ExpectAgreement();
+        if (settings.empty()) {
+            for (const CPoint& p : rig.curve.getSolidCurve()) {
+                ASSERT_EQ(p.v, 140);
+            }
+        }
+    }
+    CurveAgainstUnit rig;
     const std::size_t column = 140;
-    Set(zk::kZ10LmfGain, 10.f);
-    Set(zk::kZ10LmfFreq, static_cast<float>(curve.columnFrequency(column)));
-    Set(zk::kZ10LmfOn, 0.f);
-    ExpectAgreement();
-    EXPECT_LT(curve.getDashedCurve()[column].v, 140 - 50);
-    EXPECT_EQ(curve.getSolidCurve()[column].v, 140);
+    rig.Set(kZ10LmfGain, 10.f);
+    rig.Set(kZ10LmfFreq, static_cast<float>(rig.curve.columnFrequency(column)));
+    rig.Set(kZ10LmfOn, 0.f);
+    rig.ExpectAgreement();
+    EXPECT_LT(rig.curve.getDashedCurve()[column].v, 140 - 50);
+    EXPECT_EQ(rig.curve.getSolidCurve()[column].v, 140);
 }
 
 // A 0 dB band adds exactly nothing, whatever its Q and frequency, in every model.

@@ -55,11 +55,8 @@ void CheckBoxesSayWhatTheUnitSays(Rig& rig, std::span<const zk::ValueTextRule> t
     EXPECT_GT(compared, 0);
 }
 
-TEST(ShownTexts, ChannelEqBoxesSayWhatTheUnitSays) {
+TEST(ShownTexts, BoxesOfBothEditorsSayWhatTheUnitSays) {
     CheckBoxesSayWhatTheUnitSays(*zktest::MakeRig10(), zk::kZkmorva10ValueTexts);
-}
-
-TEST(ShownTexts, TwoChannelEqBoxesSayWhatTheUnitSays) {
     CheckBoxesSayWhatTheUnitSays(*zktest::MakeRig20(), zk::kZkmorva20ValueTexts);
 }
 

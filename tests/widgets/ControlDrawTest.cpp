@@ -1,6 +1,5 @@
 #include "WidgetTestSupport.h"
 
-#include "widgets/CAnimKnob.h"
 #include "widgets/CFrame.h"
 #include "widgets/CMovieBitmap.h"
 #include "widgets/COnOffButton.h"
@@ -14,31 +13,11 @@ namespace {
 using zktest::MakeStrip;
 using zktest::StripColor;
 
-TEST(ControlDraw, AnimKnobShowsFirstFrameAtZeroAndLastAtOne) {
-    auto strip = MakeStrip(30, 30, 11);
-    CAnimKnob knob(CRect(0, 0, 30, 30), nullptr, 1, strip.get());
-    EXPECT_EQ(knob.getSubPixmaps(), 11);
-    const std::pair<float, int> cases[] = {{0.f, 0},   {1.f, 10},  {0.5f, 5},
-                                           {0.39f, 3}, {-0.2f, 0}, {1.7f, 10}};
-    for (auto [value, frame] : cases) {
-        COffscreenContext ctx(30, 30);
-        knob.setValue(value);
-        knob.draw(&ctx);
-        EXPECT_EQ(ctx.getPixel(15, 15), StripColor(frame)) << "value " << value;
-    }
-    knob.setInverseBitmap(true);
-    knob.setValue(0.f);
-    COffscreenContext ctx(30, 30);
-    knob.draw(&ctx);
-    EXPECT_EQ(ctx.getPixel(15, 15), StripColor(10));
-}
-
+// The last frame of a strip drawn at 2x, as the editors' knobs draw theirs.
 TEST(ControlDraw, TwiceTheScaleGivesTwiceTheImageWithFlatFrames) {
     auto strip = MakeStrip(30, 30, 11);
-    CAnimKnob knob(CRect(0, 0, 30, 30), nullptr, 1, strip.get());
-    knob.setValue(1.f);
     COffscreenContext ctx(30, 30, 2.0);
-    knob.draw(&ctx);
+    strip->draw(&ctx, CRect(0, 0, 30, 30), CPoint(0, 300));
     ASSERT_EQ(ctx.getDeviceWidth(), 60);
     ASSERT_EQ(ctx.getDeviceHeight(), 60);
     // Every device pixel is the last frame's colour: no blur from a neighbour frame.

@@ -1,5 +1,4 @@
 #include "WidgetTestSupport.h"
-#include "tests/editor/LocaleGuard.h"
 
 #include "widgets/CFrame.h"
 #include "widgets/CTextEdit.h"
@@ -145,16 +144,11 @@ TEST_F(TextEditFixture, OpenBoxDrawsCaretAndSelection) {
     EXPECT_EQ(open.getPixel(12, 20), kGreyCColor) << "field shows while open";
 }
 
-} // namespace
-
-namespace {
-
-// Without a string conversion a display shows two decimals, with a point (the
-// value strings of a plug-in must not follow the host's locale).
-TEST(ParamDisplay, TwoDecimalsWithAPointWithoutAConversion) {
-    const zktest::GermanLocale german; // a decimal comma, where the locale is installed
+// Without a string conversion a display shows two decimals (the same under a
+// decimal-comma locale: see LocaleTexts).
+TEST(ParamDisplay, TwoDecimalsWithoutAConversion) {
     CParamDisplay display(CRect(0, 0, 60, 14));
-    EXPECT_EQ(display.valueToString(1.5f), "1.50") << (german.isActive() ? "in de_DE" : "");
+    EXPECT_EQ(display.valueToString(1.5f), "1.50");
     EXPECT_EQ(display.valueToString(-0.25f), "-0.25");
     EXPECT_EQ(display.valueToString(1234.567f), "1234.57");
     EXPECT_EQ(display.valueToString(0.004f), "0.00");
