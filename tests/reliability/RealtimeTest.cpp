@@ -115,7 +115,7 @@ TEST_P(Realtime, UnitRenderWithGesturesNeverAllocatesLocksOrWaits) {
         Rig rig(kind, rate, 4096, AllActive(kind));
         const Channels in = Noise(kind.channels, 4096, 6);
         Channels out = Silence(kind.channels, 4096);
-        const Pointers p(in, out);
+        const Pointers io(in, out);
         for (std::size_t block = 0; block < 40; ++block) {
             const zk::ParameterDef& p = kind.parameters[rng() % (kind.lastDispatched + 1)];
             rig.Gesture(p.id, true);
@@ -127,7 +127,7 @@ TEST_P(Realtime, UnitRenderWithGesturesNeverAllocatesLocksOrWaits) {
             OSStatus status;
             {
                 rt::Armed armed;
-                status = rig.RenderRaw(p.ip, p.op, NextBlock(rng, block));
+                status = rig.RenderRaw(io.ip, io.op, NextBlock(rng, block));
             }
             ASSERT_EQ(status, noErr);
         }
