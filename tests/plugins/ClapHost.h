@@ -16,6 +16,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <functional>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -233,6 +234,27 @@ public:
         const bool ok = block.Run(plugin) == CLAP_PROCESS_CONTINUE;
         output = std::move(block.lists.output);
         return ok;
+    }
+
+    // Runs the whole of `input` (one vector per channel) through in blocks of
+    // `block` frames, in place when asked; `changesAt(frame)` gives the parameter
+    // changes of the block that starts at that frame.
+    std::vector<std::vector<float>>
+    Play(const std::vector<std::vector<float>>& input, std::size_t block, bool inPlace = false,
+         const std::function<std::vector<ParamChange>(std::size_t)>& changesAt = {}) {
+        std::vector<std::vector<float>> in = input, out = input;
+        std::vector<float*> ip(input.size()), op(input.size());
+        for (std::size_t pos = 0; pos < input[0].size(); pos += block) {
+            const auto n = static_cast<uint32_t>(std::min(block, input[0].size() - pos));
+            for (std::size_t c = 0; c < input.size(); ++c) {
+                op[c] = out[c].data() + pos;
+                ip[c] = inPlace ? op[c] : in[c].data() + pos;
+            }
+            if (!Process(ip, op, n, changesAt ? changesAt(pos) : std::vector<ParamChange>{})) {
+                throw std::runtime_error("process failed");
+            }
+        }
+        return out;
     }
 
     std::string SaveState() const {

@@ -111,24 +111,6 @@ protected:
         }
         return out;
     }
-    // Runs the whole signal through an instance in blocks; in place when asked.
-    Channels Run(ClapInstance& p, const Channels& input, std::size_t block, bool inPlace) const {
-        Channels out = input;
-        Channels in = input;
-        std::vector<float*> ip(input.size()), op(input.size());
-        for (std::size_t pos = 0; pos < input[0].size(); pos += block) {
-            const auto n = static_cast<uint32_t>(std::min(block, input[0].size() - pos));
-            for (std::size_t c = 0; c < input.size(); ++c) {
-                op[c] = out[c].data() + pos;
-                ip[c] = inPlace ? op[c] : in[c].data() + pos;
-            }
-            if (!p.Process(ip, op, n)) {
-                throw std::runtime_error("process failed");
-            }
-        }
-        return out;
-    }
-
     std::unique_ptr<ClapLibrary> lib;
 };
 
@@ -236,7 +218,7 @@ TEST_P(ClapPlugin, ProcessEqualsDirectDriveBitForBit) {
             p->Activate(48000.0, k.announced);
             std::vector<float*> none(ChannelCount(), nullptr);
             ASSERT_TRUE(p->Process(none, none, 0)); // an empty block is fine
-            const Channels out = Run(*p, input, k.block, inPlace);
+            const Channels out = p->Play(input, k.block, inPlace);
             for (std::size_t c = 0; c < out.size(); ++c) {
                 ASSERT_EQ(out[c], expected[c]) << "channel " << c;
             }
@@ -270,7 +252,7 @@ TEST_P(ClapPlugin, BypassIsTheLatencyMatchedDryPath) {
     p->Activate(48000.0, 512);
     const uint32_t latency = p->latency->get(p->plugin);
     const std::size_t block = 512;
-    const Channels out = Run(*p, input, block, false);
+    const Channels out = p->Play(input, block);
     // Each channel has its own delay ring: a shared one would leak the other
     // channel into the first `latency` frames of every block.
     double worst = 0;
@@ -306,15 +288,9 @@ TEST_P(ClapPlugin, EventsInsideABlockLandOnTheirFrame) {
     auto p = Create();
     p->Flush(AsChanges(Setting()));
     p->Activate(48000.0, block);
-    Channels in = input, out = input;
-    for (std::size_t pos = 0; pos < input[0].size(); pos += block) {
-        std::vector<float*> ip, op;
-        for (std::size_t c = 0; c < input.size(); ++c) {
-            ip.push_back(in[c].data() + pos);
-            op.push_back(out[c].data() + pos);
-        }
-        ASSERT_TRUE(p->Process(ip, op, block, pos == step - step % block ? gains : NoChanges()));
-    }
+    const Channels out = p->Play(input, block, false, [&](std::size_t pos) {
+        return pos == step - step % block ? gains : NoChanges();
+    });
     for (std::size_t c = 0; c < out.size(); ++c) {
         for (std::size_t i = 0; i < out[c].size(); ++i) {
             ASSERT_EQ(out[c][i], (i < step ? before : after)[c][i])
@@ -329,7 +305,7 @@ TEST_P(ClapPlugin, MetersReadTheLevels) {
     const clap_id in = IdBySymbol(Sym().inputMeter);
     const clap_id out = IdBySymbol(Sym().outputMeter);
     p->Activate(48000.0, 512);
-    Run(*p, input, 512, false);
+    p->Play(input, 512);
     EXPECT_GT(p->Value(in), -20.0); // the signal peaks near -6 dBFS
     EXPECT_LE(p->Value(in), 0.0);
     EXPECT_GT(p->Value(out), -20.0);
@@ -338,7 +314,7 @@ TEST_P(ClapPlugin, MetersReadTheLevels) {
     const Channels silence(ChannelCount(), std::vector<float>(64, 0.0f));
     double before = p->Value(in);
     for (int block = 0; block < 4; ++block) {
-        Run(*p, silence, 64, false);
+        p->Play(silence, 64);
         const double now = p->Value(in);
         EXPECT_LT(now, before) << "silent block " << block;
         before = now;
@@ -367,7 +343,7 @@ TEST_P(ClapPlugin, StateRoundTripRestoresEverything) {
     const Channels input = TestSignal(ChannelCount(), 4096);
     a->Activate(48000.0, 512);
     b->Activate(48000.0, 512);
-    EXPECT_EQ(Run(*a, input, 512, false), Run(*b, input, 512, false));
+    EXPECT_EQ(a->Play(input, 512), b->Play(input, 512));
 }
 
 // Empty, foreign, truncated or broken states are refused and change nothing,
@@ -405,7 +381,7 @@ TEST_P(ClapPlugin, BadStatesAreRefusedWithoutChangingTheSound) {
         SCOPED_TRACE(what);
         EXPECT_FALSE(p->LoadState(blob));
         EXPECT_EQ(p->Value(IdBySymbol(Sym().lfGain)), 6.0);
-        EXPECT_EQ(Run(*p, input, 512, false), Run(*reference, input, 512, false));
+        EXPECT_EQ(p->Play(input, 512), reference->Play(input, 512));
     }
     EXPECT_TRUE(p->LoadState(good)); // and a good one still loads
     EXPECT_EQ(p->Value(IdBySymbol(Sym().lfGain)), -9.0);

@@ -251,16 +251,7 @@ TEST(ClapPresets, StateBlobsTravelBothWaysBitForBit) {
         zktest::ClapInstance plugin(library, (std::string("com.zkmorva.") + p.name).c_str());
         ASSERT_TRUE(plugin.LoadState(FileBytes(written)));
         plugin.Activate(kRate, kBlock);
-        Channels signal = TestSignal(p.channels, kFrames), played = signal;
-        for (std::size_t pos = 0; pos < kFrames; pos += kBlock) {
-            std::vector<float*> in, out;
-            for (std::size_t c = 0; c < p.channels; ++c) {
-                in.push_back(signal[c].data() + pos);
-                out.push_back(played[c].data() + pos);
-            }
-            ASSERT_TRUE(plugin.Process(
-                in, out, static_cast<uint32_t>(std::min<std::size_t>(kBlock, kFrames - pos))));
-        }
+        const Channels played = plugin.Play(TestSignal(p.channels, kFrames), kBlock);
         EXPECT_EQ(Difference(played, Render(dir, p, written.string())), "");
         zkcli::WriteTextFile(saved, plugin.SaveState());
         EXPECT_EQ(Difference(played, Render(dir, p, saved.string())), "");
