@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <cstdio>
 #include <string>
 #include <thread>
 #include <vector>
@@ -97,5 +98,18 @@ private:
     int stdinFd = -1;
     int status = 0;
 };
+
+// What a shell command prints on its standard output.
+inline std::string CommandOutput(const std::string& command) {
+    std::string out;
+    if (FILE* p = popen(command.c_str(), "r")) {
+        char buffer[512];
+        while (std::fgets(buffer, sizeof buffer, p) != nullptr) {
+            out += buffer;
+        }
+        pclose(p);
+    }
+    return out;
+}
 
 } // namespace zktest

@@ -16,6 +16,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <functional>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -121,6 +122,37 @@ private:
     std::vector<clap_event_param_value_t> events;
 };
 
+// Everything one process call needs, built beforehand: Run itself allocates
+// nothing. in and out hold one pointer per channel (may alias).
+struct ClapBlock {
+    ClapBlock(std::vector<float*> in, std::vector<float*> out, uint32_t frames,
+              const std::vector<ParamChange>& changes)
+        : lists(changes), in(std::move(in)), out(std::move(out)) {
+        inBuf.data32 = this->in.data();
+        inBuf.channel_count = static_cast<uint32_t>(this->in.size());
+        outBuf.data32 = this->out.data();
+        outBuf.channel_count = static_cast<uint32_t>(this->out.size());
+        process.steady_time = -1;
+        process.frames_count = frames;
+        process.audio_inputs = &inBuf;
+        process.audio_outputs = &outBuf;
+        process.audio_inputs_count = 1;
+        process.audio_outputs_count = 1;
+        process.in_events = &lists.in;
+        process.out_events = &lists.out;
+    }
+    ClapBlock(const ClapBlock&) = delete;
+    ClapBlock& operator=(const ClapBlock&) = delete;
+    clap_process_status Run(const clap_plugin_t* plugin) {
+        return plugin->process(plugin, &process);
+    }
+
+    EventLists lists;
+    std::vector<float*> in, out;
+    clap_audio_buffer_t inBuf{}, outBuf{};
+    clap_process_t process{};
+};
+
 // One plug-in instance and the host it talks to.
 class ClapInstance {
 public:
@@ -198,25 +230,31 @@ public:
     // Processes one block; in and out hold one pointer per channel (may alias).
     bool Process(std::vector<float*> in, std::vector<float*> out, uint32_t frames,
                  const std::vector<ParamChange>& changes = {}) {
-        EventLists lists(changes);
-        clap_audio_buffer_t inBuf{};
-        inBuf.data32 = in.data();
-        inBuf.channel_count = static_cast<uint32_t>(in.size());
-        clap_audio_buffer_t outBuf{};
-        outBuf.data32 = out.data();
-        outBuf.channel_count = static_cast<uint32_t>(out.size());
-        clap_process_t p{};
-        p.steady_time = -1;
-        p.frames_count = frames;
-        p.audio_inputs = &inBuf;
-        p.audio_outputs = &outBuf;
-        p.audio_inputs_count = 1;
-        p.audio_outputs_count = 1;
-        p.in_events = &lists.in;
-        p.out_events = &lists.out;
-        const bool ok = plugin->process(plugin, &p) == CLAP_PROCESS_CONTINUE;
-        output = std::move(lists.output);
+        ClapBlock block(std::move(in), std::move(out), frames, changes);
+        const bool ok = block.Run(plugin) == CLAP_PROCESS_CONTINUE;
+        output = std::move(block.lists.output);
         return ok;
+    }
+
+    // Runs the whole of `input` (one vector per channel) through in blocks of
+    // `block` frames, in place when asked; `changesAt(frame)` gives the parameter
+    // changes of the block that starts at that frame.
+    std::vector<std::vector<float>>
+    Play(const std::vector<std::vector<float>>& input, std::size_t block, bool inPlace = false,
+         const std::function<std::vector<ParamChange>(std::size_t)>& changesAt = {}) {
+        std::vector<std::vector<float>> in = input, out = input;
+        std::vector<float*> ip(input.size()), op(input.size());
+        for (std::size_t pos = 0; pos < input[0].size(); pos += block) {
+            const auto n = static_cast<uint32_t>(std::min(block, input[0].size() - pos));
+            for (std::size_t c = 0; c < input.size(); ++c) {
+                op[c] = out[c].data() + pos;
+                ip[c] = inPlace ? op[c] : in[c].data() + pos;
+            }
+            if (!Process(ip, op, n, changesAt ? changesAt(pos) : std::vector<ParamChange>{})) {
+                throw std::runtime_error("process failed");
+            }
+        }
+        return out;
     }
 
     std::string SaveState() const {

@@ -13,11 +13,12 @@
 //
 // zk_file_hosts_test lv2file|gstreamer URI LV2_DIR UNIT RENDERER SYMBOL=VALUE...
 
+#include "tests/plugins/ChildProcess.h"
+#include "tests/plugins/FloatWav.h"
 #include "tests/plugins/HostChecks.h"
 
 #include <lilv/lilv.h>
 #include <lv2/core/lv2.h>
-#include <sndfile.h>
 
 #include <cmath>
 #include <cstdio>
@@ -102,37 +103,6 @@ PluginInfo Describe(const std::string& uri) {
     return info;
 }
 
-bool WriteWav(const std::string& path, const Frames& data, int channels) {
-    SF_INFO info{};
-    info.samplerate = kRate;
-    info.channels = channels;
-    info.format = SF_FORMAT_WAV | SF_FORMAT_FLOAT;
-    SNDFILE* f = sf_open(path.c_str(), SFM_WRITE, &info);
-    if (f == nullptr) {
-        return false;
-    }
-    const auto frames = static_cast<sf_count_t>(data.size() / channels);
-    const bool ok = sf_writef_float(f, data.data(), frames) == frames;
-    sf_close(f);
-    return ok;
-}
-
-// Empty when the file cannot be read or has another channel count.
-Frames ReadWav(const std::string& path, int channels) {
-    SF_INFO info{};
-    SNDFILE* f = sf_open(path.c_str(), SFM_READ, &info);
-    if (f == nullptr || info.channels != channels) {
-        if (f != nullptr) {
-            sf_close(f);
-        }
-        return {};
-    }
-    Frames data(static_cast<std::size_t>(info.frames * channels));
-    sf_readf_float(f, data.data(), info.frames);
-    sf_close(f);
-    return data;
-}
-
 // Noise and a tone per channel, at about -12 dBFS RMS.
 Frames TestInput(int channels) {
     Frames data(static_cast<std::size_t>(kFrames * channels));
@@ -155,18 +125,6 @@ std::string Quote(const std::string& s) {
 int Run(const std::string& command, const std::string& log) {
     const int status = std::system((command + " >>" + Quote(log) + " 2>&1").c_str());
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-}
-
-std::string Capture(const std::string& command) {
-    std::string out;
-    if (FILE* p = popen(command.c_str(), "r")) {
-        char buffer[512];
-        while (std::fgets(buffer, sizeof buffer, p) != nullptr) {
-            out += buffer;
-        }
-        pclose(p);
-    }
-    return out;
 }
 
 double RmsDb(const Frames& data) {
@@ -229,7 +187,7 @@ int main(int argc, char** argv) {
     }
     const int channels = info.channels;
     const std::string in = dir + "/in.wav", out = dir + "/out.wav", ref = dir + "/ref.wav";
-    if (!check(WriteWav(in, TestInput(channels), channels), "input written")) {
+    if (!check(zktest::WriteFloatWav(in, TestInput(channels), channels, kRate), "input written")) {
         return check.Finish();
     }
 
@@ -243,7 +201,8 @@ int main(int argc, char** argv) {
         }
         command += " " + Quote(uri);
     } else {
-        const std::string listing = Capture("timeout 60 gst-inspect-1.0 lv2 2>>" + Quote(log));
+        const std::string listing =
+            zktest::CommandOutput("timeout 60 gst-inspect-1.0 lv2 2>>" + Quote(log));
         const std::string element = uri.substr(0, 3) + "-" + uri.substr(4, uri.rfind(':') - 4) +
                                     "-" + uri.substr(uri.rfind(':') + 1); // urn-zkmorva-NAME
         if (!check(listing.find("  " + element + ": ") != std::string::npos,
@@ -277,7 +236,7 @@ int main(int argc, char** argv) {
     }
     const int status = Run(command, log);
     check(status == 0, host + " exits with 0 (got " + std::to_string(status) + ")");
-    const Frames got = ReadWav(out, channels);
+    const Frames got = zktest::ReadFloatWav(out, channels);
     check(got.size() == static_cast<std::size_t>(kFrames * channels),
           host + " writes all " + std::to_string(kFrames) + " frames (got " +
               std::to_string(got.size() / channels) + ")");
@@ -290,7 +249,7 @@ int main(int argc, char** argv) {
         render += " --set " + Quote(s);
     }
     check(Run(render, log) == 0, "zkmorva render with the same settings");
-    Compare(got, ReadWav(ref, channels), channels, host);
+    Compare(got, zktest::ReadFloatWav(ref, channels), channels, host);
 
     if (check.failed == 0) {
         fs::remove_all(dir);

@@ -9,10 +9,10 @@
 // zk_jalv_roundtrip URI CHANNELS LV2_DIR UNIT [RENDERER]    (UNIT: 10 or 20)
 
 #include "plugins/core/UnitDescriptor.h"
-#include "tests/plugins/ChildProcess.h"
 #include "tests/plugins/DirectDrive.h"
-
-#include <jack/jack.h>
+#include "tests/plugins/FloatWav.h"
+#include "tests/plugins/HostChecks.h"
+#include "tests/plugins/JackRig.h"
 
 #include <atomic>
 #include <cmath>
@@ -34,18 +34,14 @@ constexpr std::size_t kSignal = 24000; // half a second
 constexpr std::size_t kTail = 9600;    // room for the round trip's offset
 constexpr double kTolerance = 1e-4;    // noise-floor differences only
 
-int failures = 0;
-int passes = 0;
-void Check(bool ok, const std::string& what) {
-    std::printf("%s: %s\n", ok ? "ok" : "FAILED", what.c_str());
-    ++(ok ? passes : failures);
-}
+HostChecks check;
 
 // Plays input from frame kPreRoll on and records every frame, in the process
 // callback, into buffers allocated beforehand.
 struct Player {
     jack_client_t* client = nullptr;
-    std::vector<jack_port_t*> outs, ins;
+    std::vector<jack_port_t*>* outs = nullptr;
+    std::vector<jack_port_t*>* ins = nullptr;
     Channels play, record;
     std::atomic<std::size_t> position{0};
     std::atomic<bool> running{false};
@@ -66,15 +62,15 @@ struct Player {
         }
         self->nextCycle = cycle + n;
         if (!self->running.load()) {
-            for (std::size_t c = 0; c < self->outs.size(); ++c) {
-                std::memset(jack_port_get_buffer(self->outs[c], n), 0, n * sizeof(float));
+            for (jack_port_t* port : *self->outs) {
+                std::memset(jack_port_get_buffer(port, n), 0, n * sizeof(float));
             }
             return 0;
         }
         const std::size_t pos = self->position.load();
-        for (std::size_t c = 0; c < self->outs.size(); ++c) {
-            auto* out = static_cast<float*>(jack_port_get_buffer(self->outs[c], n));
-            const auto* in = static_cast<const float*>(jack_port_get_buffer(self->ins[c], n));
+        for (std::size_t c = 0; c < self->outs->size(); ++c) {
+            auto* out = static_cast<float*>(jack_port_get_buffer((*self->outs)[c], n));
+            const auto* in = static_cast<const float*>(jack_port_get_buffer((*self->ins)[c], n));
             for (jack_nframes_t i = 0; i < n; ++i) {
                 const std::size_t k = pos + i;
                 out[i] = k < self->play[c].size() ? self->play[c][k] : 0.0f;
@@ -87,48 +83,6 @@ struct Player {
         return 0;
     }
 };
-
-// Float WAV files for the renderer.
-void WriteWav(const std::string& path, const Channels& ch) {
-    const auto channels = static_cast<uint16_t>(ch.size());
-    const auto frames = static_cast<uint32_t>(ch[0].size());
-    const uint32_t rate = static_cast<uint32_t>(kRate), bytes = frames * channels * 4;
-    std::ofstream f(path, std::ios::binary);
-    auto u32 = [&](uint32_t v) { f.write(reinterpret_cast<const char*>(&v), 4); };
-    auto u16 = [&](uint16_t v) { f.write(reinterpret_cast<const char*>(&v), 2); };
-    f.write("RIFF", 4), u32(36 + bytes), f.write("WAVEfmt ", 8), u32(16), u16(3), u16(channels);
-    u32(rate), u32(rate * channels * 4), u16(static_cast<uint16_t>(channels * 4)), u16(32);
-    f.write("data", 4), u32(bytes);
-    for (uint32_t i = 0; i < frames; ++i) {
-        for (uint16_t c = 0; c < channels; ++c) {
-            f.write(reinterpret_cast<const char*>(&ch[c][i]), 4);
-        }
-    }
-}
-
-Channels ReadWav(const std::string& path, std::size_t channels) {
-    std::ifstream f(path, std::ios::binary);
-    std::string all((std::istreambuf_iterator<char>(f)), {});
-    Channels out(channels);
-    std::size_t pos = 12;
-    while (pos + 8 <= all.size()) {
-        uint32_t size = 0;
-        std::memcpy(&size, all.data() + pos + 4, 4);
-        if (all.compare(pos, 4, "data") == 0) {
-            const std::size_t frames = size / 4 / channels;
-            for (std::size_t i = 0; i < frames; ++i) {
-                for (std::size_t c = 0; c < channels; ++c) {
-                    float v;
-                    std::memcpy(&v, all.data() + pos + 8 + (i * channels + c) * 4, 4);
-                    out[c].push_back(v);
-                }
-            }
-            break;
-        }
-        pos += 8 + size;
-    }
-    return out;
-}
 
 struct Setting {
     const char* symbol;
@@ -146,7 +100,13 @@ Channels Reference(const std::string& renderer, const std::string& unitName,
         return DirectDrive(unit.open(), kRate, 4096, s, input, 256);
     }
     const std::string in = dir + "/in.wav", out = dir + "/out.wav";
-    WriteWav(in, input);
+    std::vector<float> interleaved;
+    for (std::size_t i = 0; i < input[0].size(); ++i) {
+        for (const auto& channel : input) {
+            interleaved.push_back(channel[i]);
+        }
+    }
+    WriteFloatWav(in, interleaved, static_cast<int>(input.size()), static_cast<int>(kRate));
     std::string cmd = "'" + renderer + "' render '" + in + "' '" + out + "' --unit " + unitName +
                       " --keep-latency --type float --quiet";
     if (!preset.empty()) {
@@ -156,10 +116,15 @@ Channels Reference(const std::string& renderer, const std::string& unitName,
         cmd += std::string(" --set ") + x.symbol + "=" + std::to_string(x.value);
     }
     if (std::system(cmd.c_str()) != 0) {
-        Check(false, "renderer: " + cmd);
+        check(false, "renderer: " + cmd);
         return input;
     }
-    return ReadWav(out, input.size());
+    const std::vector<float> read = ReadFloatWav(out, static_cast<int>(input.size()));
+    Channels output(input.size());
+    for (std::size_t i = 0; i < read.size(); ++i) {
+        output[i % input.size()].push_back(read[i]);
+    }
+    return output;
 }
 
 // The offset of `reference` inside `recorded` (the JACK round trip), found on the
@@ -210,30 +175,15 @@ int main(int argc, char** argv) {
                                          : channels == 1 ? zkplug::Zkmorva10Mono()
                                                          : zkplug::Zkmorva10Stereo();
 
-    // One name for every test's server (the tests that start one run one at a
-    // time): jackd reclaims a registration of its own name whose process is gone,
-    // so a server killed in an earlier run leaves nothing behind for long. Unique
-    // names filled jackd's eight registry places on a long-lived machine.
-    const std::string server = "zk-test-server";
-    setenv("JACK_DEFAULT_SERVER", server.c_str(), 1);
-    setenv("JACK_NO_AUDIO_RESERVATION", "1", 1);
     setenv("LV2_PATH", lv2Dir.c_str(), 1);
     char tmpl[] = "/tmp/zk-jalv-XXXXXX";
     const std::string dir = mkdtemp(tmpl);
-
-    ChildProcess jackd(
-        {"jackd", "--no-realtime", "-n", server, "-d", "dummy", "-r", "48000", "-p", "256"}, false,
-        dir + "/jackd.log");
-    jack_set_error_function([](const char*) {}); // quiet while jackd comes up
-    jack_client_t* client = nullptr;
-    for (int i = 0; i < 100 && client == nullptr; ++i) {
-        std::this_thread::sleep_for(50ms);
-        client = jack_client_open("zk-player", JackNoStartServer, nullptr);
-    }
-    if (client == nullptr) {
+    JackRig jack(dir, "zk-player");
+    if (!jack.Up()) {
         std::fprintf(stderr, "jackd did not come up (log in %s)\n", dir.c_str());
         return 1;
     }
+    jack_client_t* client = jack.client;
 
     // Setting A at start-up; setting B adds a change sent while jalv runs. Zkmorva
     // 20 links channels only during a gesture, so both channels are set.
@@ -261,7 +211,7 @@ int main(int argc, char** argv) {
     for (int i = 0; i < 200 && jack_port_by_name(client, lastOut.c_str()) == nullptr; ++i) {
         std::this_thread::sleep_for(50ms);
     }
-    Check(jack_port_by_name(client, lastOut.c_str()) != nullptr, "jalv hosts " + uri);
+    check(jack_port_by_name(client, lastOut.c_str()) != nullptr, "jalv hosts " + uri);
 
     Player player;
     player.client = client;
@@ -271,37 +221,13 @@ int main(int argc, char** argv) {
         player.play[c].insert(player.play[c].end(), signal[c].begin(), signal[c].end());
     }
     player.record.assign(channels, std::vector<float>(kPreRoll + kSignal + kTail, 0.0f));
-    for (std::size_t c = 0; c < channels; ++c) {
-        const std::string n = std::to_string(c + 1);
-        player.outs.push_back(jack_port_register(client, ("out" + n).c_str(),
-                                                 JACK_DEFAULT_AUDIO_TYPE, JackPortIsOutput, 0));
-        player.ins.push_back(jack_port_register(client, ("in" + n).c_str(), JACK_DEFAULT_AUDIO_TYPE,
-                                                JackPortIsInput, 0));
-    }
+    jack.RegisterPorts(channels);
+    player.outs = &jack.outs;
+    player.ins = &jack.ins;
     jack_set_process_callback(client, &Player::Process, &player);
     jack_set_xrun_callback(client, &Player::CountXrun, &player);
     jack_activate(client);
-    // A busy server may time a request out: connecting is tried again for a while.
-    auto allConnected = [&] {
-        bool connected = true;
-        for (std::size_t c = 0; c < channels; ++c) {
-            connected = connected && jack_port_connected(player.outs[c]) == 1 &&
-                        jack_port_connected(player.ins[c]) == 1;
-        }
-        return connected;
-    };
-    for (int i = 0; i < 50 && !allConnected(); ++i) {
-        for (std::size_t c = 0; c < channels; ++c) {
-            const std::string n = std::to_string(c + 1);
-            jack_connect(client, jack_port_name(player.outs[c]),
-                         (name + ":lv2_audio_in_" + n).c_str());
-            jack_connect(client, (name + ":lv2_audio_out_" + n).c_str(),
-                         jack_port_name(player.ins[c]));
-        }
-        std::this_thread::sleep_for(i == 0 ? 0ms : 100ms);
-    }
-    const bool connected = allConnected();
-    Check(connected, "our client is connected to jalv's ports");
+    check(jack.ConnectThrough(name), "our client is connected to jalv's ports");
     std::this_thread::sleep_for(300ms); // let the new graph settle
 
     // A pass during which the server dropped a cycle (the dummy driver does when
@@ -348,7 +274,7 @@ int main(int argc, char** argv) {
 
     const Channels passA = recordPass();
     const auto [lagA, errA] = Align(passA, refA);
-    Check(errA < kTolerance, "start-up setting: recording matches " + source + " (max diff " +
+    check(errA < kTolerance, "start-up setting: recording matches " + source + " (max diff " +
                                  std::to_string(errA) + ", offset " +
                                  std::to_string(lagA - kPreRoll) + ")");
 
@@ -358,10 +284,10 @@ int main(int argc, char** argv) {
     std::this_thread::sleep_for(500ms); // jalv applies it, the unit's thread delivers it
     const Channels passB = recordPass();
     const auto [lagB, errB] = Align(passB, refB);
-    Check(errB < kTolerance, "setting sent to jalv: recording matches " + source + " (max diff " +
+    check(errB < kTolerance, "setting sent to jalv: recording matches " + source + " (max diff " +
                                  std::to_string(errB) + ")");
     const auto [lagX, errX] = Align(passB, refA);
-    Check(errX > 100 * kTolerance, "the setting sent to jalv changed the sound (diff " +
+    check(errX > 100 * kTolerance, "the setting sent to jalv changed the sound (diff " +
                                        std::to_string(errX) + " from before)");
 
     // A factory preset from the bundle, as jalv's preset menu loads it.
@@ -374,22 +300,19 @@ int main(int argc, char** argv) {
         const Channels refC = Reference(renderer, unitName, unit, {}, signal, dir, preset);
         const Channels passC = recordPass();
         const auto [lagC, errC] = Align(passC, refC);
-        Check(errC < kTolerance,
+        check(errC < kTolerance,
               "factory preset \"" + preset +
                   "\" loaded by jalv: recording matches the renderer (max diff " +
                   std::to_string(errC) + ")");
     }
 
-    jack_deactivate(client);
-    jack_client_close(client);
-    jalv.CloseStdin(); // jalv quits at the end of its input
-    Check(jalv.WaitExit(5s), "jalv quits at the end of its input");
-    jackd.Stop();
-    if (failures == 0) {
+    jack.CloseClient();
+    jalv.CloseStdin();
+    check(jalv.WaitExit(5s), "jalv quits at the end of its input");
+    if (check.failed == 0) {
         std::filesystem::remove_all(dir);
     } else {
         std::printf("logs in %s\n", dir.c_str());
     }
-    std::printf("%d passed, %d failed\n", passes, failures);
-    return failures == 0 ? 0 : 1;
+    return check.Finish();
 }

@@ -10,20 +10,12 @@
 #include "cli/OutputPath.h"
 #include "cli/UnitCatalog.h"
 #include "tests/plugins/ClapHost.h"
+#include "tests/plugins/LilvHost.h"
 
 #include <gtest/gtest.h>
-#include <lilv/lilv.h>
-#include <lv2/atom/atom.h>
-#include <lv2/buf-size/buf-size.h>
-#include <lv2/options/options.h>
 #include <lv2/presets/presets.h>
-#include <lv2/state/state.h>
-#include <lv2/urid/urid.h>
-#include <lv2/worker/worker.h>
 
 #include <cstring>
-#include <map>
-#include <memory>
 #include <set>
 #include <sstream>
 
@@ -31,6 +23,8 @@ namespace {
 
 using namespace zkclitest;
 using Channels = std::vector<std::vector<float>>;
+using zktest::Lv2Host;
+using zktest::Lv2Instance;
 
 constexpr double kRate = 48000.0;
 constexpr uint32_t kBlock = 256;
@@ -45,183 +39,6 @@ struct PlugIn {
 constexpr PlugIn kPlugIns[] = {{"urn:zkmorva:zkmorva10-mono", "10", 1, "zkmorva10-mono"},
                                {"urn:zkmorva:zkmorva10-stereo", "10", 2, "zkmorva10-stereo"},
                                {"urn:zkmorva:zkmorva20", "20", 2, "zkmorva20"}};
-
-// One lilv world over the built bundles, with the features our plug-ins ask for.
-class Host {
-public:
-    Host() : world(lilv_world_new()) {
-        lilv_world_load_all(world); // LV2_PATH is set by the test's environment
-        mapFeature = {LV2_URID__map, &map};
-        unmapFeature = {LV2_URID__unmap, &unmap};
-        const uint32_t block = kBlock;
-        blockLength = block;
-        options[0] = {
-            LV2_OPTIONS_INSTANCE, 0,           Map(LV2_BUF_SIZE__maxBlockLength), sizeof(int32_t),
-            Map(LV2_ATOM__Int),   &blockLength};
-        options[1] = {LV2_OPTIONS_INSTANCE,
-                      0,
-                      Map(LV2_BUF_SIZE__nominalBlockLength),
-                      sizeof(int32_t),
-                      Map(LV2_ATOM__Int),
-                      &blockLength};
-        options[2] = {LV2_OPTIONS_INSTANCE, 0, 0, 0, 0, nullptr};
-        optionsFeature = {LV2_OPTIONS__options, options};
-        workerFeature = {LV2_WORKER__schedule, &worker};
-        features = {&mapFeature, &unmapFeature, &optionsFeature, &workerFeature, nullptr};
-    }
-    ~Host() { lilv_world_free(world); }
-
-    LV2_URID Map(const char* uri) {
-        const auto [it, added] = ids.emplace(uri, static_cast<LV2_URID>(ids.size() + 1));
-        if (added) {
-            uris.push_back(uri);
-        }
-        return it->second;
-    }
-    const LilvPlugin* Find(const char* uri) {
-        LilvNode* node = lilv_new_uri(world, uri);
-        const LilvPlugin* p = lilv_plugins_get_by_uri(lilv_world_get_all_plugins(world), node);
-        lilv_node_free(node);
-        return p;
-    }
-
-    LilvWorld* world;
-    LV2_URID_Map map{this, [](LV2_URID_Map_Handle h, const char* uri) {
-                         return static_cast<Host*>(h)->Map(uri);
-                     }};
-    LV2_URID_Unmap unmap{this, [](LV2_URID_Unmap_Handle h, LV2_URID id) {
-                             auto* self = static_cast<Host*>(h);
-                             return id >= 1 && id <= self->uris.size()
-                                        ? self->uris[id - 1].c_str()
-                                        : static_cast<const char*>(nullptr);
-                         }};
-    LV2_Worker_Schedule worker{nullptr, [](LV2_Worker_Schedule_Handle, uint32_t, const void*) {
-                                   return LV2_WORKER_ERR_NO_SPACE;
-                               }};
-    int32_t blockLength = 0;
-    LV2_Options_Option options[3];
-    LV2_Feature mapFeature, unmapFeature, optionsFeature, workerFeature;
-    std::vector<const LV2_Feature*> features;
-    std::map<std::string, LV2_URID> ids;
-    std::vector<std::string> uris;
-};
-
-// One instance with a buffer on every port.
-class Instance {
-public:
-    Instance(Host& host, const LilvPlugin* plugin) : host(host), plugin(plugin) {
-        instance = lilv_plugin_instantiate(plugin, kRate, host.features.data());
-        const uint32_t n = lilv_plugin_get_num_ports(plugin);
-        controls.resize(n);
-        lilv_plugin_get_port_ranges_float(plugin, nullptr, nullptr, controls.data());
-        LilvNode* audio = lilv_new_uri(host.world, LV2_CORE__AudioPort);
-        LilvNode* atom = lilv_new_uri(host.world, LV2_ATOM__AtomPort);
-        LilvNode* input = lilv_new_uri(host.world, LV2_CORE__InputPort);
-        atoms.resize(n);
-        for (uint32_t i = 0; i < n; ++i) {
-            const LilvPort* port = lilv_plugin_get_port_by_index(plugin, i);
-            if (lilv_port_is_a(plugin, port, audio)) {
-                (lilv_port_is_a(plugin, port, input) ? audioIn : audioOut).push_back(i);
-            } else if (lilv_port_is_a(plugin, port, atom)) {
-                // An empty sequence in, room for one out.
-                atoms[i].assign(256, 0);
-                auto* seq = reinterpret_cast<LV2_Atom_Sequence*>(atoms[i].data());
-                seq->atom.type = host.Map(lilv_port_is_a(plugin, port, input) ? LV2_ATOM__Sequence
-                                                                              : LV2_ATOM__Chunk);
-                seq->atom.size = lilv_port_is_a(plugin, port, input)
-                                     ? sizeof(LV2_Atom_Sequence_Body)
-                                     : static_cast<uint32_t>(atoms[i].size() - sizeof(LV2_Atom));
-                lilv_instance_connect_port(instance, i, seq);
-            } else {
-                lilv_instance_connect_port(instance, i, &controls[i]);
-            }
-        }
-        lilv_node_free(audio);
-        lilv_node_free(atom);
-        lilv_node_free(input);
-    }
-    ~Instance() {
-        if (instance != nullptr) {
-            if (active) {
-                lilv_instance_deactivate(instance);
-            }
-            lilv_instance_free(instance);
-        }
-    }
-    bool Valid() const { return instance != nullptr; }
-
-    float* Control(const char* symbol) {
-        LilvNode* s = lilv_new_string(host.world, symbol);
-        const LilvPort* port = lilv_plugin_get_port_by_symbol(plugin, s);
-        lilv_node_free(s);
-        return port == nullptr ? nullptr : &controls[lilv_port_get_index(plugin, port)];
-    }
-
-    // As a host loads a preset or a saved state: the plug-in's state, then the ports.
-    void Restore(const LilvState* state) {
-        lilv_state_restore(
-            state, instance,
-            [](const char* symbol, void* self, const void* value, uint32_t size, uint32_t type) {
-                auto* me = static_cast<Instance*>(self);
-                if (float* c = me->Control(symbol); c != nullptr && size == sizeof(float) &&
-                                                    type == me->host.Map(LV2_ATOM__Float)) {
-                    *c = *static_cast<const float*>(value);
-                }
-            },
-            this, 0, host.features.data());
-    }
-
-    // As jalv and Ardour save a preset: the ports and the plug-in's state.
-    LilvState* Save(const std::string& label) {
-        LilvState* state = lilv_state_new_from_instance(
-            plugin, instance, &host.map, nullptr, nullptr, nullptr, nullptr,
-            [](const char* symbol, void* self, uint32_t* size, uint32_t* type) -> const void* {
-                auto* me = static_cast<Instance*>(self);
-                *size = sizeof(float);
-                *type = me->host.Map(LV2_ATOM__Float);
-                return me->Control(symbol);
-            },
-            this, LV2_STATE_IS_POD | LV2_STATE_IS_PORTABLE, host.features.data());
-        lilv_state_set_label(state, label.c_str());
-        return state;
-    }
-
-    Channels Play(const Channels& input) {
-        if (!active) {
-            lilv_instance_activate(instance);
-            active = true;
-        }
-        Channels out(audioOut.size(), std::vector<float>(input[0].size()));
-        std::vector<float> in(kBlock), scratch(kBlock);
-        std::vector<std::vector<float>> inBlocks(audioIn.size(), std::vector<float>(kBlock));
-        std::vector<std::vector<float>> outBlocks(audioOut.size(), std::vector<float>(kBlock));
-        for (std::size_t pos = 0; pos < input[0].size(); pos += kBlock) {
-            const auto n =
-                static_cast<uint32_t>(std::min<std::size_t>(kBlock, input[0].size() - pos));
-            for (std::size_t c = 0; c < audioIn.size(); ++c) {
-                std::copy_n(input[c].begin() + static_cast<long>(pos), n, inBlocks[c].begin());
-                lilv_instance_connect_port(instance, audioIn[c], inBlocks[c].data());
-            }
-            for (std::size_t c = 0; c < audioOut.size(); ++c) {
-                lilv_instance_connect_port(instance, audioOut[c], outBlocks[c].data());
-            }
-            lilv_instance_run(instance, n);
-            for (std::size_t c = 0; c < audioOut.size(); ++c) {
-                std::copy_n(outBlocks[c].begin(), n, out[c].begin() + static_cast<long>(pos));
-            }
-        }
-        return out;
-    }
-
-private:
-    Host& host;
-    const LilvPlugin* plugin;
-    LilvInstance* instance = nullptr;
-    bool active = false;
-    std::vector<float> controls;
-    std::vector<std::vector<uint8_t>> atoms;
-    std::vector<uint32_t> audioIn, audioOut;
-};
 
 int Cli(const std::vector<std::string>& args, std::string* err = nullptr) {
     std::ostringstream o, e;
@@ -266,7 +83,7 @@ std::string Difference(const Channels& a, const Channels& b) {
     return "";
 }
 
-std::set<std::string> InputControlSymbols(Host& host, const LilvPlugin* plugin) {
+std::set<std::string> InputControlSymbols(Lv2Host& host, const LilvPlugin* plugin) {
     std::set<std::string> out;
     LilvNode* control = lilv_new_uri(host.world, LV2_CORE__ControlPort);
     LilvNode* input = lilv_new_uri(host.world, LV2_CORE__InputPort);
@@ -285,7 +102,7 @@ std::set<std::string> InputControlSymbols(Host& host, const LilvPlugin* plugin) 
 // port and carries the settings as state, and the plug-in plays each preset to the
 // same bits as the renderer given the preset's name.
 TEST(Lv2Presets, FactoryPresetsPlayInThePlugInAsTheRendererRendersThem) {
-    Host host;
+    Lv2Host host(kRate, kBlock);
     ScratchFolder dir;
     for (const PlugIn& p : kPlugIns) {
         SCOPED_TRACE(p.uri);
@@ -314,7 +131,7 @@ TEST(Lv2Presets, FactoryPresetsPlayInThePlugInAsTheRendererRendersThem) {
             EXPECT_EQ(set, symbols) << label << " does not set every control port";
             EXPECT_EQ(lilv_state_get_num_properties(state), 1u) << label << " has no state";
 
-            Instance instance(host, plugin);
+            Lv2Instance instance(host, plugin);
             ASSERT_TRUE(instance.Valid());
             instance.Restore(state);
             const Channels played = instance.Play(TestSignal(p.channels, kFrames));
@@ -336,13 +153,13 @@ TEST(Lv2Presets, FactoryPresetsPlayInThePlugInAsTheRendererRendersThem) {
 // The renderer plays that file to the same bits as the plug-in playing the preset
 // restored, and so do the .aupreset and plug-in state the renderer converts it to.
 TEST(Lv2Presets, UserPresetSavedByAHostRendersBitForBitAfterEveryConversion) {
-    Host host;
+    Lv2Host host(kRate, kBlock);
     ScratchFolder dir;
     const PlugIn& p = kPlugIns[2];
     const LilvPlugin* plugin = host.Find(p.uri);
     ASSERT_NE(plugin, nullptr);
     {
-        Instance user(host, plugin);
+        Lv2Instance user(host, plugin);
         ASSERT_TRUE(user.Valid());
         // Channels set apart (links off), values that are not round numbers.
         for (const auto& [symbol, value] :
@@ -368,7 +185,7 @@ TEST(Lv2Presets, UserPresetSavedByAHostRendersBitForBitAfterEveryConversion) {
     LilvState* saved =
         lilv_state_new_from_file(host.world, &host.map, nullptr, (dir / "user.ttl").c_str());
     ASSERT_NE(saved, nullptr);
-    Instance later(host, plugin);
+    Lv2Instance later(host, plugin);
     later.Restore(saved);
     lilv_state_free(saved);
     const Channels played = later.Play(TestSignal(p.channels, kFrames));
@@ -392,7 +209,7 @@ TEST(Lv2Presets, UserPresetSavedByAHostRendersBitForBitAfterEveryConversion) {
 // A preset the renderer writes loads in the plug-in as a host loads a preset file
 // (jalv -l) and plays as the renderer renders it.
 TEST(Lv2Presets, PresetWrittenByTheRendererPlaysTheSameInThePlugIn) {
-    Host host;
+    Lv2Host host(kRate, kBlock);
     ScratchFolder dir;
     for (const PlugIn& p : {kPlugIns[0], kPlugIns[2]}) {
         SCOPED_TRACE(p.uri);
@@ -410,7 +227,7 @@ TEST(Lv2Presets, PresetWrittenByTheRendererPlaysTheSameInThePlugIn) {
         LilvState* state = lilv_state_new_from_file(host.world, &host.map, nullptr, file.c_str());
         ASSERT_NE(state, nullptr);
         EXPECT_STREQ(lilv_node_as_uri(lilv_state_get_plugin_uri(state)), p.uri);
-        Instance instance(host, host.Find(p.uri));
+        Lv2Instance instance(host, host.Find(p.uri));
         instance.Restore(state);
         lilv_state_free(state);
         const Channels played = instance.Play(TestSignal(p.channels, kFrames));
@@ -434,16 +251,7 @@ TEST(ClapPresets, StateBlobsTravelBothWaysBitForBit) {
         zktest::ClapInstance plugin(library, (std::string("com.zkmorva.") + p.name).c_str());
         ASSERT_TRUE(plugin.LoadState(FileBytes(written)));
         plugin.Activate(kRate, kBlock);
-        Channels signal = TestSignal(p.channels, kFrames), played = signal;
-        for (std::size_t pos = 0; pos < kFrames; pos += kBlock) {
-            std::vector<float*> in, out;
-            for (std::size_t c = 0; c < p.channels; ++c) {
-                in.push_back(signal[c].data() + pos);
-                out.push_back(played[c].data() + pos);
-            }
-            ASSERT_TRUE(plugin.Process(
-                in, out, static_cast<uint32_t>(std::min<std::size_t>(kBlock, kFrames - pos))));
-        }
+        const Channels played = plugin.Play(TestSignal(p.channels, kFrames), kBlock);
         EXPECT_EQ(Difference(played, Render(dir, p, written.string())), "");
         zkcli::WriteTextFile(saved, plugin.SaveState());
         EXPECT_EQ(Difference(played, Render(dir, p, saved.string())), "");

@@ -1,7 +1,7 @@
 // The plug-in UI's body without DPF: the remote unit and the view host, driven
-// as DPF drives them (host values, idle calls, device-pixel input), with a fake
-// host that records what would go to DPF, and, end to end, with a plug-in core
-// behind the fake host standing in for the DSP side.
+// as DPF drives them (host values, idle calls, device-pixel input, restored
+// state), with a fake host that records what would go to DPF and hands the
+// spectrum analyser's state messages to a spectrum tap, the audio side.
 
 #include "editor/CZkmorva10AUView.h"
 #include "editor/CZkmorva10Editor.h"
@@ -9,9 +9,12 @@
 #include "editor/CZkmorva20Editor.h"
 #include "editor/CZkmorvaEqCurve.h"
 #include "editor/EditorSupport.h"
+#include "editor/SpectrumPanel.h"
 #include "editor/ValueMapping.h"
-#include "plugins/core/PluginCore.h"
+#include "plugins/core/EditorLink.h"
+#include "plugins/core/SpectrumTap.h"
 #include "plugins/ui/EditorHost.h"
+#include "units/SpectrumSettings.h"
 #include "units/ZkmorvaAU.h"
 #include "widgets/CControl.h"
 
@@ -20,10 +23,9 @@
 #include <cairo.h>
 
 #include <array>
-#include <chrono>
 #include <cmath>
+#include <cstring>
 #include <string>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -39,26 +41,30 @@ struct HostCall {
     std::string message;
 };
 
-// Records what the UI sends to DPF; optionally passes it on (end to end).
+// Records what the UI sends to DPF; state messages go on to a spectrum tap as
+// DPF hands them to the plug-in.
 struct FakeHost : zkplug::RemoteHost {
     void SetParameterValue(std::uint32_t index, float value) override {
         calls.push_back({HostCall::Kind::Value, index, value, {}});
-        if (core != nullptr) {
-            core->SetParameter(index, value);
-        }
     }
     void EditParameter(std::uint32_t index, bool started) override {
         calls.push_back({started ? HostCall::Kind::Begin : HostCall::Kind::End, index, 0.f, {}});
     }
     void SendEditorEvent(const std::string& message) override {
         calls.push_back({HostCall::Kind::Event, 0, 0.f, message});
-        if (core != nullptr) {
-            core->HandleEditorEvent(message);
+    }
+    void SendState(const char* key, const std::string& value) override {
+        sent.push_back(std::string(key) + "=" + value);
+        if (tap != nullptr && std::strcmp(key, zkplug::kSpectrumTapKey) == 0) {
+            tap->Publish(value);
+        } else if (tap != nullptr && std::strcmp(key, zkplug::kSpectrumStateKey) == 0) {
+            tap->RestoreSettings(value);
         }
     }
     std::vector<HostCall> Take() { return std::exchange(calls, {}); }
     std::vector<HostCall> calls;
-    zkplug::PluginCore* core = nullptr;
+    std::vector<std::string> sent; // state messages, "key=value"
+    zkplug::SpectrumTap* tap = nullptr;
 };
 
 struct FakeWindow : zkplug::EditorWindow {
@@ -392,36 +398,70 @@ TEST(RemoteUnit, AnswersParameterInfoAndStringsAsTheUnit) {
     }
 }
 
-// The DSP side behind the fake host: values and gestures reach a real plug-in
-// core, and its auto-listen output comes back as DPF would report it.
-TEST(RemoteUnit, EndToEndDragStartsAutoListenInTheCoreAndTheCurveShowsIt) {
-    zkplug::PluginCore core(zkplug::Zkmorva10Stereo());
-    ASSERT_TRUE(core.Activate(48000.0, 256));
-    UiRig rig = Rig10();
-    rig.host.core = &core;
-    std::vector<std::vector<float>> buffers(2, std::vector<float>(256, 0.f));
-    const float* in[2] = {buffers[0].data(), buffers[1].data()};
-    float* out[2] = {buffers[0].data(), buffers[1].data()};
-    const std::uint32_t autoListen = zkplug::AutoListenIndex(rig.descriptor);
-    CZkmorvaEqCurve* curve =
-        static_cast<CZkmorva10Editor*>(rig.editor.View().GetEditor())->getCurve();
-    // Audio blocks and DPF's idle until the curve shows `on`.
-    const auto runUntil = [&](bool on) {
-        for (int i = 0; i < 200 && curve->isHighlightEnabled() != on; ++i) {
-            core.Process(in, out, 256);
-            rig.editor.ParameterChanged(autoListen, core.AutoListenDisplayValue());
-            rig.Tick();
-            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+// Captures one stereo block on the audio side; returns the frames it queued.
+std::size_t PlayBlock(zkplug::SpectrumTap& tap) {
+    const std::size_t before = tap.Ring().Available();
+    std::array<float, 256> left{}, right{};
+    left[0] = 1.f;
+    const std::array<const float*, 2> in{left.data(), right.data()};
+    tap.CaptureInputs(in.data(), 256);
+    tap.CaptureOutputs(in.data());
+    return tap.Ring().Available() - before;
+}
+
+// A session's choice reaches the editor; the editor then asks for the ring with
+// its token and reads it; switching off goes back into the plug-in's state, and
+// the audio side stops copying.
+TEST(RemoteUnit, SpectrumChoiceAndRingBetweenEditorAndAudioSide) {
+    zkplug::SpectrumTap tap(2);
+    FakeHost host;
+    host.tap = &tap;
+    FakeWindow window;
+    zkplug::EditorHost ui(zkplug::Zkmorva20(), &CZkmorva20AUViewEntry, host, window);
+    zkeditor::SpectrumPanel* panel = ui.View().GetEditor()->getSpectrum();
+    ASSERT_NE(panel, nullptr);
+    EXPECT_FALSE(panel->Settings().on);
+    EXPECT_EQ(PlayBlock(tap), 0u) << "copied with the analyser off";
+
+    tap.RestoreSettings("on post ms hold"); // the host restores a session
+    ui.StateChanged(zkplug::kSpectrumStateKey, "on post ms hold");
+    panel->Update();
+    const zk::SpectrumSettings restored = panel->Settings();
+    EXPECT_TRUE(restored.on && !restored.input && restored.output && restored.midSide &&
+                restored.peakHold);
+    ASSERT_EQ(host.sent.size(), 1u) << "the ring request";
+    EXPECT_EQ(host.sent[0].rfind(std::string(zkplug::kSpectrumTapKey) + "=", 0), 0u);
+    panel->Update();
+    EXPECT_TRUE(panel->IsReading());
+    EXPECT_EQ(PlayBlock(tap), 256u);
+
+    zk::SpectrumSettings off = restored;
+    off.on = false;
+    panel->Apply(off);
+    EXPECT_EQ(host.sent.back(), "Spectrum=off post ms hold");
+    EXPECT_EQ(tap.SavedSettings(), "off post ms hold");
+    EXPECT_FALSE(panel->IsReading());
+    EXPECT_EQ(PlayBlock(tap), 0u) << "copied after the analyser went off";
+}
+
+// Saved text round-trips; words it does not know are skipped; "pre" and "post"
+// never both end up off.
+TEST(RemoteUnit, SpectrumSettingsTextRoundTrips) {
+    for (int bits = 0; bits < 32; ++bits) {
+        zk::SpectrumSettings s{(bits & 1) != 0, (bits & 2) != 0, (bits & 4) != 0, (bits & 8) != 0,
+                               (bits & 16) != 0};
+        if (!s.input && !s.output) {
+            continue;
         }
-        return curve->isHighlightEnabled() == on;
-    };
-    rig.PressAndMove(kMfQ, -30);
-    EXPECT_TRUE(runUntil(true));
-    EXPECT_EQ(curve->getHighlightedInput(), static_cast<long>(kMfQ - 6));
-    EXPECT_EQ(core.GetParameter(IndexOf(rig.descriptor, kMfQ)), rig.Stored(kMfQ));
-    EXPECT_NE(rig.Stored(kMfQ), zk::FindParameter(rig.descriptor.parameters, kMfQ)->defaultValue);
-    rig.Release(kMfQ, -30);
-    EXPECT_TRUE(runUntil(false));
+        EXPECT_EQ(zk::ParseSpectrumSettings(zk::FormatSpectrumSettings(s)), s) << bits;
+    }
+    const zk::SpectrumSettings later = zk::ParseSpectrumSettings("hold zoom=2 on");
+    EXPECT_TRUE(later.on && later.peakHold && later.input && later.output);
+    EXPECT_EQ(zk::ParseSpectrumSettings(""), zk::SpectrumSettings{});
+    EXPECT_FALSE(zkplug::SpectrumTap::ParseToken("12x"));
+    EXPECT_FALSE(zkplug::SpectrumTap::ParseToken("0"));
+    EXPECT_EQ(zkplug::SpectrumTap::ParseToken(zkplug::SpectrumTap::FormatToken(0xfeedbeef1234)),
+              0xfeedbeef1234u);
 }
 
 } // namespace

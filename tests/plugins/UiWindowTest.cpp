@@ -20,10 +20,9 @@
 #include "editor/spectrum/SpectrumMath.h"
 #include "plugins/core/EditorLink.h"
 #include "plugins/core/UnitDescriptor.h"
-#include "tests/plugins/ChildProcess.h"
+#include "tests/plugins/HostChecks.h"
+#include "tests/plugins/JackRig.h"
 #include "tests/plugins/PngCompare.h"
-
-#include <jack/jack.h>
 
 #include <array>
 #include <atomic>
@@ -44,25 +43,7 @@ namespace {
 using namespace std::chrono_literals;
 using zktest::ChildProcess;
 
-int failures = 0;
-int passes = 0;
-void Check(bool ok, const std::string& what) {
-    std::printf("%s: %s\n", ok ? "ok" : "FAILED", what.c_str());
-    std::fflush(stdout);
-    ++(ok ? passes : failures);
-}
-
-std::string Run(const std::string& command) {
-    std::string out;
-    if (FILE* p = popen(command.c_str(), "r")) {
-        char buffer[256];
-        while (std::fgets(buffer, sizeof buffer, p) != nullptr) {
-            out += buffer;
-        }
-        pclose(p);
-    }
-    return out;
-}
+zktest::HostChecks check;
 
 bool Xdo(const std::string& args) {
     return std::system(("xdotool " + args + " >/dev/null 2>&1").c_str()) == 0;
@@ -72,8 +53,8 @@ bool Xdo(const std::string& args) {
 struct Probe {
     static constexpr std::size_t kBlocks = 32;
     static constexpr std::size_t kMaxChannels = 2;
-    jack_client_t* client = nullptr;
-    std::vector<jack_port_t*> outs, ins;
+    std::vector<jack_port_t*>* outs = nullptr;
+    std::vector<jack_port_t*>* ins = nullptr;
     double frequency = 100.0;
     double phase = 0.0;
     std::array<std::array<std::atomic<float>, kBlocks>, kMaxChannels> energy{};
@@ -83,9 +64,9 @@ struct Probe {
         auto* self = static_cast<Probe*>(arg);
         const double step = 2.0 * M_PI * self->frequency / 48000.0;
         const std::size_t k = self->written.load(std::memory_order_relaxed);
-        for (std::size_t c = 0; c < self->outs.size(); ++c) {
-            auto* out = static_cast<float*>(jack_port_get_buffer(self->outs[c], n));
-            const auto* in = static_cast<const float*>(jack_port_get_buffer(self->ins[c], n));
+        for (std::size_t c = 0; c < self->outs->size(); ++c) {
+            auto* out = static_cast<float*>(jack_port_get_buffer((*self->outs)[c], n));
+            const auto* in = static_cast<const float*>(jack_port_get_buffer((*self->ins)[c], n));
             double p = self->phase, sum = 0.0;
             for (jack_nframes_t i = 0; i < n; ++i) {
                 out[i] = static_cast<float>(0.1 * std::sin(p));
@@ -104,7 +85,7 @@ struct Probe {
     std::vector<double> ChannelLevelsDb(std::chrono::milliseconds settle) {
         std::this_thread::sleep_for(settle);
         std::vector<double> levels;
-        for (std::size_t c = 0; c < outs.size(); ++c) {
+        for (std::size_t c = 0; c < outs->size(); ++c) {
             double sum = 0.0;
             for (const auto& e : energy[c]) {
                 sum += e.load(std::memory_order_relaxed);
@@ -130,13 +111,14 @@ struct Window {
 };
 
 std::optional<Window> FindWindow() {
-    std::istringstream ids(Run("xdotool search --onlyvisible --name Zkmorva 2>/dev/null"));
+    std::istringstream ids(
+        zktest::CommandOutput("xdotool search --onlyvisible --name Zkmorva 2>/dev/null"));
     std::string id;
     if (!(ids >> id)) {
         return std::nullopt;
     }
     Window w{id};
-    std::istringstream geometry(Run("xdotool getwindowgeometry --shell " + id));
+    std::istringstream geometry(zktest::CommandOutput("xdotool getwindowgeometry --shell " + id));
     std::string line;
     while (std::getline(geometry, line)) {
         if (line.rfind("WIDTH=", 0) == 0) {
@@ -199,14 +181,12 @@ template <std::size_t N> CRect KnobRect(const std::array<zkeditor::KnobDef, N>& 
     std::exit(2);
 }
 
-// How many pixels inside `r` (device pixels) differ between two pictures.
-long ChangedPixels(const std::string& a, const std::string& b, const CRect& r,
-                   const std::function<int(CCoord)>& device) {
-    const std::string area = std::to_string(device(r.right - r.left)) + "x" +
-                             std::to_string(device(r.bottom - r.top)) + "+" +
-                             std::to_string(device(r.left)) + "+" + std::to_string(device(r.top));
-    return std::atol(
-        Run("compare -metric AE -extract " + area + " '" + a + "' '" + b + "' null: 2>&1").c_str());
+// Share of the pixels inside `r` (frame pixels) that differ between two pictures.
+double ChangedShare(const std::string& a, const std::string& b, const CRect& r,
+                    const std::function<int(CCoord)>& device) {
+    return zktest::ChangedShare(a, b, device(r.left), device(r.top), device(r.right),
+                                device(r.bottom))
+        .value_or(-1.0);
 }
 
 // A free X display number: no lock file, and Xvfb comes up on it.
@@ -283,26 +263,14 @@ int main(int argc, char** argv) {
         std::printf("FAILED: Xvfb did not start (%s)\n0 passed, 1 failed\n", dir.c_str());
         return 1;
     }
-    // The one name of every test's server (see JalvRoundTrip.cpp).
-    const std::string server = "zk-test-server";
     setenv("DISPLAY", (":" + std::to_string(display)).c_str(), 1);
-    setenv("JACK_DEFAULT_SERVER", server.c_str(), 1);
-    setenv("JACK_NO_AUDIO_RESERVATION", "1", 1);
     setenv("LV2_PATH", lv2Dir.c_str(), 1);
     if (scale > 1.0) {
         setenv("DPF_SCALE_FACTOR", std::to_string(scale).c_str(), 1);
     }
 
-    ChildProcess jackd(
-        {"jackd", "--no-realtime", "-n", server, "-d", "dummy", "-r", "48000", "-p", "256"}, false,
-        dir + "/jackd.log");
-    jack_set_error_function([](const char*) {});
-    jack_client_t* client = nullptr;
-    for (int i = 0; i < 100 && client == nullptr; ++i) {
-        std::this_thread::sleep_for(50ms);
-        client = jack_client_open("zk-probe", JackNoStartServer, nullptr);
-    }
-    if (client == nullptr) {
+    zktest::JackRig jack(dir, "zk-probe");
+    if (!jack.Up()) {
         std::printf("FAILED: jackd did not start (%s)\n0 passed, 1 failed\n", dir.c_str());
         return 1;
     }
@@ -316,14 +284,13 @@ int main(int argc, char** argv) {
         std::this_thread::sleep_for(50ms);
         window = FindWindow();
     }
-    Check(window.has_value(), "jalv shows the UI of " + uri);
+    check(window.has_value(), "jalv shows the UI of " + uri);
     if (!window) {
-        jack_client_close(client);
-        std::printf("logs in %s\n%d passed, %d failed\n", dir.c_str(), passes, failures);
-        return 1;
+        std::printf("logs in %s\n", dir.c_str());
+        return check.Finish();
     }
     window = WaitForSize(device(fullW), device(fullH));
-    Check(window && window->width == device(fullW) && window->height == device(fullH),
+    check(window && window->width == device(fullW) && window->height == device(fullH),
           "window is " + std::to_string(device(fullW)) + "x" + std::to_string(device(fullH)) +
               " at scale " + std::to_string(scale) + " (got " +
               (window ? std::to_string(window->width) + "x" + std::to_string(window->height)
@@ -334,27 +301,13 @@ int main(int argc, char** argv) {
     Xdo("windowmove " + win + " 0 0");
 
     Probe probe;
-    probe.client = client;
     probe.frequency = zk::FindParameter(unit.parameters, freqId)->defaultValue;
-    for (std::size_t c = 1; c <= channels; ++c) {
-        const std::string n = std::to_string(c);
-        probe.outs.push_back(jack_port_register(client, ("out" + n).c_str(),
-                                                JACK_DEFAULT_AUDIO_TYPE, JackPortIsOutput, 0));
-        probe.ins.push_back(jack_port_register(client, ("in" + n).c_str(), JACK_DEFAULT_AUDIO_TYPE,
-                                               JackPortIsInput, 0));
-    }
-    jack_set_process_callback(client, &Probe::Process, &probe);
-    jack_activate(client);
-    bool connected = true;
-    for (std::size_t c = 0; c < channels; ++c) {
-        const std::string n = std::to_string(c + 1);
-        connected = jack_connect(client, jack_port_name(probe.outs[c]),
-                                 (name + ":lv2_audio_in_" + n).c_str()) == 0 &&
-                    jack_connect(client, (name + ":lv2_audio_out_" + n).c_str(),
-                                 jack_port_name(probe.ins[c])) == 0 &&
-                    connected;
-    }
-    Check(connected, "our client plays through jalv");
+    jack.RegisterPorts(channels);
+    probe.outs = &jack.outs;
+    probe.ins = &jack.ins;
+    jack_set_process_callback(jack.client, &Probe::Process, &probe);
+    jack_activate(jack.client);
+    check(jack.ConnectThrough(name), "our client plays through jalv");
     const std::vector<double> channelsBefore = probe.ChannelLevelsDb(600ms);
     const double before = Probe::LevelDb(channelsBefore);
 
@@ -372,16 +325,16 @@ int main(int argc, char** argv) {
         Xdo("mousemove_relative -- 0 " + std::to_string(-device(4)));
         std::this_thread::sleep_for(40ms);
     }
-    Check(WaitForAutoListen(jalvLog, mark, listenOn),
+    check(WaitForAutoListen(jalvLog, mark, listenOn),
           "holding the Q knob turns the DSP's auto-listen on (output parameter)");
     mark = FileSize(jalvLog);
     Xdo("mouseup 1");
-    Check(WaitForAutoListen(jalvLog, mark, listenOff), "releasing it turns auto-listen off");
+    check(WaitForAutoListen(jalvLog, mark, listenOff), "releasing it turns auto-listen off");
 
     // A band gain drag upwards: the DSP raises the band.
     const std::string beforeDrag = dir + "/before-drag.png";
     if (z20) {
-        Check(std::system(("import -window " + win + " '" + beforeDrag + "'").c_str()) == 0,
+        check(std::system(("import -window " + win + " '" + beforeDrag + "'").c_str()) == 0,
               "screenshot before the drag");
     }
     Xdo("mousemove --window " + win + " " + centre(gainRect) + " mousedown 1");
@@ -395,19 +348,21 @@ int main(int argc, char** argv) {
     char levels[128];
     std::snprintf(levels, sizeof levels, "%.1f dB -> %.1f dB at %.0f Hz", before, after,
                   probe.frequency);
-    Check(after > before + 3.0 && before > -60.0,
+    check(after > before + 3.0 && before > -60.0,
           std::string("dragging the band gain up raises the DSP's output: ") + levels);
-    Check(std::system(("import -window " + win + " '" + shotBase + ".png'").c_str()) == 0,
+    check(std::system(("import -window " + win + " '" + shotBase + ".png'").c_str()) == 0,
           "screenshot " + shotBase + ".png");
     if (z20) {
         // The drag on channel 1's LF gain, linked (the default), moves channel 2's
         // knob too.
         const CRect partnerRect = KnobRect(zk20layout::kBandKnobs, gainTag + 41);
-        const long moved = ChangedPixels(beforeDrag, shotBase + ".png", gainRect, device);
-        const long partnerMoved = ChangedPixels(beforeDrag, shotBase + ".png", partnerRect, device);
-        Check(moved > 20 && partnerMoved > 20,
-              "the dragged LF knob and its linked partner both move (" + std::to_string(moved) +
-                  " and " + std::to_string(partnerMoved) + " pixels changed)");
+        const double moved = ChangedShare(beforeDrag, shotBase + ".png", gainRect, device);
+        const double partnerMoved =
+            ChangedShare(beforeDrag, shotBase + ".png", partnerRect, device);
+        check(moved > 0.02 && partnerMoved > 0.02,
+              "the dragged LF knob and its linked partner both move (" +
+                  std::to_string(100 * moved) + " % and " + std::to_string(100 * partnerMoved) +
+                  " % of their pixels changed)");
         // jalv reads no commands and prints no input control while a plug-in UI
         // is shown, so its port values are read where it delivers them: the DSP.
         // jalv cannot hear of a partner the unit moves, so the unit moves none on
@@ -417,7 +372,7 @@ int main(int argc, char** argv) {
         const double rightRise = channelsAfter[1] - channelsBefore[1];
         char rises[96];
         std::snprintf(rises, sizeof rises, "left %+.2f dB, right %+.2f dB", leftRise, rightRise);
-        Check(leftRise > 3.0 && std::abs(leftRise - rightRise) < 0.1,
+        check(leftRise > 3.0 && std::abs(leftRise - rightRise) < 0.1,
               std::string("both LF gains reach the DSP through jalv's ports: ") + rises);
     }
 
@@ -430,7 +385,7 @@ int main(int argc, char** argv) {
         Xdo("mousemove --window " + win + " " + centre(spectrum.onSwitch) + " click 1");
         std::this_thread::sleep_for(1500ms);
         const std::string onShot = shotBase + "-spectrum.png";
-        Check(std::system(("import -window " + win + " '" + onShot + "'").c_str()) == 0,
+        check(std::system(("import -window " + win + " '" + onShot + "'").c_str()) == 0,
               "screenshot " + onShot);
         const double column =
             v.left + zkspectrum::ColumnOfFrequency(probe.frequency, v.width(), 20.0, 40000.0);
@@ -444,42 +399,32 @@ int main(int argc, char** argv) {
         std::snprintf(shares, sizeof shares,
                       "%.0f %% changed at the sine, %.1f %% in the note line",
                       atSine ? 100 * *atSine : -1.0, note ? 100 * *note : -1.0);
-        Check(atSine && note && *atSine > 0.2 && *note < 0.01,
+        check(atSine && note && *atSine > 0.2 && *note < 0.01,
               std::string("the analyser shows the instance's spectrum: ") + shares);
     }
 
     // The panel toggle folds the panel; the host window follows.
     Xdo("mousemove --window " + win + " " + centre(toggle) + " click 1");
     window = WaitForSize(device(foldedW), device(foldedH));
-    Check(window && window->width == device(foldedW) && window->height == device(foldedH),
+    check(window && window->width == device(foldedW) && window->height == device(foldedH),
           "folded window is " + std::to_string(device(foldedW)) + "x" +
               std::to_string(device(foldedH)) + " (got " +
               (window ? std::to_string(window->width) + "x" + std::to_string(window->height)
                       : std::string("none")) +
               ")");
-    Check(std::system(("import -window " + win + " '" + shotBase + "-folded.png'").c_str()) == 0,
+    check(std::system(("import -window " + win + " '" + shotBase + "-folded.png'").c_str()) == 0,
           "screenshot " + shotBase + "-folded.png");
 
-    jack_deactivate(client);
-    jack_client_close(client);
     // jackd first: jalv showing a UI does not end on SIGTERM, and a jackd that
     // outlives a killed client is killed in turn and leaves its registration.
-    jackd.Stop();
+    jack.Stop();
     jalv.Stop();
     xvfb->Stop();
-    // What the killed jalv left of our server (no other runs at the same time).
-    std::error_code error;
-    for (const auto& entry : std::filesystem::directory_iterator("/dev/shm", error)) {
-        const std::string file = entry.path().filename().string();
-        if (file.find("_" + server + "_") != std::string::npos) {
-            std::filesystem::remove(entry.path(), error);
-        }
-    }
-    if (failures == 0) {
+    zktest::JackRig::RemoveLeftovers(); // what the killed jalv left
+    if (check.failed == 0) {
         std::filesystem::remove_all(dir);
     } else {
         std::printf("logs in %s\n", dir.c_str());
     }
-    std::printf("%d passed, %d failed\n", passes, failures);
-    return failures == 0 ? 0 : 1;
+    return check.Finish();
 }

@@ -1,14 +1,14 @@
-// Typed and command-line values read the same under a German locale (decimal
-// comma) as under C, for every parse function and every parameter of both units,
-// and reading never changes the process locale. The build generates the locale
-// into its own folder and points LOCPATH there; the suite fails when LOCPATH is
-// set but holds no usable German locale, and skips when it is not set.
+// Command-line values read the same under a German locale (decimal comma) as
+// under C, for every parameter of both units, reading never changes the process
+// locale, and numbers are written back with a point. (The editor's and the
+// units' texts are compared under German by LocaleTexts in the editor suite.)
+// The build generates the locale into its own folder and points LOCPATH there;
+// the suite fails when LOCPATH is set but holds no usable German locale, and
+// skips when it is not set.
 #include "cli/CliError.h"
 #include "cli/ValueFormat.h"
-#include "editor/ParseStrings.h"
 #include "units/Zkmorva10Parameters.h"
 #include "units/Zkmorva20Parameters.h"
-#include "widgets/CTextEdit.h"
 
 #include <gtest/gtest.h>
 
@@ -21,48 +21,12 @@
 
 namespace {
 
-const std::vector<std::string>& Corpus() {
-    static const std::vector<std::string> c{"1.5",
-                                            "1,5",
-                                            "-3",
-                                            "2e3",
-                                            "1,5e3",
-                                            "3.15 kHz",
-                                            "3,15 kHz",
-                                            "2,5k",
-                                            "2.5K",
-                                            " 440 Hz ",
-                                            "-12,25 dB",
-                                            "12dB/oct.",
-                                            "6dB",
-                                            "-oo",
-                                            "lo-shelf",
-                                            "hi-shelf",
-                                            "on",
-                                            "off",
-                                            "true",
-                                            "Q f G",
-                                            "Mono",
-                                            "100 %",
-                                            "12,5%",
-                                            "0x10",
-                                            "1e-3",
-                                            "inf",
-                                            "nan",
-                                            "",
-                                            "abc",
-                                            "1.2.3",
-                                            "1,2,3",
-                                            "+7,5",
-                                            "0,29",
-                                            "26000",
-                                            "1e40",
-                                            "-0",
-                                            "٣",
-                                            "1\xc2\xa0"
-                                            "000"};
-    return c;
-}
+const char* const kCorpus[] = {
+    "1.5",  "1,5",      "-3",        "2e3",       "1,5e3", "3.15 kHz",    "3,15 kHz", "2,5k",
+    "2.5K", " 440 Hz ", "-12,25 dB", "12dB/oct.", "6dB",   "-oo",         "lo-shelf", "hi-shelf",
+    "on",   "off",      "true",      "Q f G",     "Mono",  "100 %",       "12,5%",    "0x10",
+    "1e-3", "inf",      "nan",       "",          "abc",   "1.2.3",       "1,2,3",    "+7,5",
+    "0,29", "26000",    "1e40",      "-0",        "٣",     "1\302\240000" /* no-break space */};
 
 // Switches to German for its scope; the previous locale comes back.
 class German {
@@ -95,37 +59,6 @@ void RequireGerman(const German& g) {
 std::uint32_t Bits(float v) {
     return std::bit_cast<std::uint32_t>(v);
 }
-
-using TypedLaw = float (*)(CControl*);
-const std::vector<TypedLaw>& TypedLaws() {
-    static const std::vector<TypedLaw> laws{string2dB,
-                                            string2dBEq,
-                                            string2quality,
-                                            string2qualityHiLoPass,
-                                            string2qualityShelv,
-                                            string2frequency20_1000,
-                                            string2frequency20_26000,
-                                            string2frequency400_26000,
-                                            string2frequency40_200,
-                                            string2frequency8000_20000,
-                                            string2percentStWi};
-    return laws;
-}
-
-std::vector<std::uint32_t> EditorResults() {
-    std::vector<std::uint32_t> out;
-    for (const std::string& text : Corpus()) {
-        CTextEdit box(CRect(0, 0, 40, 14), nullptr, 1, text.c_str());
-        out.push_back(std::bit_cast<std::uint64_t>(zkeditor::ReadTypedNumber(text)) >> 32);
-        out.push_back(static_cast<std::uint32_t>(
-            std::bit_cast<std::uint64_t>(zkeditor::ReadTypedNumber(text))));
-        for (TypedLaw law : TypedLaws()) {
-            out.push_back(Bits(law(&box)));
-        }
-    }
-    return out;
-}
-
 // Each parameter's parse of each text: the value's bits or the error message.
 std::vector<std::string> RendererResults() {
     static const std::vector<std::string> modes(std::begin(zk::kAutoListenModeNames),
@@ -138,7 +71,7 @@ std::vector<std::string> RendererResults() {
             const zkcli::ValueContext context{
                 def, indexed ? std::span<const std::string>(modes) : std::span<const std::string>(),
                 texts};
-            for (const std::string& text : Corpus()) {
+            for (const std::string text : kCorpus) {
                 try {
                     out.push_back(std::to_string(Bits(zkcli::ParseValue(context, text))));
                 } catch (const zkcli::CliError& e) {
@@ -154,17 +87,7 @@ std::vector<std::string> RendererResults() {
     return out;
 }
 
-TEST(Locale, EditorParseFunctionsReadTheSameUnderGerman) {
-    const std::vector<std::uint32_t> c = EditorResults();
-    German german;
-    RequireGerman(german);
-    const std::string locale = std::setlocale(LC_ALL, nullptr);
-    EXPECT_EQ(EditorResults(), c);
-    EXPECT_EQ(std::setlocale(LC_ALL, nullptr), locale);
-    EXPECT_STREQ(std::localeconv()->decimal_point, ",");
-}
-
-TEST(Locale, RendererValuesReadTheSameUnderGerman) {
+TEST(Locale, RendererValuesReadAndWriteTheSameUnderGerman) {
     const std::vector<std::string> c = RendererResults();
     German german;
     RequireGerman(german);
@@ -176,12 +99,6 @@ TEST(Locale, RendererValuesReadTheSameUnderGerman) {
     }
     EXPECT_EQ(std::setlocale(LC_ALL, nullptr), locale);
     EXPECT_STREQ(std::localeconv()->decimal_point, ",");
-}
-
-// Formatting back for the user does not follow the locale either.
-TEST(Locale, RendererFormatsWithAPointUnderGerman) {
-    German german;
-    RequireGerman(german);
     EXPECT_EQ(zkcli::FormatNumber(0.29f), "0.29");
     EXPECT_EQ(zkcli::FormatNumber(-12.5f), "-12.5");
 }

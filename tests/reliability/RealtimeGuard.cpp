@@ -139,6 +139,27 @@ std::string Report::Describe() const {
 using zkrel::rt::Note;
 #define ZK_CALLER __builtin_return_address(0)
 
+// The counted allocation and release behind malloc, free, new and delete.
+namespace {
+void* Allocate(std::size_t n, std::size_t alignment, void* caller) {
+    Note(zkrel::rt::Kind::Allocate, caller);
+    n = n != 0 ? n : 1;
+    return alignment != 0 ? zkrel::rt::Aligned(alignment, n) : __libc_malloc(n);
+}
+void* AllocateOrThrow(std::size_t n, std::size_t alignment, void* caller) {
+    if (void* p = Allocate(n, alignment, caller)) {
+        return p;
+    }
+    throw std::bad_alloc();
+}
+void Release(void* p, void* caller) {
+    if (p != nullptr) {
+        Note(zkrel::rt::Kind::Release, caller);
+    }
+    __libc_free(p);
+}
+} // namespace
+
 extern "C" {
 
 void* malloc(std::size_t n) {
@@ -154,10 +175,7 @@ void* realloc(void* p, std::size_t n) {
     return __libc_realloc(p, n);
 }
 void free(void* p) {
-    if (p != nullptr) {
-        Note(zkrel::rt::Kind::Release, ZK_CALLER);
-    }
-    __libc_free(p);
+    Release(p, ZK_CALLER);
 }
 void* aligned_alloc(std::size_t alignment, std::size_t size) {
     Note(zkrel::rt::Kind::Allocate, ZK_CALLER);
@@ -221,69 +239,46 @@ unsigned sleep(unsigned s) {
 } // extern "C"
 
 // The replaceable C++ allocation functions.
+
 void* operator new(std::size_t n) {
-    Note(zkrel::rt::Kind::Allocate, ZK_CALLER);
-    if (void* p = __libc_malloc(n ? n : 1)) {
-        return p;
-    }
-    throw std::bad_alloc();
+    return AllocateOrThrow(n, 0, ZK_CALLER);
 }
 void* operator new[](std::size_t n) {
-    Note(zkrel::rt::Kind::Allocate, ZK_CALLER);
-    if (void* p = __libc_malloc(n ? n : 1)) {
-        return p;
-    }
-    throw std::bad_alloc();
+    return AllocateOrThrow(n, 0, ZK_CALLER);
 }
 void* operator new(std::size_t n, const std::nothrow_t&) noexcept {
-    Note(zkrel::rt::Kind::Allocate, ZK_CALLER);
-    return __libc_malloc(n ? n : 1);
+    return Allocate(n, 0, ZK_CALLER);
 }
 void* operator new[](std::size_t n, const std::nothrow_t&) noexcept {
-    Note(zkrel::rt::Kind::Allocate, ZK_CALLER);
-    return __libc_malloc(n ? n : 1);
+    return Allocate(n, 0, ZK_CALLER);
 }
 void* operator new(std::size_t n, std::align_val_t a) {
-    Note(zkrel::rt::Kind::Allocate, ZK_CALLER);
-    if (void* p = zkrel::rt::Aligned(static_cast<std::size_t>(a), n ? n : 1)) {
-        return p;
-    }
-    throw std::bad_alloc();
+    return AllocateOrThrow(n, static_cast<std::size_t>(a), ZK_CALLER);
 }
 void* operator new[](std::size_t n, std::align_val_t a) {
-    Note(zkrel::rt::Kind::Allocate, ZK_CALLER);
-    if (void* p = zkrel::rt::Aligned(static_cast<std::size_t>(a), n ? n : 1)) {
-        return p;
-    }
-    throw std::bad_alloc();
+    return AllocateOrThrow(n, static_cast<std::size_t>(a), ZK_CALLER);
 }
 void operator delete(void* p) noexcept {
-    if (p != nullptr) {
-        Note(zkrel::rt::Kind::Release, ZK_CALLER);
-    }
-    __libc_free(p);
+    Release(p, ZK_CALLER);
 }
 void operator delete[](void* p) noexcept {
-    if (p != nullptr) {
-        Note(zkrel::rt::Kind::Release, ZK_CALLER);
-    }
-    __libc_free(p);
+    Release(p, ZK_CALLER);
 }
 void operator delete(void* p, std::size_t) noexcept {
-    operator delete(p);
+    Release(p, ZK_CALLER);
 }
 void operator delete[](void* p, std::size_t) noexcept {
-    operator delete[](p);
+    Release(p, ZK_CALLER);
 }
 void operator delete(void* p, std::align_val_t) noexcept {
-    operator delete(p);
+    Release(p, ZK_CALLER);
 }
 void operator delete[](void* p, std::align_val_t) noexcept {
-    operator delete[](p);
+    Release(p, ZK_CALLER);
 }
 void operator delete(void* p, std::size_t, std::align_val_t) noexcept {
-    operator delete(p);
+    Release(p, ZK_CALLER);
 }
 void operator delete[](void* p, std::size_t, std::align_val_t) noexcept {
-    operator delete[](p);
+    Release(p, ZK_CALLER);
 }

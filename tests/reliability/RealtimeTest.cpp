@@ -1,10 +1,8 @@
 // The audio thread never allocates, locks, waits or sleeps: counted by the
 // interposer of RealtimeGuard.h, armed only during the render calls of both
-// units through the plug-in entry points (the CLAP plug-ins as a host loads
-// them, and the plug-ins' core), across every rate, the block sizes and
-// automation with gestures and hostile values.
-#include "plugins/core/PluginCore.h"
-#include "plugins/core/UnitDescriptor.h"
+// units, through the CLAP plug-ins as a host loads them (DPF, the plug-ins'
+// core with host values, the bypass and meter reads) and through the unit with
+// gestures, across every rate, the block sizes and hostile values.
 #include "tests/plugins/ClapHost.h"
 #include "tests/reliability/RealtimeGuard.h"
 #include "tests/reliability/ReliabilityRig.h"
@@ -25,19 +23,17 @@ using namespace zkrel;
 
 constexpr UInt32 kBlockSizes[] = {1, 2, 17, 64, 1536, 2027, 4096, 0 /* random */};
 
-struct Plugin {
-    const char* file;
-    const zkplug::UnitDescriptor& (*descriptor)();
-};
-const Plugin kPlugins[] = {{"zkmorva10-mono", &zkplug::Zkmorva10Mono},
-                           {"zkmorva10-stereo", &zkplug::Zkmorva10Stereo},
-                           {"zkmorva20", &zkplug::Zkmorva20}};
-
-class Realtime : public testing::TestWithParam<Plugin> {
+class Realtime : public testing::TestWithParam<const UnitKind*> {
 protected:
     void SetUp() override { rt::Clear(); }
     void TearDown() override { rt::Disarm(); }
-    const zkplug::UnitDescriptor& Descriptor() const { return GetParam().descriptor(); }
+    const UnitKind& Kind() const { return *GetParam(); }
+    // The plug-in's file and CLAP id name: zkmorva10-mono, zkmorva10-stereo, zkmorva20.
+    std::string File() const {
+        const std::string name = Kind().name;
+        std::string file = "zkmorva" + name.substr(7, 2);
+        return name.size() > 9 ? file + (Kind().channels == 1 ? "-mono" : "-stereo") : file;
+    }
 };
 
 // Values within the ranges mostly, at and past their ends, and garbage.
@@ -60,20 +56,19 @@ UInt32 NextBlock(std::mt19937& rng, std::size_t i) {
 }
 
 TEST_P(Realtime, ClapProcessNeverAllocatesLocksOrWaits) {
-    zktest::ClapLibrary lib(std::string(ZK_PLUGIN_BIN) + "/" + GetParam().file + ".clap");
-    const std::string id = std::string("com.zkmorva.") + GetParam().file;
-    const UInt32 channels = Descriptor().channels;
+    zktest::ClapLibrary lib(std::string(ZK_PLUGIN_BIN) + "/" + File() + ".clap");
+    const std::string id = "com.zkmorva." + File();
+    const UInt32 channels = Kind().channels;
     std::mt19937 rng(1);
     for (double rate : kRates) {
         zktest::ClapInstance plugin(lib, id.c_str());
         const uint32_t count = plugin.params->count(plugin.plugin);
         plugin.Activate(rate, 4096);
-        const Channels in = Noise(channels, 4096, 2);
+        Channels in = Noise(channels, 4096, 2);
         Channels out = Silence(channels, 4096);
-        std::vector<float*> ip;
-        std::vector<float*> op;
+        std::vector<float*> ip, op;
         for (UInt32 c = 0; c < channels; ++c) {
-            ip.push_back(const_cast<float*>(in[c].data()));
+            ip.push_back(in[c].data());
             op.push_back(out[c].data());
         }
         for (std::size_t block = 0; block < 3 * std::size(kBlockSizes); ++block) {
@@ -93,27 +88,11 @@ TEST_P(Realtime, ClapProcessNeverAllocatesLocksOrWaits) {
                         {info.id, AutomationValue(rng, info.min_value, info.max_value), time});
                 }
             }
-            // Everything a process call needs is built before arming.
-            zktest::EventLists lists(changes);
-            clap_audio_buffer_t inBuf{};
-            inBuf.data32 = ip.data();
-            inBuf.channel_count = channels;
-            clap_audio_buffer_t outBuf{};
-            outBuf.data32 = op.data();
-            outBuf.channel_count = channels;
-            clap_process_t p{};
-            p.steady_time = -1;
-            p.frames_count = frames;
-            p.audio_inputs = &inBuf;
-            p.audio_outputs = &outBuf;
-            p.audio_inputs_count = 1;
-            p.audio_outputs_count = 1;
-            p.in_events = &lists.in;
-            p.out_events = &lists.out;
+            zktest::ClapBlock call(ip, op, frames, changes); // built before arming
             clap_process_status status;
             {
                 rt::Armed armed;
-                status = plugin.plugin->process(plugin.plugin, &p);
+                status = call.Run(plugin.plugin);
             }
             EXPECT_EQ(status, CLAP_PROCESS_CONTINUE);
             // Let the parameter thread deliver, so that the next block applies it.
@@ -127,59 +106,16 @@ TEST_P(Realtime, ClapProcessNeverAllocatesLocksOrWaits) {
     std::printf("%s\n", report.Describe().c_str());
 }
 
-TEST_P(Realtime, PluginCoreProcessAndParametersNeverAllocateLockOrWait) {
-    const zkplug::UnitDescriptor& d = Descriptor();
-    std::mt19937 rng(3);
-    for (double rate : kRates) {
-        zkplug::PluginCore core(d);
-        ASSERT_TRUE(core.Activate(rate, 1024));
-        const Channels in = Noise(d.channels, 4096, 4);
-        Channels out = Silence(d.channels, 4096);
-        std::vector<const float*> ip;
-        std::vector<float*> op;
-        for (UInt32 c = 0; c < d.channels; ++c) {
-            ip.push_back(in[c].data());
-            op.push_back(out[c].data());
-        }
-        const std::size_t count = core.Parameters().size();
-        for (std::size_t block = 0; block < 3 * std::size(kBlockSizes); ++block) {
-            const UInt32 frames = NextBlock(rng, block);
-            {
-                rt::Armed armed;
-                for (int k = 0; k < 4; ++k) {
-                    const std::size_t index = rng() % count;
-                    const zkplug::HostParameter& p = core.Parameters()[index];
-                    core.SetParameter(
-                        index, static_cast<float>(AutomationValue(rng, p.minValue, p.maxValue)));
-                }
-                core.SetBypass(block % 11 == 5);
-                core.Process(ip.data(), op.data(), frames);
-                core.GetParameter(rng() % count);
-            }
-            std::this_thread::sleep_for(std::chrono::milliseconds(block % 4 == 0 ? 12 : 0));
-        }
-    }
-    const rt::Report report = rt::Take();
-    EXPECT_EQ(report.Total(), 0u) << report.Describe();
-}
-
 // Deterministic delivery: every event (gestures too, so auto-listen, links, solo
 // and the master link run on the render thread) is applied in the next render.
 TEST_P(Realtime, UnitRenderWithGesturesNeverAllocatesLocksOrWaits) {
-    const UnitKind& kind = Kinds()[GetParam().descriptor == &zkplug::Zkmorva10Mono     ? 0
-                                   : GetParam().descriptor == &zkplug::Zkmorva10Stereo ? 1
-                                                                                       : 2];
+    const UnitKind& kind = Kind();
     std::mt19937 rng(5);
     for (double rate : kRates) {
         Rig rig(kind, rate, 4096, AllActive(kind));
         const Channels in = Noise(kind.channels, 4096, 6);
         Channels out = Silence(kind.channels, 4096);
-        std::vector<const float*> ip;
-        std::vector<float*> op;
-        for (UInt32 c = 0; c < kind.channels; ++c) {
-            ip.push_back(in[c].data());
-            op.push_back(out[c].data());
-        }
+        const Pointers io(in, out);
         for (std::size_t block = 0; block < 40; ++block) {
             const zk::ParameterDef& p = kind.parameters[rng() % (kind.lastDispatched + 1)];
             rig.Gesture(p.id, true);
@@ -191,7 +127,7 @@ TEST_P(Realtime, UnitRenderWithGesturesNeverAllocatesLocksOrWaits) {
             OSStatus status;
             {
                 rt::Armed armed;
-                status = rig.RenderRaw(ip, op, NextBlock(rng, block));
+                status = rig.RenderRaw(io.ip, io.op, NextBlock(rng, block));
             }
             ASSERT_EQ(status, noErr);
         }
@@ -222,11 +158,6 @@ TEST(RealtimeGuard, CountsWhatTheArmedThreadDoes) {
     EXPECT_EQ(rt::Take().Total(), r.Total());
 }
 
-INSTANTIATE_TEST_SUITE_P(Plugins, Realtime, testing::ValuesIn(kPlugins),
-                         [](const testing::TestParamInfo<Plugin>& info) {
-                             std::string n = info.param.file;
-                             std::replace(n.begin(), n.end(), '-', '_');
-                             return n;
-                         });
+INSTANTIATE_TEST_SUITE_P(Plugins, Realtime, testing::ValuesIn(KindPointers()), KindName());
 
 } // namespace

@@ -9,6 +9,8 @@
 #include "framework/AUEvents.h"
 #include "framework/Component.h"
 #include "framework/RunLoop.h"
+#include "plugins/core/PluginCore.h"
+#include "plugins/core/UnitDescriptor.h"
 #include "units/Zkmorva10AU.h"
 #include "units/Zkmorva20AU.h"
 
@@ -16,6 +18,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <random>
 #include <span>
@@ -44,6 +47,28 @@ inline const std::vector<UnitKind>& Kinds() {
         {"Zkmorva20", &OpenZkmorva20, 2, zk::kZkmorva20Parameters, zk::kZ20LastDispatched},
     };
     return kinds;
+}
+
+inline std::vector<const UnitKind*> KindPointers() {
+    std::vector<const UnitKind*> k;
+    for (const UnitKind& u : Kinds()) {
+        k.push_back(&u);
+    }
+    return k;
+}
+
+// Names the tests parameterised by KindPointers().
+struct KindName {
+    template <class ParamInfo> std::string operator()(const ParamInfo& info) const {
+        return info.param->name;
+    }
+};
+
+// The plug-in that ships a unit configuration.
+inline const zkplug::UnitDescriptor& DescriptorOf(const UnitKind& kind) {
+    return kind.channels == 1                              ? zkplug::Zkmorva10Mono()
+           : kind.lastDispatched == zk::kZ10LastDispatched ? zkplug::Zkmorva10Stereo()
+                                                           : zkplug::Zkmorva20();
 }
 
 // The host rates every suite sweeps, including an odd one.
@@ -107,6 +132,36 @@ inline Channels Noise(UInt32 channels, std::size_t frames, std::uint32_t seed, f
         }
     }
     return c;
+}
+
+inline bool Identical(const Channels& a, const Channels& b) {
+    for (std::size_t c = 0; c < a.size(); ++c) {
+        if (std::memcmp(a[c].data(), b[c].data(), a[c].size() * sizeof(float)) != 0) {
+            return false;
+        }
+    }
+    return a.size() == b.size();
+}
+
+// One call's channel pointers: inputs from `in`, outputs into `out`.
+struct Pointers {
+    Pointers(const Channels& in, Channels& out) {
+        for (std::size_t c = 0; c < in.size(); ++c) {
+            ip.push_back(in[c].data());
+            op.push_back(out[c].data());
+        }
+    }
+    std::vector<const float*> ip;
+    std::vector<float*> op;
+};
+
+// The whole of `x` through a plug-in core in one call.
+inline Channels ProcessCore(zkplug::PluginCore& core, const Channels& x,
+                            zkplug::OwnChangeSink* sink = nullptr) {
+    Channels y = x;
+    Pointers p(x, y);
+    core.Process(p.ip.data(), p.op.data(), static_cast<UInt32>(x[0].size()), sink);
+    return y;
 }
 
 inline Channels Silence(UInt32 channels, std::size_t frames) {

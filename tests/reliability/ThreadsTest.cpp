@@ -3,8 +3,6 @@
 // gestures, a main thread saves and restores state; the unit's listener runs on
 // its own threaded run loop. Run under ThreadSanitizer by scripts/test.sh;
 // ZK_SOAK_SECONDS sets the length (2 s by default).
-#include "plugins/core/PluginCore.h"
-#include "plugins/core/UnitDescriptor.h"
 #include "tests/reliability/ReliabilityRig.h"
 
 #include <gtest/gtest.h>
@@ -21,6 +19,14 @@ class Threads : public testing::TestWithParam<const UnitKind*> {
 protected:
     const UnitKind& Kind() const { return *GetParam(); }
 };
+
+long CountNonFinite(const Channels& c) {
+    long n = 0;
+    for (const auto& ch : c) {
+        n += std::count_if(ch.begin(), ch.end(), [](float v) { return !std::isfinite(v); });
+    }
+    return n;
+}
 
 std::chrono::steady_clock::time_point Deadline() {
     return std::chrono::steady_clock::now() +
@@ -45,22 +51,13 @@ TEST_P(Threads, RenderAutomateAndRestoreStateAtOnce) {
     std::thread audio([&] {
         const Channels in = Noise(Kind().channels, 32, 1);
         Channels out = Silence(Kind().channels, 32);
-        std::vector<const float*> ip;
-        std::vector<float*> op;
-        for (UInt32 c = 0; c < Kind().channels; ++c) {
-            ip.push_back(in[c].data());
-            op.push_back(out[c].data());
-        }
+        const Pointers p(in, out);
         while (!stop.load(std::memory_order_relaxed)) {
             AudioUnitRenderActionFlags flags = 0;
-            if (unit->Render(flags, 32, ip, op) != noErr) {
+            if (unit->Render(flags, 32, p.ip, p.op) != noErr) {
                 nonFinite.fetch_add(1);
             }
-            for (const auto& ch : out) {
-                for (float v : ch) {
-                    nonFinite.fetch_add(std::isfinite(v) ? 0 : 1, std::memory_order_relaxed);
-                }
-            }
+            nonFinite.fetch_add(CountNonFinite(out), std::memory_order_relaxed);
             blocks.fetch_add(1, std::memory_order_relaxed);
         }
     });
@@ -104,11 +101,7 @@ TEST_P(Threads, RenderAutomateAndRestoreStateAtOnce) {
 // The same through the plug-ins' core: Process on the audio thread, host
 // parameter changes and meter reads beside it, state on the main thread.
 TEST_P(Threads, PluginCoreProcessParametersAndStateAtOnce) {
-    const zkplug::UnitDescriptor& d = Kind().channels == 1 ? zkplug::Zkmorva10Mono()
-                                      : Kind().lastDispatched == zk::kZ10LastDispatched
-                                          ? zkplug::Zkmorva10Stereo()
-                                          : zkplug::Zkmorva20();
-    zkplug::PluginCore core(d);
+    zkplug::PluginCore core(DescriptorOf(Kind()));
     ASSERT_TRUE(core.Activate(48000.0, 32));
     const auto end = Deadline();
     std::atomic<bool> stop{false};
@@ -117,12 +110,7 @@ TEST_P(Threads, PluginCoreProcessParametersAndStateAtOnce) {
         std::mt19937 rng(4);
         const Channels in = Noise(Kind().channels, 32, 5);
         Channels out = Silence(Kind().channels, 32);
-        std::vector<const float*> ip;
-        std::vector<float*> op;
-        for (UInt32 c = 0; c < Kind().channels; ++c) {
-            ip.push_back(in[c].data());
-            op.push_back(out[c].data());
-        }
+        const Pointers io(in, out);
         const std::size_t count = core.Parameters().size();
         while (!stop.load(std::memory_order_relaxed)) {
             // Hosts deliver parameter changes on the audio thread, with the block.
@@ -130,13 +118,9 @@ TEST_P(Threads, PluginCoreProcessParametersAndStateAtOnce) {
             const zkplug::HostParameter& p = core.Parameters()[index];
             core.SetParameter(index,
                               std::uniform_real_distribution<float>(p.minValue, p.maxValue)(rng));
-            core.Process(ip.data(), op.data(), 32);
+            core.Process(io.ip.data(), io.op.data(), 32);
             core.GetParameter(rng() % count);
-            for (const auto& ch : out) {
-                for (float v : ch) {
-                    nonFinite.fetch_add(std::isfinite(v) ? 0 : 1, std::memory_order_relaxed);
-                }
-            }
+            nonFinite.fetch_add(CountNonFinite(out), std::memory_order_relaxed);
         }
     });
     long restores = 0;
@@ -152,17 +136,6 @@ TEST_P(Threads, PluginCoreProcessParametersAndStateAtOnce) {
     EXPECT_GT(restores, 10);
 }
 
-std::vector<const UnitKind*> AllKinds() {
-    std::vector<const UnitKind*> k;
-    for (const UnitKind& u : Kinds()) {
-        k.push_back(&u);
-    }
-    return k;
-}
-
-INSTANTIATE_TEST_SUITE_P(Units, Threads, testing::ValuesIn(AllKinds()),
-                         [](const testing::TestParamInfo<const UnitKind*>& info) {
-                             return std::string(info.param->name);
-                         });
+INSTANTIATE_TEST_SUITE_P(Units, Threads, testing::ValuesIn(KindPointers()), KindName());
 
 } // namespace
