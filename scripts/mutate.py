@@ -5,12 +5,11 @@ Puts each mutant of scripts/mutants.txt (a sign flipped, a constant changed ...)
 its file, rebuilds incrementally and runs the test programs: caught when a test fails
 or hangs, survived when all pass, apart when it does not build. The file is restored.
 
-  python3 scripts/mutate.py                  every mutant (build dir build-mutate)
-  python3 scripts/mutate.py --only NAME      one mutant
-  python3 scripts/mutate.py --list           list the mutants and check their texts
-  python3 scripts/mutate.py --score after    also append the score to mutation-score.txt
-Also --build-dir DIR, --jobs N. Results: <build dir>/mutation-results.txt. Uses ninja and
-ccache when installed. The real-host tests (plugins_*) run for mutants in plugins/ only.
+  python3 scripts/mutate.py [--only NAME] [--build-dir DIR (build-mutate)] [--jobs N]
+                            [--score LABEL: append the score to mutation-score.txt]
+  python3 scripts/mutate.py --list     lists the mutants, checks that each text is found
+Results: <build dir>/mutation-results.txt. Uses ninja and ccache when installed. The
+real-host tests (ctest's plugins_*) run for the mutants in plugins/ only.
 """
 import argparse, datetime, json, os, shutil, signal, subprocess, sys, time
 from pathlib import Path
@@ -40,15 +39,17 @@ def run(cmd, **kw):
 
 
 def build(args, targets=None):
+    """Configures the build dir once, then builds; returns the output of a failure."""
     if not (args.build_dir / "CMakeCache.txt").exists():
         cmd = ["cmake", "-S", TOP, "-B", args.build_dir, "-DZK_BUILD_BENCH=OFF",
                *(["-G", "Ninja"] if shutil.which("ninja") else [])]
         if shutil.which("ccache"):
             cmd += ["-DCMAKE_C_COMPILER_LAUNCHER=ccache", "-DCMAKE_CXX_COMPILER_LAUNCHER=ccache"]
-        if run(cmd).returncode:
-            return False
-    targets = ["--target", *sorted(targets)] if targets else []
-    return run(["cmake", "--build", args.build_dir, "-j", str(args.jobs)] + targets).returncode == 0
+        if (configured := run(cmd)).returncode:
+            return configured.stdout
+    made = run(["cmake", "--build", args.build_dir, "-j", str(args.jobs),
+                *(["--target", *sorted(targets)] if targets else [])])
+    return made.stdout if made.returncode else None
 
 
 def test_programs(build_dir):
@@ -123,7 +124,7 @@ def try_mutant(m, args, programs):
     targets = None if layer == "plugins" else {p["target"] for p in chosen if p["target"]}
     try:
         path.write_text(original.replace(m["find"], m["replace"], 1))
-        if not build(args, targets):
+        if build(args, targets) is not None:
             return "did not build", ""
         failed = failures(chosen, args.jobs, args.build_dir / "mutate-logs")
         return ("caught", failed[0][1]) if failed else ("survived", "")
@@ -158,8 +159,8 @@ def main():
     os.environ.setdefault("CCACHE_NOHASHDIR", "true")
 
     started = time.monotonic()
-    if not build(args):
-        sys.exit(f"mutate: the unmutated tree does not build in {args.build_dir}")
+    if (error := build(args)) is not None:
+        sys.exit(error[-4000:] + f"\nmutate: the unmutated tree does not build in {args.build_dir}")
     programs = test_programs(args.build_dir)
     if not any(m["file"].startswith("plugins/") for m in mutants):
         programs = [p for p in programs if not p["host"]]
