@@ -11,7 +11,7 @@ or hangs, survived when all pass, apart when it does not build. The file is rest
 Results: <build dir>/mutation-results.txt. Uses ninja and ccache when installed. The
 real-host tests (ctest's plugins_*) run for the mutants in plugins/ only.
 """
-import argparse, datetime, json, os, shutil, signal, subprocess, sys, time
+import argparse, datetime, json, os, re, shutil, signal, subprocess, sys, time
 from pathlib import Path
 
 TOP = Path(__file__).resolve().parent.parent
@@ -73,7 +73,7 @@ def test_programs(build_dir):
 def failures(programs, jobs, logs, keep_going=False):
     """The programs, run `jobs` at a time, that fail or hang (the first only unless keep_going)."""
     logs.mkdir(exist_ok=True)
-    queue, running, failed = list(programs), [], []
+    queue, running, failed, retried = list(programs), [], [], set()
     try:
         while queue or running:
             while (queue and len(running) < jobs and not any(r[0]["serial"] for r in running)
@@ -93,7 +93,10 @@ def failures(programs, jobs, logs, keep_going=False):
                 stop(item)
                 running.remove(item)
                 p["seconds"] = elapsed
-                if hung or proc.returncode:
+                if (hung or proc.returncode) and p["host"] and p["name"] not in retried:
+                    retried.add(p["name"])  # a real host shared with others: once more
+                    queue.insert(0, p)
+                elif hung or proc.returncode:
                     tests = [line.split()[3] for line in open(log.name, errors="replace")
                              if line.startswith("[  FAILED  ]") and line.endswith(" ms)\n")]
                     why = "hung" if hung else tests[0] if tests else f"exit {proc.returncode}"
@@ -124,7 +127,10 @@ def try_mutant(m, args, programs):
     targets = None if layer == "plugins" else {p["target"] for p in chosen if p["target"]}
     try:
         path.write_text(original.replace(m["find"], m["replace"], 1))
-        if build(args, targets) is not None:
+        if (error := build(args, targets)) is not None:
+            # Compiled, but a later step of the build (a generated preset, say) failed.
+            if not re.search(r"^FAILED: \S+\.o\b|\.o\] Error", error, re.M):
+                return "caught", re.search(r"^(FAILED: |.*\*\*\* ).*", error, re.M)[0][:90]
             return "did not build", ""
         failed = failures(chosen, args.jobs, args.build_dir / "mutate-logs")
         return ("caught", failed[0][1]) if failed else ("survived", "")
@@ -183,7 +189,9 @@ def main():
     caught, survived, broken = ([m["name"] for m, verdict, _ in results if verdict == v]
                                 for v in ("caught", "survived", "did not build"))
     tried = len(caught) + len(survived)
-    commit = run(["git", "rev-parse", "--short", "HEAD"], cwd=TOP).stdout.strip()
+    # The last commit of what is measured: code and tests, not these scripts.
+    commit = run(["git", "log", "-1", "--format=%h", "--", ".", ":!scripts"], cwd=TOP).stdout
+    commit = commit.strip()
     summary = (f"commit {commit}, {datetime.date.today()}, "
                f"{(time.monotonic() - started) / 60:.1f} min: caught {len(caught)} of {tried} "
                f"({100.0 * len(caught) / max(tried, 1):.1f} %); survivors: "
