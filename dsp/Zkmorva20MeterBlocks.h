@@ -79,8 +79,15 @@ void FillWork(Isa isa, const double* in, double* b, long frames, bool stuffed);
 void TakeWork(Isa isa, const double* b, float* out, long frames, bool stuffed);
 void TakeWork(Isa isa, const double* b, double* out, long frames, bool stuffed);
 
-// The x86 kernels with 256- and 512-bit registers (Zkmorva20MeterKernelsX86.cpp),
-// present when HaveX86Kernels().
+// The SSE2 kernels, present where the build targets SSE2.
+void FollowOutputSse2(CZkmorva20MeterState& s, double* b1, double* b2, long count, double gain1,
+                      double gain2, Route route, const float* inputMagnitudes, float attack,
+                      float release);
+void RunInputSse2(double* b1, double* b2, long count, double gain1, double gain2, bool doubled,
+                  float* magnitudes, std::uint32_t& seed);
+
+// The x86 kernels with 256- and 512-bit registers (Zkmorva20MeterKernelsX86.cpp,
+// Zkmorva20InputKernelsX86.cpp), present when HaveX86Kernels().
 bool HaveX86Kernels();
 void FollowOutputAvx2(CZkmorva20MeterState& s, double* b1, double* b2, long count, double gain1,
                       double gain2, Route route, const float* inputMagnitudes, float attack,
