@@ -17,9 +17,8 @@ struct Avx512Lanes {
     static constexpr int kSections = 4;
     // Thirty-two registers: the histories of four (sixteen) and most of their
     // coefficients stay in registers. Four rather than three: a full chain then
-    // needs two passes instead of three (measured a few per cent faster). Six
-    // in one pass spill histories to the stack: a 24-section chain measured
-    // 1.2 (fastest runs) to 1.6 times (median) slower than in two passes of three.
+    // needs two passes instead of three. Six in one pass would spill histories
+    // to the stack.
     static constexpr int kMaxRegisters = 4;
     // Slots from the top down: a full pass's last section (slot 3) is then in
     // the bottom lanes, where its output is taken without a shuffle.
@@ -27,9 +26,8 @@ struct Avx512Lanes {
 
     // The first N doubles of each lane's row, transposed: eight masked row
     // loads and an 8 x 8 transposition (unpacks, then two rounds of 128-bit
-    // shuffles; the zero-masking forms with every lane selected, as in Take).
-    // Against nine gathers per register the unit measured 3 per cent faster
-    // on Zen 4.
+    // shuffles; the zero-masking forms with every lane selected, as in Take):
+    // cheaper than nine gathers per register.
     template <int N> ZK_KERNEL_TARGET static void LoadColumns(const double* const* rows, Reg* out) {
         static_assert(N >= 1 && N <= 8);
         alignas(64) static constexpr double kZeros[8] = {};

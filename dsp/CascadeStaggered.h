@@ -22,9 +22,9 @@
 // per-section loops bit for bit. While the pipeline fills and drains every
 // register steps as in the steady state: a section gets its histories back
 // when it starts, and its histories are taken at its last sample. (Blending
-// the unstarted lanes' histories back every step made the fill cost a fifth of
-// a 512-sample pass; leaving out the registers that had not started or were
-// done cost more than their arithmetic.)
+// the unstarted lanes' histories back every step made the fill slow; leaving
+// out the registers that had not started or were done cost more than their
+// arithmetic.)
 //
 // A pass with fewer sections than slots leaves the spare ones at the end of the
 // chain with zero coefficients: they compute what nobody reads (the pass's
@@ -375,9 +375,9 @@ ZK_KERNEL_TARGET ZK_STEP_INLINE __m128d EdgeStep(Pipe<V, G>& q, const Pipe<V, G>
 
 // The histories of a pass's registers from their lanes' rows (kLanes per
 // register) as x1, x2, y1, y2 per register, and back. Lane types whose column
-// loads take many instructions (kHistoriesOutOfLine) keep them out of line:
-// written into every pass's instantiation they made the kernels' code a fifth
-// larger. The others have them inline, where they cost a pass 20 ns less.
+// loads take many instructions (kHistoriesOutOfLine) keep them out of line,
+// once for every form of the pass; the others have them inline, where a pass
+// starts sooner.
 template <class V>
 ZK_KERNEL_TARGET __attribute__((noinline)) void LoadHistories(double* const* rows, int registers,
                                                               typename V::Reg* out) {
@@ -504,7 +504,7 @@ ZK_KERNEL_TARGET void RunPassOf(int registers, __m128d* buf, long count, const G
 }
 
 // The two channels into frames [left, right] and back, V::kWeave frames at a
-// time by the lane type (the frame-by-frame copies took a tenth of a flat
+// time by the lane type (frame-by-frame copies were a large part of a flat
 // block), the rest one by one.
 template <class V>
 ZK_KERNEL_TARGET void Weave(const double* left, const double* right, __m128d* frames, long n) {

@@ -118,8 +118,7 @@ ZK_KERNEL_TARGET void MakePlan(CascadePlan& plan, const StereoStage* stages, int
     }
     // Registers spread evenly over the fewest passes, so that no pass is left
     // with a lone register (its feedback would set the pace); the extra ones go
-    // to the later passes (with the mid/side stage in the last, the unit with
-    // every section on measured 1 per cent faster).
+    // to the later passes (with the mid/side stage in the last).
     const int registers = (listed + V::kSections - 1) / V::kSections;
     const int passes = (registers + V::kMaxRegisters - 1) / V::kMaxRegisters;
     plan.passCount = passes;

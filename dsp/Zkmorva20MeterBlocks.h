@@ -126,7 +126,7 @@ static_assert(static_cast<double>(kBalanceFloor) <= 1e-10 && static_cast<double>
 // The block kernels scale the balance's quotient term by 4/3 as t * 4.0 times
 // this rather than divided by 3.0: for every float t in [-1, 1] (all that
 // term can be) the float balance comes out the same, checked for each of them
-// once; the division took about 6 per cent of the 512-bit meter kernel.
+// once; a division costs many multiplications.
 inline constexpr double kOneThird = 1.0 / 3.0;
 
 // A sample count advanced by n sample-by-sample increments of 1.0f, as

@@ -13,8 +13,8 @@
 // 512-bit kernel: all five in one 256-bit register), and the sample count is one
 // addition. The next group's sample-only work is issued before this group's
 // chain steps, so that the two overlap. With 512-bit registers the kernel is
-// bound by its shuffles and arithmetic rather than by the chains (extra
-// operations per step measured slower even where they shortened a chain), so
+// bound by its shuffles and arithmetic rather than by the chains (an extra
+// operation per step costs more than a shorter chain saves), so
 // that kernel makes its per-sample registers with two-source permutations.
 //
 // Every value sees the float and double operations of the per-sample rules in
@@ -162,8 +162,7 @@ struct ShortGroup {
 };
 
 // Runs Prepare over every group and Step over its samples, the preparation one
-// group ahead (issued in the same round as a group's steps, it overlaps them;
-// without the lead the kernel was a fifth slower).
+// group ahead (issued in the same round as a group's steps, it overlaps them).
 template <class Kernel>
 inline void RunGroups(const Kernel& kernel, Chains& c, double* b1, double* b2, long count,
                       const float* magnitudes) {
