@@ -281,12 +281,8 @@ static inline void StereoBody(const StereoStage* stages, int stageCount, double*
 
 #endif
 
-// The mono pass compiled twice: for the baseline and, dispatched at run time,
-// with the AVX encoding of the very same 128-bit operations. Its three-operand
-// instructions spare the register copies that two-operand SSE2 needs; the
-// arithmetic (and so every result bit) is the same: no fused multiply-add
-// (contraction is off, and the target does not include FMA). The two-channel
-// pass has its own AVX form with 256-bit registers (CascadeKernelsAvx.cpp).
+// The baseline passes; with AVX the chains run on the two-channel staggered
+// pass (CascadeKernelsAvx.cpp, CascadeKernelsAvx512.cpp).
 namespace kernels {
 
 __attribute__((flatten)) void FilterCascadeBaseline(CBiquad* const* sections, int sectionCount,
@@ -313,21 +309,12 @@ bool HaveAvx() {
     return __builtin_cpu_supports("avx");
 }
 
-__attribute__((target("avx"), flatten)) void
-FilterCascadeAvx(CBiquad* const* sections, int sectionCount, double* buffer, long count) {
-    MonoBody(sections, sectionCount, buffer, count);
-}
-
 // FilterCascadeStereoAvx: CascadeKernelsAvx.cpp (256-bit registers).
 
 #else
 
 bool HaveAvx() {
     return false;
-}
-
-void FilterCascadeAvx(CBiquad* const* sections, int sectionCount, double* buffer, long count) {
-    FilterCascadeBaseline(sections, sectionCount, buffer, count);
 }
 
 void FilterCascadeStereoAvx(const StereoStage* stages, int stageCount, const MidSideTail* tail,

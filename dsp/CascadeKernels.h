@@ -90,22 +90,20 @@ void FilterCascadeStereo(const StereoStage* stages, int stageCount, const MidSid
                          double* left, double* right, long count, CascadePlan* plan = nullptr);
 
 // The implementations the entries above choose between, callable one by one
-// so that tests check each: the SSE2 baseline, the AVX ones (mono: the AVX
-// encoding of the same operations; two channels: 256-bit registers holding two
-// staggered sections of both channels) and the AVX-512 one (two channels, four
-// staggered sections per register). Where the processor lacks the instructions
-// they are the baseline.
+// so that tests check each: the SSE2 baseline, the AVX one (256-bit registers
+// holding two staggered sections of both channels) and the AVX-512 one (four
+// staggered sections per register). Where the processor lacks the
+// instructions they are the baseline.
 namespace kernels {
 bool HaveAvx();
 bool HaveAvx512();
 // The mono chain on the widest two-channel pass the processor runs, its second
 // lane idle: the staggered sections keep several feedback loops in flight where
-// the mono pass waits on one (measured 2 to 2.5 times faster with AVX-512).
+// the mono pass waits on one.
 // Without AVX it is the baseline.
 void FilterCascadeOnStereoPass(CBiquad* const* sections, int sectionCount, double* buffer,
                                long count, CascadePlan* plan = nullptr);
 void FilterCascadeBaseline(CBiquad* const* sections, int sectionCount, double* buffer, long count);
-void FilterCascadeAvx(CBiquad* const* sections, int sectionCount, double* buffer, long count);
 void FilterCascadeStereoBaseline(const StereoStage* stages, int stageCount, const MidSideTail* tail,
                                  double* left, double* right, long count);
 void FilterCascadeStereoAvx(const StereoStage* stages, int stageCount, const MidSideTail* tail,

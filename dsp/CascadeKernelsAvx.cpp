@@ -19,7 +19,7 @@ struct AvxLanes {
     // coefficients are read from memory. Four nonetheless: a section's feedback
     // (multiply, two subtractions: nine cycles on Zen 3) needs four registers in
     // flight to keep both multipliers busy, and a few spilled histories cost
-    // less (a 26-stage chain measured 5 per cent faster, 8 stages 20 per cent).
+    // less than idle multipliers.
     static constexpr int kMaxRegisters = 4;
     static constexpr int SlotLane(int slot) { return 2 * slot; }
 
@@ -56,22 +56,25 @@ struct AvxLanes {
     ZK_KERNEL_TARGET static Reg Blend(Reg keep, Reg take, Mask m) {
         return _mm256_blendv_pd(keep, take, m);
     }
+    ZK_KERNEL_TARGET static Reg SubWhere(Mask m, Reg a, Reg b, Reg keep) {
+        return _mm256_blendv_pd(keep, _mm256_sub_pd(a, b), m);
+    }
     // [in, the first slot of last]
     ZK_KERNEL_TARGET static Reg Feed(__m128d in, Reg last) {
         return _mm256_insertf128_pd(_mm256_castpd128_pd256(in), _mm256_castpd256_pd128(last), 1);
     }
     using Pick = int;
     ZK_KERNEL_TARGET static Pick PickOf(int slot) { return slot; }
+    // A test rather than a mask: with sixteen registers a mask register would
+    // spill a history.
     ZK_KERNEL_TARGET static __m128d Take(Reg r, Pick slot) {
         return slot == 0 ? _mm256_castpd256_pd128(r) : _mm256_extractf128_pd(r, 1);
     }
-    // v into the lanes of m (one slot's), the rest of r kept.
-    ZK_KERNEL_TARGET static Reg Put(Reg r, __m128d v, Mask m) {
-        return _mm256_blendv_pd(r, _mm256_insertf128_pd(_mm256_castpd128_pd256(v), v, 1), m);
+    ZK_KERNEL_TARGET static Reg Put(Reg r, __m128d v, Pick slot) {
+        return slot == 0 ? _mm256_insertf128_pd(r, v, 0) : _mm256_insertf128_pd(r, v, 1);
     }
-    // The exit slot as a template argument: one insertion or extraction with
-    // an immediate, where the run-time forms kept a mask register and a test
-    // in the steady loop (with sixteen registers, each one spilled a history).
+    // In the steady loop the exit slot is a template argument: one insertion or
+    // extraction with an immediate, no test.
     static constexpr bool kStaticSlot = true;
     template <int K> ZK_KERNEL_TARGET static __m128d TakeSlot(Reg r) {
         return K == 0 ? _mm256_castpd256_pd128(r) : _mm256_extractf128_pd(r, 1);
@@ -88,10 +91,7 @@ struct AvxLanes {
     // Column loads a lane at a time: kept out of each pass (CascadeStaggered.h).
     static constexpr bool kHistoriesOutOfLine = true;
     // MidSide and ScaleSide on two frames at once: [a, b, c, d] to the matrix of
-    // [a, b] and of [c, d], each lane's operands in MidSideMatrix's order. The
-    // divider takes as long for four lanes as for two, and two divisions a step
-    // set the pace of a pass that ends in the mid/side stage.
-    static constexpr bool kPairedMidSide = true;
+    // [a, b] and of [c, d], each lane's operands in MidSideMatrix's order.
     ZK_KERNEL_TARGET static __m256d MidSide2(__m256d v, __m256d divisor) {
         const __m256d swapped = _mm256_permute_pd(v, 0x5); // [b, a, d, c]
         const __m256d sums = _mm256_add_pd(v, swapped);

@@ -17,9 +17,8 @@ struct Avx512Lanes {
     static constexpr int kSections = 4;
     // Thirty-two registers: the histories of four (sixteen) and most of their
     // coefficients stay in registers. Four rather than three: a full chain then
-    // needs two passes instead of three (measured a few per cent faster). Six
-    // in one pass spill histories to the stack: a 24-section chain measured
-    // 1.2 (fastest runs) to 1.6 times (median) slower than in two passes of three.
+    // needs two passes instead of three. Six in one pass would spill histories
+    // to the stack.
     static constexpr int kMaxRegisters = 4;
     // Slots from the top down: a full pass's last section (slot 3) is then in
     // the bottom lanes, where its output is taken without a shuffle.
@@ -27,9 +26,8 @@ struct Avx512Lanes {
 
     // The first N doubles of each lane's row, transposed: eight masked row
     // loads and an 8 x 8 transposition (unpacks, then two rounds of 128-bit
-    // shuffles; the zero-masking forms with every lane selected, as in Take).
-    // Against nine gathers per register the unit measured 3 per cent faster
-    // on Zen 4.
+    // shuffles; the zero-masking forms with every lane selected, as in Take):
+    // cheaper than nine gathers per register.
     template <int N> ZK_KERNEL_TARGET static void LoadColumns(const double* const* rows, Reg* out) {
         static_assert(N >= 1 && N <= 8);
         alignas(64) static constexpr double kZeros[8] = {};
@@ -102,6 +100,10 @@ struct Avx512Lanes {
     ZK_KERNEL_TARGET static Reg Blend(Reg keep, Reg take, Mask m) {
         return _mm512_mask_blend_pd(m, keep, take);
     }
+    // The subtraction with merge masking.
+    ZK_KERNEL_TARGET static Reg SubWhere(Mask m, Reg a, Reg b, Reg keep) {
+        return _mm512_mask_sub_pd(keep, m, a, b);
+    }
     // Slot 0 in, slots 1 to 3 the first three slots of last: last moved down a
     // slot, in from a broadcast (a load, no shuffle) in the top lanes.
     ZK_KERNEL_TARGET static Reg Feed(__m128d in, Reg last) {
@@ -116,10 +118,11 @@ struct Avx512Lanes {
     struct Pick {
         __m512i lanes;
         bool bottom;
+        Mask mask;
     };
     ZK_KERNEL_TARGET static Pick PickOf(int slot) {
         const int lane = SlotLane(slot);
-        return {_mm512_set_epi64(0, 0, 0, 0, 0, 0, lane + 1, lane), lane == 0};
+        return {_mm512_set_epi64(0, 0, 0, 0, 0, 0, lane + 1, lane), lane == 0, SlotMask(slot)};
     }
     ZK_KERNEL_TARGET static __m128d Take(Reg r, const Pick& pick) {
         if (pick.bottom) {
@@ -130,12 +133,12 @@ struct Avx512Lanes {
         return _mm512_maskz_extractf64x2_pd(0x3, _mm512_maskz_permutexvar_pd(0xFF, pick.lanes, r),
                                             0);
     }
-    // v into the lanes of m (one slot's), the rest of r kept.
-    ZK_KERNEL_TARGET static Reg Put(Reg r, __m128d v, Mask m) {
-        return _mm512_mask_broadcast_f64x2(r, m, v);
-    }
     // The exit slot at run time: its one permutation serves every slot.
     static constexpr bool kStaticSlot = false;
+    // v into the slot's lanes, the rest of r kept.
+    ZK_KERNEL_TARGET static Reg Put(Reg r, __m128d v, const Pick& pick) {
+        return _mm512_mask_broadcast_f64x2(r, pick.mask, v);
+    }
     // MidSideMatrix and ScaleSide with one shuffle instead of three: the
     // shuffles share a port with the pass's arithmetic. Each lane's operands in
     // the same order: a + b in lane 0 and a - b in lane 1 of [a, b].
@@ -148,7 +151,6 @@ struct Avx512Lanes {
     static constexpr bool kHistoriesOutOfLine = false;
     // MidSide on two pairs at once: [a, b, c, d] to the matrix of [a, b] and of
     // [c, d], each lane as there.
-    static constexpr bool kPairedMidSide = true;
     ZK_KERNEL_TARGET static __m256d MidSide2(__m256d v, __m256d divisor) {
         const __m256d swapped = _mm256_permute_pd(v, 0x5);
         const __m256d sum = _mm256_add_pd(v, swapped);

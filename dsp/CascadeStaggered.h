@@ -22,9 +22,9 @@
 // per-section loops bit for bit. While the pipeline fills and drains every
 // register steps as in the steady state: a section gets its histories back
 // when it starts, and its histories are taken at its last sample. (Blending
-// the unstarted lanes' histories back every step made the fill cost a fifth of
-// a 512-sample pass; leaving out the registers that had not started or were
-// done cost more than their arithmetic.)
+// the unstarted lanes' histories back every step made the fill slow; leaving
+// out the registers that had not started or were done cost more than their
+// arithmetic.)
 //
 // A pass with fewer sections than slots leaves the spare ones at the end of the
 // chain with zero coefficients: they compute what nobody reads (the pass's
@@ -34,21 +34,22 @@
 // The lane type V provides: Reg, Mask, Pick, kSections, kMaxRegisters, SlotLane
 // (a slot's first lane), LoadColumns<N> (register k lane l from rows[l][k],
 // k < N, zero for a null row) and StoreColumns4 (the reverse for N = 4,
-// skipping null rows), kHistoriesOutOfLine (see LoadHistories), Mul, Add, Sub, MaskOf (one flag per
-// lane), SlotMask (a slot's lanes), Blend (mask ? take : keep), Feed (the first register's inputs:
-// the pass's input, then the last register's outputs moved up a slot), PickOf
-// and Take (one slot's two lanes), Put (two lanes into a slot), and the mid/side
-// stage's MidSide (MidSideMatrix) and ScaleSide in forms that suit its
-// instruction set; with kPairedMidSide also MidSide2 and ScaleSide2, the same on
-// two pairs at once.
+// skipping null rows), kHistoriesOutOfLine (see LoadHistories), Mul, Add, Sub,
+// SubWhere (a - b in the lanes of a mask, keep in the others), MaskOf (one flag
+// per lane), SlotMask (a slot's lanes), Blend (mask ? take : keep), Feed (the
+// first register's inputs: the pass's input, then the last register's outputs
+// moved up a slot), PickOf, Take and Put (one slot's two lanes out of a
+// register and into it; with kStaticSlot also TakeSlot<K> and PutSlot<K> for a
+// slot known at compile time), and the mid/side stage's MidSide
+// (MidSideMatrix), ScaleSide, MidSide2 and ScaleSide2 (the same on two pairs at
+// once) in forms that suit its instruction set.
 #pragma once
 
 #include "CascadeKernels.h"
+#include "CascadeStaggeredPlan.h"
 #include "MidSideStage.h"
 
-#include <cstring>
 #include <immintrin.h>
-#include <new>
 
 #ifndef ZK_KERNEL_TARGET
 #error "define ZK_KERNEL_TARGET before including CascadeStaggered.h"
@@ -65,198 +66,23 @@ namespace {
 constexpr int kStagger = 2;  // steps between a section and the next (EdgeStep relies on 2)
 constexpr long kChunk = 512; // frames interleaved per round, on the stack (8 KB)
 
-ZK_KERNEL_TARGET inline bool Runs(const CBiquad* b) {
-    return b != nullptr && !b->IsIdentity();
-}
-
-// Coefficients of one register's sections; run marks the lanes whose section
-// runs (the others pass their input through).
-template <class V> struct Group {
-    typename V::Reg b0, b1, b2, a1, a2;
-    typename V::Mask run;
-};
-
 // The histories of every register, in two banks whose roles alternate: at step
 // n the latest values are in bank n % 2 and the ones before in the other, and a
 // step writes its new values over the older bank. Moving every history down one
 // place each step would cost a register copy per history per step.
 template <class V, int G> struct Pipe { typename V::Reg x[2][G], y[2][G]; };
 
-// The slot whose lanes include lane l.
-template <class V> constexpr int SlotOfLane(int l) {
-    for (int k = 0; k < V::kSections; ++k) {
-        if (l == V::SlotLane(k) || l == V::SlotLane(k) + 1) {
-            return k;
-        }
-    }
-    return 0;
-}
-
-// The registers a plan keeps for lane type V: each register's coefficients and
-// the addresses of its lanes' histories (null where the lane's section does not
-// run), register after register.
-template <class V> struct PlannedRegisters {
-    static constexpr int kLanes = 2 * V::kSections;
-    static constexpr int kCount = (CascadePlan::kMaxStages + V::kSections - 1) / V::kSections;
-    Group<V> group[kCount];
-    double* rows[kCount][kLanes];
-};
-
-template <class V> PlannedRegisters<V>& RegistersOf(CascadePlan& plan) {
-    static_assert(sizeof(PlannedRegisters<V>) <= CascadePlan::kRegisterBytes &&
-                  alignof(PlannedRegisters<V>) <= 64);
-    return *std::launder(reinterpret_cast<PlannedRegisters<V>*>(plan.registers));
-}
-
-// Register r of a plan from V::kSections stages (null: a stage that passes
-// everything through), each lane's place noted in the plan.
-template <class V>
-ZK_KERNEL_TARGET void PlanRegister(CascadePlan& plan, int r, const StereoStage* const* stages,
-                                   const int* stageIndex) {
-    constexpr int kLanes = 2 * V::kSections;
-    PlannedRegisters<V>& regs = RegistersOf<V>(plan);
-    const double* coeffs[kLanes];
-    bool on[kLanes];
-    for (int l = 0; l < kLanes; ++l) {
-        const int slot = SlotOfLane<V>(l);
-        const int ch = l - V::SlotLane(slot);
-        const StereoStage* stage = stages[slot];
-        CBiquad* b = stage != nullptr ? stage->channel[ch] : nullptr;
-        on[l] = Runs(b);
-        coeffs[l] = on[l] ? &b->Coeffs().b0 : nullptr;
-        regs.rows[r][l] = on[l] ? &b->State().x1 : nullptr;
-        if (on[l]) {
-            plan.lanes[stageIndex[slot]][ch] = static_cast<std::int16_t>(16 * r + l);
-        }
-    }
-    static_assert(sizeof(BiquadCoeffs) == 5 * sizeof(double) &&
-                  sizeof(BiquadState) == 4 * sizeof(double));
-    typename V::Reg c[5];
-    V::template LoadColumns<5>(coeffs, c);
-    regs.group[r] = {c[0], c[1], c[2], c[3], c[4], V::MaskOf(on)};
-}
-
-// Sets the plan up for stages[0..stageCount) and the tail (the plan's key: the
-// stages with their sections' generations; then the stages that run, grouped
-// into passes, and their registers). At most kMaxStages stages with the tail's.
-template <class V>
-ZK_KERNEL_TARGET void MakePlan(CascadePlan& plan, const StereoStage* stages, int stageCount,
-                               const MidSideTail* tail, int kernel) {
-    plan.kernel = 0;
-    plan.stageCount = stageCount;
-    plan.withTail = tail != nullptr;
-    const int keyed = stageCount + (tail != nullptr ? 1 : 0);
-    for (int k = 0; k < keyed; ++k) {
-        plan.stages[k] = k < stageCount ? stages[k] : StereoStage{{tail->mid, tail->side}};
-        for (int ch = 0; ch < 2; ++ch) {
-            const CBiquad* b = plan.stages[k].channel[ch];
-            plan.generations[k][ch] = b != nullptr ? b->Generation() : 0;
-            plan.lanes[k][ch] = -1;
-        }
-    }
-    plan.midSideInPass = tail != nullptr && (Runs(tail->mid) || Runs(tail->side));
-    // The stages that run on at least one channel (a stage on one channel only
-    // passes the other lane through by mask); the mid/side stage last.
-    const StereoStage* run[CascadePlan::kMaxStages];
-    int runIndex[CascadePlan::kMaxStages];
-    bool oneChannel[CascadePlan::kMaxStages];
-    int listed = 0;
-    for (int k = 0; k < keyed; ++k) {
-        const bool on1 = Runs(plan.stages[k].channel[0]);
-        const bool on2 = Runs(plan.stages[k].channel[1]);
-        if ((on1 || on2) && (k < stageCount || plan.midSideInPass)) {
-            oneChannel[listed] = on1 != on2;
-            runIndex[listed] = k;
-            run[listed++] = &plan.stages[k];
-        }
-    }
-    // Registers spread evenly over the fewest passes, so that no pass is left
-    // with a lone register (its feedback would set the pace); the extra ones go
-    // to the later passes (with the mid/side stage in the last, the unit with
-    // every section on measured 1 per cent faster).
-    const int registers = (listed + V::kSections - 1) / V::kSections;
-    const int passes = (registers + V::kMaxRegisters - 1) / V::kMaxRegisters;
-    plan.passCount = passes;
-    for (int p = 0, first = 0, r = 0; p < passes; ++p) {
-        const int g = registers / passes + (p >= passes - registers % passes ? 1 : 0);
-        const int sections = V::kSections * g < listed - first ? V::kSections * g : listed - first;
-        bool masked = false;
-        for (int k = first; k < first + sections; ++k) {
-            masked = masked || oneChannel[k];
-        }
-        plan.passes[p] = {static_cast<std::int8_t>(r), static_cast<std::int8_t>(g),
-                          static_cast<std::int8_t>(sections), masked};
-        // Dealt out like cards: register j, slot k holds the pass's section k g + j.
-        for (int j = 0; j < g; ++j, ++r) {
-            const StereoStage* slot[V::kSections];
-            int index[V::kSections];
-            for (int k = 0; k < V::kSections; ++k) {
-                const int s = k * g + j;
-                slot[k] = s < sections ? run[first + s] : nullptr;
-                index[k] = s < sections ? runIndex[first + s] : 0;
-            }
-            PlanRegister<V>(plan, r, slot, index);
-        }
-        first += sections;
-    }
-    plan.kernel = kernel;
-}
-
-// Whether the plan serves stages[0..stageCount) and the tail as they are now. A
-// section whose generation moved on but which still runs (or still does not)
-// gets its coefficients reloaded into its lane; anything else asks for a new plan.
-template <class V>
-ZK_KERNEL_TARGET bool RenewPlan(CascadePlan& plan, const StereoStage* stages, int stageCount,
-                                const MidSideTail* tail, int kernel) {
-    if (plan.kernel != kernel || plan.stageCount != stageCount ||
-        plan.withTail != (tail != nullptr)) {
-        return false;
-    }
-    const int keyed = stageCount + (tail != nullptr ? 1 : 0);
-    for (int k = 0; k < keyed; ++k) {
-        const StereoStage given = k < stageCount ? stages[k] : StereoStage{{tail->mid, tail->side}};
-        for (int ch = 0; ch < 2; ++ch) {
-            CBiquad* b = given.channel[ch];
-            if (b != plan.stages[k].channel[ch]) {
-                return false;
-            }
-            if (b == nullptr || b->Generation() == plan.generations[k][ch]) {
-                continue;
-            }
-            const int lane = plan.lanes[k][ch];
-            if (Runs(b) != (lane >= 0)) {
-                return false;
-            }
-            if (lane >= 0) {
-                // Into the plan's copy of the register, lane by lane.
-                Group<V>& g = RegistersOf<V>(plan).group[lane / 16];
-                const BiquadCoeffs& c = b->Coeffs();
-                const std::size_t at = static_cast<std::size_t>(lane % 16) * sizeof(double);
-                std::memcpy(reinterpret_cast<unsigned char*>(&g.b0) + at, &c.b0, sizeof(double));
-                std::memcpy(reinterpret_cast<unsigned char*>(&g.b1) + at, &c.b1, sizeof(double));
-                std::memcpy(reinterpret_cast<unsigned char*>(&g.b2) + at, &c.b2, sizeof(double));
-                std::memcpy(reinterpret_cast<unsigned char*>(&g.a1) + at, &c.a1, sizeof(double));
-                std::memcpy(reinterpret_cast<unsigned char*>(&g.a2) + at, &c.a2, sizeof(double));
-            }
-            plan.generations[k][ch] = b->Generation();
-        }
-    }
-    return true;
-}
-
 // The difference equation in CBiquad's order: (((b0 x + b1 x1) + b2 x2) - a1 y1) - a2 y2.
 template <class V, bool Masked>
 ZK_KERNEL_TARGET ZK_STEP_INLINE typename V::Reg Output(const Group<V>& p, typename V::Reg x,
                                                        typename V::Reg x1, typename V::Reg x2,
                                                        typename V::Reg y1, typename V::Reg y2) {
-    const typename V::Reg y =
-        V::Sub(V::Sub(V::Add(V::Add(V::Mul(p.b0, x), V::Mul(p.b1, x1)), V::Mul(p.b2, x2)),
-                      V::Mul(p.a1, y1)),
-               V::Mul(p.a2, y2));
+    const typename V::Reg t = V::Sub(
+        V::Add(V::Add(V::Mul(p.b0, x), V::Mul(p.b1, x1)), V::Mul(p.b2, x2)), V::Mul(p.a1, y1));
     if constexpr (Masked) {
-        return V::Blend(x, y, p.run);
+        return V::SubWhere(p.run, t, V::Mul(p.a2, y2), x);
     }
-    return y;
+    return V::Sub(t, V::Mul(p.a2, y2));
 }
 
 // The lanes of each slot of a register.
@@ -279,34 +105,62 @@ struct MidSideNumbers {
     __m128d divisor, widthFactor;
 };
 
-// Where the pass's output is: its last section's slot, in register E (a
-// template argument, so that the steady loop has no test for it). With the
-// mid/side stage that section is the stage's. The slot too is a template
-// argument K where the lane type has kStaticSlot (its shuffles then take an
-// immediate, and the steady loop keeps no mask or test for them); -1 otherwise.
-template <class V, int K> struct Exit {
+// Where the pass's output is: its last section's register and slot (with the
+// mid/side stage that section is the stage's). Outside the steady loop both
+// are run-time values: the register is picked by unrolled tests (the pipe
+// stays in registers) and the slot by the lane type's Take and Put, so that
+// one form of the pass serves every exit.
+template <class V> struct Exit {
+    int reg;
+    int slotIndex;
     typename V::Pick slot;
-    typename V::Mask lanes; // the slot's
     MidSideNumbers midSide;
 };
 
+// regs[e] (e < G): E itself where it is known at compile time (E >= 0), else by
+// unrolled tests (an index known only at run time would put the pipe on the
+// stack).
+template <class V, int G, int E>
+ZK_KERNEL_TARGET ZK_STEP_INLINE typename V::Reg RegisterAt(const typename V::Reg (&regs)[G],
+                                                           int e) {
+    if constexpr (E >= 0) {
+        return regs[E];
+    }
+    typename V::Reg r = regs[0];
+#pragma GCC unroll 4
+    for (int j = 1; j < G; ++j) {
+        if (e == j) {
+            r = regs[j];
+        }
+    }
+    return r;
+}
+
+// The exit slot's lanes of r, and v put into them: the slot K itself where the
+// lane type takes it at compile time (K >= 0), else the run-time pick.
 template <class V, int K>
-ZK_KERNEL_TARGET ZK_STEP_INLINE __m128d TakeExit(typename V::Reg r, const Exit<V, K>& exit) {
+ZK_KERNEL_TARGET ZK_STEP_INLINE __m128d TakeExit(typename V::Reg r, const typename V::Pick& slot) {
     if constexpr (K >= 0) {
         return V::template TakeSlot<K>(r);
-    } else {
-        return V::Take(r, exit.slot);
     }
+    return V::Take(r, slot);
 }
 
 template <class V, int K>
 ZK_KERNEL_TARGET ZK_STEP_INLINE typename V::Reg PutExit(typename V::Reg r, __m128d v,
-                                                        const Exit<V, K>& exit) {
+                                                        const typename V::Pick& slot) {
     if constexpr (K >= 0) {
         return V::template PutSlot<K>(r, v);
-    } else {
-        return V::Put(r, v, exit.lanes);
     }
+    return V::Put(r, v, slot);
+}
+
+// Whether register j is the exit's (E as in RegisterAt).
+template <int E> ZK_STEP_INLINE bool IsExit(int j, int reg) {
+    if constexpr (E >= 0) {
+        return j == E;
+    }
+    return j == reg;
 }
 
 // Register j's inputs at step n (n % 2 == P): first for the first register,
@@ -318,104 +172,85 @@ ZK_KERNEL_TARGET ZK_STEP_INLINE typename V::Reg InputOf(const Pipe<V, G>& q, int
 }
 
 // Register j's difference equation on x at step n (n % 2 == P), its histories'
-// banks updated; returns its outputs.
+// banks updated (the new values over the older bank, 1 - P).
 template <class V, int G, bool Masked, int P>
-ZK_KERNEL_TARGET ZK_STEP_INLINE typename V::Reg Advance(Pipe<V, G>& q, const Group<V>* p, int j,
-                                                        typename V::Reg x) {
+ZK_KERNEL_TARGET ZK_STEP_INLINE void Advance(Pipe<V, G>& q, const Group<V>* p, int j,
+                                             typename V::Reg x) {
     constexpr int kOlder = 1 - P;
     const typename V::Reg y =
         Output<V, Masked>(p[j], x, q.x[P][j], q.x[kOlder][j], q.y[P][j], q.y[kOlder][j]);
     q.x[kOlder][j] = x;
     q.y[kOlder][j] = y;
-    return y;
-}
-
-// Register j's part of a step (n % 2 == P): its inputs from kStagger steps ago
-// (first, the first register's, formed before any register wrote), the
-// difference equation, the histories' banks; the output register's exit slot
-// into last. With MidSide the exit section is the mid/side stage's: its input
-// lanes take the matrix of what they receive (left and right to mid and side)
-// and its output goes through the width and back.
-template <class V, int G, bool Masked, int E, int K, bool MidSide, int P>
-ZK_KERNEL_TARGET ZK_STEP_INLINE void StepRegister(Pipe<V, G>& q, const Group<V>* p, int j,
-                                                  typename V::Reg first, const Exit<V, K>& exit,
-                                                  __m128d& last) {
-    typename V::Reg x = InputOf<V, G, P>(q, j, first);
-    if constexpr (MidSide) {
-        if (j == E) {
-            x = PutExit<V>(x, V::MidSide(TakeExit<V>(x, exit), exit.midSide.divisor), exit);
-        }
-    }
-    const typename V::Reg y = Advance<V, G, Masked, P>(q, p, j, x);
-    if (j == E) {
-        last = TakeExit<V>(y, exit);
-        if constexpr (MidSide) {
-            last = V::MidSide(V::ScaleSide(last, exit.midSide.widthFactor), exit.midSide.divisor);
-        }
-    }
 }
 
 // One step of every register: section s of the pass works on sample
 // n - kStagger s (n % 2 == P); in is the pass's input sample n. Returns the
-// output of the pass's last section.
-template <class V, int G, bool Masked, int E, int K, bool MidSide, int P>
+// output of the pass's last section. With MidSide that section is the mid/side
+// stage's: its input lanes take the matrix of what they receive (left and right
+// to mid and side) and its output goes through the width and back.
+template <class V, int G, bool Masked, bool MidSide, int P, int E = -1, int K = -1>
 ZK_KERNEL_TARGET ZK_STEP_INLINE __m128d Step(Pipe<V, G>& q, const Group<V>* p, __m128d in,
-                                             const Exit<V, K>& exit) {
-    __m128d last = _mm_setzero_pd();
+                                             const Exit<V>& exit) {
     const typename V::Reg first = V::Feed(in, q.y[1 - P][G - 1]);
     // From the last register down, so that each reads its predecessor's
     // outputs of kStagger steps ago before they are overwritten.
 #pragma GCC unroll 4
     for (int j = G - 1; j >= 0; --j) {
-        StepRegister<V, G, Masked, E, K, MidSide, P>(q, p, j, first, exit, last);
+        typename V::Reg x = InputOf<V, G, P>(q, j, first);
+        if constexpr (MidSide) {
+            if (IsExit<E>(j, exit.reg)) {
+                x = PutExit<V, K>(x, V::MidSide(TakeExit<V, K>(x, exit.slot), exit.midSide.divisor),
+                                  exit.slot);
+            }
+        }
+        Advance<V, G, Masked, P>(q, p, j, x);
+    }
+    const __m128d last = TakeExit<V, K>(RegisterAt<V, G, E>(q.y[1 - P], exit.reg), exit.slot);
+    if constexpr (MidSide) {
+        return V::MidSide(V::ScaleSide(last, exit.midSide.widthFactor), exit.midSide.divisor);
     }
     return last;
+}
+
+// One of StepPair's steps (n % 2 == P): input, the mid/side stage's input
+// lanes, already through the matrix; returns the stage's section's outputs.
+template <class V, int G, bool Masked, int P, int E, int K>
+ZK_KERNEL_TARGET ZK_STEP_INLINE __m128d PairedStep(Pipe<V, G>& q, const Group<V>* p, __m128d in,
+                                                   const Exit<V>& exit, __m128d input) {
+    const typename V::Reg first = V::Feed(in, q.y[1 - P][G - 1]);
+#pragma GCC unroll 4
+    for (int j = G - 1; j >= 0; --j) {
+        typename V::Reg x = InputOf<V, G, P>(q, j, first);
+        if (IsExit<E>(j, exit.reg)) {
+            x = PutExit<V, K>(x, input, exit.slot);
+        }
+        Advance<V, G, Masked, P>(q, p, j, x);
+    }
+    return TakeExit<V, K>(RegisterAt<V, G, E>(q.y[1 - P], exit.reg), exit.slot);
 }
 
 // Two steps (n even, then n + 1) of a pass that ends in the mid/side stage with
 // its section in register E > 0, the stage's matrix taken for two samples at a
 // time on 256-bit registers: both steps' stage inputs at step n (both are
-// outputs of register E - 1 by then, one in each bank) and both outputs at step
-// n + 1. Each lane sees the operations of two Steps; the pass's inputs of steps
-// n and n + 1 are in[0] and in[1] (read where they are broadcast, so that the
-// broadcast is a load rather than a shuffle), their outputs go to out0 and out1.
-template <class V, int G, bool Masked, int E, int K, int P>
-ZK_KERNEL_TARGET ZK_STEP_INLINE void PairedRegister(Pipe<V, G>& q, const Group<V>* p, int j,
-                                                    typename V::Reg first, const Exit<V, K>& exit,
-                                                    __m128d input, __m128d& raw) {
-    typename V::Reg x = InputOf<V, G, P>(q, j, first);
-    if (j == E) {
-        x = PutExit<V>(x, input, exit);
-    }
-    const typename V::Reg y = Advance<V, G, Masked, P>(q, p, j, x);
-    if (j == E) {
-        raw = TakeExit<V>(y, exit);
-    }
-}
-
+// outputs of register E - 1 by then, one in each bank) and both outputs at
+// step n + 1. Each lane sees the operations of two
+// Steps; the pass's inputs of steps n and n + 1 are in[0] and in[1] (read where
+// they are broadcast, so that the broadcast is a load rather than a shuffle),
+// their outputs go to out0 and out1. The divider takes as long for four lanes
+// as for two, and two divisions a step would set the pace of the pass.
 template <class V, int G, bool Masked, int E, int K>
 ZK_KERNEL_TARGET ZK_STEP_INLINE void StepPair(Pipe<V, G>& q, const Group<V>* p, const __m128d* in,
-                                              const Exit<V, K>& exit, __m128d& out0,
-                                              __m128d& out1) {
-    static_assert(E > 0 && V::kPairedMidSide);
+                                              const Exit<V>& exit, __m128d& out0, __m128d& out1) {
     const __m256d divisor = _mm256_set_m128d(exit.midSide.divisor, exit.midSide.divisor);
+    static_assert(E > 0);
     // Register E - 1's outputs of steps n - 2 (bank 1) and n - 1 (bank 0).
-    const __m256d inputs = V::MidSide2(
-        _mm256_set_m128d(TakeExit<V>(q.y[0][E - 1], exit), TakeExit<V>(q.y[1][E - 1], exit)),
-        divisor);
-    __m128d raw0 = _mm_setzero_pd(), raw1 = _mm_setzero_pd();
-    const typename V::Reg first0 = V::Feed(in[0], q.y[1][G - 1]);
-#pragma GCC unroll 4
-    for (int j = G - 1; j >= 0; --j) {
-        PairedRegister<V, G, Masked, E, K, 0>(q, p, j, first0, exit, _mm256_castpd256_pd128(inputs),
-                                              raw0);
-    }
-    const typename V::Reg first1 = V::Feed(in[1], q.y[0][G - 1]);
-#pragma GCC unroll 4
-    for (int j = G - 1; j >= 0; --j) {
-        PairedRegister<V, G, Masked, E, K, 1>(q, p, j, first1, exit,
-                                              _mm256_extractf128_pd(inputs, 1), raw1);
-    }
+    const __m256d raw = _mm256_set_m128d(TakeExit<V, K>(q.y[0][E - 1], exit.slot),
+                                         TakeExit<V, K>(q.y[1][E - 1], exit.slot));
+    const __m256d inputs = V::MidSide2(raw, divisor);
+    const __m128d raw0 =
+        PairedStep<V, G, Masked, 0, E, K>(q, p, in[0], exit, _mm256_castpd256_pd128(inputs));
+    const __m128d raw1 =
+        PairedStep<V, G, Masked, 1, E, K>(q, p, in[1], exit, _mm256_extractf128_pd(inputs, 1));
     const __m256d raws =
         V::ScaleSide2(_mm256_set_m128d(raw1, raw0),
                       _mm256_set_m128d(exit.midSide.widthFactor, exit.midSide.widthFactor));
@@ -426,15 +261,58 @@ ZK_KERNEL_TARGET ZK_STEP_INLINE void StepPair(Pipe<V, G>& q, const Group<V>* p, 
 
 // Steps n (even) and n + 1 of the steady state: at[0] and at[1] are their
 // inputs, their outputs go latency samples back.
-template <class V, int G, bool Masked, int E, int K, bool MidSide>
+template <class V, int G, bool Masked, bool MidSide, int E, int K>
 ZK_KERNEL_TARGET ZK_STEP_INLINE void TwoSteps(Pipe<V, G>& q, const Group<V>* p, __m128d* at,
-                                              long latency, const Exit<V, K>& out) {
-    if constexpr (MidSide && E > 0 && V::kPairedMidSide) {
+                                              long latency, const Exit<V>& out) {
+    if constexpr (MidSide && E > 0) {
         StepPair<V, G, Masked, E, K>(q, p, at, out, at[-latency], at[1 - latency]);
     } else {
-        at[-latency] = Step<V, G, Masked, E, K, MidSide, 0>(q, p, at[0], out);
-        at[1 - latency] = Step<V, G, Masked, E, K, MidSide, 1>(q, p, at[1], out);
+        at[-latency] = Step<V, G, Masked, MidSide, 0, E, K>(q, p, at[0], out);
+        at[1 - latency] = Step<V, G, Masked, MidSide, 1, E, K>(q, p, at[1], out);
     }
+}
+
+// The steady state from step n (even, every section started) in rounds of four
+// steps while the block has four more before its last sample; returns the step
+// after. The banks' roles are then fixed in the code, and each value keeps its
+// register: a value lives four steps (two as a history, two as the next
+// register's input). The steps left over go the way of the pipeline's fill
+// and drain. The exit register (E) and, where the lane type takes it so, the
+// exit slot (K) are compile-time constants here, picked by Steady: only this
+// loop is written once per exit.
+template <class V, int G, bool Masked, bool MidSide, int E, int K>
+ZK_KERNEL_TARGET ZK_STEP_INLINE long SteadyAt(Pipe<V, G>& q, const Group<V>* p, __m128d* buf,
+                                              long n, long count, long latency,
+                                              const Exit<V>& out) {
+    for (; n + 3 < count - 1; n += 4) {
+        TwoSteps<V, G, Masked, MidSide, E, K>(q, p, buf + n, latency, out);
+        TwoSteps<V, G, Masked, MidSide, E, K>(q, p, buf + n + 2, latency, out);
+    }
+    return n;
+}
+
+template <class V, int G, bool Masked, bool MidSide, int E,
+          int K = V::kStaticSlot ? V::kSections - 1 : -1>
+ZK_KERNEL_TARGET ZK_STEP_INLINE long SteadySlot(Pipe<V, G>& q, const Group<V>* p, __m128d* buf,
+                                                long n, long count, long latency,
+                                                const Exit<V>& out) {
+    if constexpr (K > 0) {
+        if (out.slotIndex < K) {
+            return SteadySlot<V, G, Masked, MidSide, E, K - 1>(q, p, buf, n, count, latency, out);
+        }
+    }
+    return SteadyAt<V, G, Masked, MidSide, E, K>(q, p, buf, n, count, latency, out);
+}
+
+template <class V, int G, bool Masked, bool MidSide, int E = G - 1>
+ZK_KERNEL_TARGET ZK_STEP_INLINE long Steady(Pipe<V, G>& q, const Group<V>* p, __m128d* buf, long n,
+                                            long count, long latency, const Exit<V>& out) {
+    if constexpr (E > 0) {
+        if (out.reg < E) {
+            return Steady<V, G, Masked, MidSide, E - 1>(q, p, buf, n, count, latency, out);
+        }
+    }
+    return SteadySlot<V, G, Masked, MidSide, E>(q, p, buf, n, count, latency, out);
 }
 
 // The lanes m of register target's four histories blended from src into dst,
@@ -475,11 +353,11 @@ ZK_KERNEL_TARGET ZK_STEP_INLINE void Take(const Pipe<V, G>& q, const SlotMasks<V
 // block; when it takes its last sample (finishing) its histories go to taken.
 // Stepping every register costs less than testing which ones run: the tests
 // and a register index known only at run time put the pipe on the stack.
-template <class V, int G, bool Masked, int E, int K, bool MidSide, int P>
+template <class V, int G, bool Masked, bool MidSide, int P>
 ZK_KERNEL_TARGET ZK_STEP_INLINE __m128d EdgeStep(Pipe<V, G>& q, const Pipe<V, G>& before,
                                                  Pipe<V, G>& taken, const SlotMasks<V>& slots,
                                                  const Group<V>* p, __m128d in, int starting,
-                                                 int finishing, const Exit<V, K>& exit) {
+                                                 int finishing, const Exit<V>& exit) {
     if constexpr (P == 0) {
         if (starting >= 0) {
             // Before the step: the restored lanes of bank 1 are also what the
@@ -488,7 +366,7 @@ ZK_KERNEL_TARGET ZK_STEP_INLINE __m128d EdgeStep(Pipe<V, G>& q, const Pipe<V, G>
             BlendSection<V, G, 0>(q, before, starting % G, slots.slot[starting / G]);
         }
     }
-    const __m128d last = Step<V, G, Masked, E, K, MidSide, P>(q, p, in, exit);
+    const __m128d last = Step<V, G, Masked, MidSide, P>(q, p, in, exit);
     if (finishing >= 0) {
         Take<V, G, P>(q, slots, finishing, taken);
     }
@@ -497,9 +375,9 @@ ZK_KERNEL_TARGET ZK_STEP_INLINE __m128d EdgeStep(Pipe<V, G>& q, const Pipe<V, G>
 
 // The histories of a pass's registers from their lanes' rows (kLanes per
 // register) as x1, x2, y1, y2 per register, and back. Lane types whose column
-// loads take many instructions (kHistoriesOutOfLine) keep them out of line:
-// written into every pass's instantiation they made the kernels' code a fifth
-// larger. The others have them inline, where they cost a pass 20 ns less.
+// loads take many instructions (kHistoriesOutOfLine) keep them out of line,
+// once for every form of the pass; the others have them inline, where a pass
+// starts sooner.
 template <class V>
 ZK_KERNEL_TARGET __attribute__((noinline)) void LoadHistories(double* const* rows, int registers,
                                                               typename V::Reg* out) {
@@ -554,49 +432,29 @@ ZK_KERNEL_TARGET ZK_STEP_INLINE void StorePipe(const Pipe<V, G>& q, double* cons
 
 // Runs a pass over buf[0..count): its G registers' coefficients p and lane
 // histories' rows (kLanes per register), kSections (G - 1) < sections <=
-// kSections G, the last in register E == (sections - 1) % G. With MidSide the
-// last is the mid/side stage's.
-template <class V, int G, bool Masked, int E, int K, bool MidSide>
+// kSections G. With MidSide the last section is the mid/side stage's.
+template <class V, int G, bool Masked, bool MidSide>
 ZK_KERNEL_TARGET void RunPass(__m128d* buf, long count, const Group<V>* planned,
                               double* const* rows, int sections, const MidSideNumbers& midSide) {
     // A copy of its own: the compiler then knows that no store into the buffer
-    // changes a coefficient (read from the plan, the pass measured 7 per cent
-    // slower in long blocks).
+    // changes a coefficient.
     Group<V> p[G];
     for (int j = 0; j < G; ++j) {
         p[j] = planned[j];
     }
     const long kLatency = kStagger * (sections - 1); // steps from input to output
     const SlotMasks<V> slots = MakeSlotMasks<V>();
-    const Exit<V, K> out{V::PickOf((sections - 1) / G), slots.slot[(sections - 1) / G], midSide};
+    const int last = sections - 1;
+    const Exit<V> out{last % G, last / G, V::PickOf(last / G), midSide};
     Pipe<V, G> q;
     LoadPipe<V, G>(rows, q);
     const Pipe<V, G> before = q;
     Pipe<V, G> taken = before;
     const long total = count + kLatency;
     for (long n = 0; n < total;) {
-        if (n > kLatency && n < count - 1) {
-            // Every section started (the last at step kLatency) and inside the
-            // block: the steady state, two steps a round so that the banks'
-            // roles are fixed in the code, and four where the block allows: a
-            // value lives four steps (two as a history, two as the next
-            // register's), so only then does each keep its register; rounds
-            // of two copied a dozen registers each.
-            if (n % 2 != 0) {
-                buf[n - kLatency] = Step<V, G, Masked, E, K, MidSide, 1>(q, p, buf[n], out);
-                ++n;
-            }
-            for (; n + 3 < count - 1; n += 4) {
-                TwoSteps<V, G, Masked, E, K, MidSide>(q, p, buf + n, kLatency, out);
-                TwoSteps<V, G, Masked, E, K, MidSide>(q, p, buf + n + 2, kLatency, out);
-            }
-            for (; n + 1 < count - 1; n += 2) {
-                TwoSteps<V, G, Masked, E, K, MidSide>(q, p, buf + n, kLatency, out);
-            }
-            if (n < count - 1) {
-                buf[n - kLatency] = Step<V, G, Masked, E, K, MidSide, 0>(q, p, buf[n], out);
-                ++n;
-            }
+        if (n > kLatency && n % 2 == 0 && n + 3 < count - 1) {
+            // Every section started (the last at step kLatency) and inside the block.
+            n = Steady<V, G, Masked, MidSide>(q, p, buf, n, count, kLatency, out);
             continue;
         }
         const __m128d in = n < count ? buf[n] : _mm_setzero_pd();
@@ -608,11 +466,11 @@ ZK_KERNEL_TARGET void RunPass(__m128d* buf, long count, const Group<V>* planned,
         const int finishing = since >= 0 && since % kStagger == 0 && since / kStagger < sections
                                   ? static_cast<int>(since / kStagger)
                                   : -1;
-        const __m128d y =
-            n % 2 == 0 ? EdgeStep<V, G, Masked, E, K, MidSide, 0>(q, before, taken, slots, p, in,
-                                                                  starting, finishing, out)
-                       : EdgeStep<V, G, Masked, E, K, MidSide, 1>(q, before, taken, slots, p, in,
-                                                                  starting, finishing, out);
+        const __m128d y = n % 2 == 0
+                              ? EdgeStep<V, G, Masked, MidSide, 0>(q, before, taken, slots, p, in,
+                                                                   starting, finishing, out)
+                              : EdgeStep<V, G, Masked, MidSide, 1>(q, before, taken, slots, p, in,
+                                                                   starting, finishing, out);
         if (n >= kLatency) {
             buf[n - kLatency] = y;
         }
@@ -621,55 +479,10 @@ ZK_KERNEL_TARGET void RunPass(__m128d* buf, long count, const Group<V>* planned,
     StorePipe<V, G>(taken, rows);
 }
 
-template <class V, int G, int E, int K>
-ZK_KERNEL_TARGET void RunPassOn(__m128d* buf, long count, const Group<V>* p, double* const* rows,
-                                int sections, bool masked, const MidSideNumbers* midSide) {
-    const MidSideNumbers none{};
-    if (midSide != nullptr) {
-        masked ? RunPass<V, G, true, E, K, true>(buf, count, p, rows, sections, *midSide)
-               : RunPass<V, G, false, E, K, true>(buf, count, p, rows, sections, *midSide);
-    } else {
-        masked ? RunPass<V, G, true, E, K, false>(buf, count, p, rows, sections, none)
-               : RunPass<V, G, false, E, K, false>(buf, count, p, rows, sections, none);
-    }
-}
-
-// RunPassOn for an exit slot known only at run time (0..K), where the lane
-// type takes it as a template argument.
-template <class V, int G, int E, int K>
-ZK_KERNEL_TARGET void RunPassSlot(int slot, __m128d* buf, long count, const Group<V>* p,
-                                  double* const* rows, int sections, bool masked,
-                                  const MidSideNumbers* midSide) {
-    if constexpr (K > 0) {
-        if (slot < K) {
-            RunPassSlot<V, G, E, K - 1>(slot, buf, count, p, rows, sections, masked, midSide);
-            return;
-        }
-    }
-    RunPassOn<V, G, E, K>(buf, count, p, rows, sections, masked, midSide);
-}
-
-// RunPass for an exit register known only at run time (0..E); midSide null
-// when the pass does not end in the mid/side stage.
-template <class V, int G, int E>
-ZK_KERNEL_TARGET void RunPassExit(int exit, __m128d* buf, long count, const Group<V>* p,
-                                  double* const* rows, int sections, bool masked,
-                                  const MidSideNumbers* midSide) {
-    if constexpr (E > 0) {
-        if (exit < E) {
-            RunPassExit<V, G, E - 1>(exit, buf, count, p, rows, sections, masked, midSide);
-            return;
-        }
-    }
-    if constexpr (V::kStaticSlot) {
-        RunPassSlot<V, G, E, V::kSections - 1>((sections - 1) / G, buf, count, p, rows, sections,
-                                               masked, midSide);
-    } else {
-        RunPassOn<V, G, E, -1>(buf, count, p, rows, sections, masked, midSide);
-    }
-}
-
-// RunPass for a register count known only at run time (1..G).
+// RunPass for a register count known only at run time (1..G); midSide null
+// when the pass does not end in the mid/side stage. Passes without a stage on
+// one channel only go without the mask (its blend takes a port the
+// multiplications need).
 template <class V, int G>
 ZK_KERNEL_TARGET void RunPassOf(int registers, __m128d* buf, long count, const Group<V>* p,
                                 double* const* rows, int sections, bool masked,
@@ -680,11 +493,18 @@ ZK_KERNEL_TARGET void RunPassOf(int registers, __m128d* buf, long count, const G
             return;
         }
     }
-    RunPassExit<V, G, G - 1>((sections - 1) % G, buf, count, p, rows, sections, masked, midSide);
+    const MidSideNumbers none{};
+    if (midSide != nullptr) {
+        masked ? RunPass<V, G, true, true>(buf, count, p, rows, sections, *midSide)
+               : RunPass<V, G, false, true>(buf, count, p, rows, sections, *midSide);
+    } else {
+        masked ? RunPass<V, G, true, false>(buf, count, p, rows, sections, none)
+               : RunPass<V, G, false, false>(buf, count, p, rows, sections, none);
+    }
 }
 
 // The two channels into frames [left, right] and back, V::kWeave frames at a
-// time by the lane type (the frame-by-frame copies took a tenth of a flat
+// time by the lane type (frame-by-frame copies were a large part of a flat
 // block), the rest one by one.
 template <class V>
 ZK_KERNEL_TARGET void Weave(const double* left, const double* right, __m128d* frames, long n) {

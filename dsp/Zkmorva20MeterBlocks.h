@@ -79,8 +79,15 @@ void FillWork(Isa isa, const double* in, double* b, long frames, bool stuffed);
 void TakeWork(Isa isa, const double* b, float* out, long frames, bool stuffed);
 void TakeWork(Isa isa, const double* b, double* out, long frames, bool stuffed);
 
-// The x86 kernels with 256- and 512-bit registers (Zkmorva20MeterKernelsX86.cpp),
-// present when HaveX86Kernels().
+// The SSE2 kernels, present where the build targets SSE2.
+void FollowOutputSse2(CZkmorva20MeterState& s, double* b1, double* b2, long count, double gain1,
+                      double gain2, Route route, const float* inputMagnitudes, float attack,
+                      float release);
+void RunInputSse2(double* b1, double* b2, long count, double gain1, double gain2, bool doubled,
+                  float* magnitudes, std::uint32_t& seed);
+
+// The x86 kernels with 256- and 512-bit registers (Zkmorva20MeterKernelsX86.cpp,
+// Zkmorva20InputKernelsX86.cpp), present when HaveX86Kernels().
 bool HaveX86Kernels();
 void FollowOutputAvx2(CZkmorva20MeterState& s, double* b1, double* b2, long count, double gain1,
                       double gain2, Route route, const float* inputMagnitudes, float attack,
@@ -119,7 +126,7 @@ static_assert(static_cast<double>(kBalanceFloor) <= 1e-10 && static_cast<double>
 // The block kernels scale the balance's quotient term by 4/3 as t * 4.0 times
 // this rather than divided by 3.0: for every float t in [-1, 1] (all that
 // term can be) the float balance comes out the same, checked for each of them
-// once; the division took about 6 per cent of the 512-bit meter kernel.
+// once; a division costs many multiplications.
 inline constexpr double kOneThird = 1.0 / 3.0;
 
 // A sample count advanced by n sample-by-sample increments of 1.0f, as
