@@ -13,6 +13,7 @@ jobs=$(nproc)
 start=$SECONDS
 stage() { echo "== $1 (at $((SECONDS - start)) s) =="; }
 
+bash "$here/count-lines.sh"
 stage "packages and build"
 # The benchmarks are built by scripts/bench.sh in a folder of their own.
 "$here/bootstrap.sh" -DZK_BUILD_BENCH=OFF
