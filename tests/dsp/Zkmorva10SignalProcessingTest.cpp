@@ -154,17 +154,19 @@ TEST(Zkmorva10Processing, ChainSkipsSwitchedOffFlatAndOutOfRangeSections) {
     EXPECT_NEAR(rig.GainDb(3000.0), 0.0, 0.001) << "all off, at 3000 Hz";
 }
 
-// The input meter sits after input gain and polarity; the output is inverted.
+// The input meter sits after input gain and polarity, the output meter after the
+// output gain; the output is inverted.
 TEST(Zkmorva10Processing, PhaseInvertsAndMetersFollowTheGainedInput) {
     Zkmorva10Rig rig(96000.0);
     rig.p.phase = -1.0;
-    rig.p.inputGain = 2.0;
+    rig.p.inputGain = 4.0;
+    rig.p.outputGain = 0.5;
     const std::vector<double> out = rig.Run({0.25, -0.2, 0.75});
     EXPECT_NEAR(out[0], -0.5, 1e-15);
     EXPECT_NEAR(out[1], 0.4, 1e-15);
     EXPECT_NEAR(out[2], -1.5, 1e-15);
-    EXPECT_EQ(rig.p.GetInputPeak(), 1.5f);
-    EXPECT_EQ(rig.p.GetInputMeter(), 1.5f) << "an over shows at once";
+    EXPECT_EQ(rig.p.GetInputPeak(), 3.0f);
+    EXPECT_EQ(rig.p.GetInputMeter(), 3.0f) << "an over shows at once";
     EXPECT_EQ(rig.p.GetOutputMeter(), 1.5f);
 
     Zkmorva10Rig plain(96000.0);
