@@ -1,4 +1,4 @@
-// Over 600 lines: every check a CLAP host makes shares one loaded bundle and host here.
+// Over 600 lines: the one suite for the CLAP format, with its fixtures beside its checks.
 // Loads every built .clap in a small host of our own and checks what a host
 // sees: descriptor, parameters, ports, audio against a direct drive of the unit
 // (bit for bit), latency, bypass, host changes while running, and state.
