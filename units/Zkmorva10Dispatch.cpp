@@ -5,6 +5,7 @@
 #include "dsp/Truncate.h"
 #include "units/CutSlopes.h"
 #include "units/Decibels.h"
+#include "units/GlobalFields.h"
 #include "units/SectionControls.h"
 
 #include <array>
@@ -73,19 +74,11 @@ constexpr ShifterFields kBassShifter{&Processor::bassShift, &Processor::GetBassS
 constexpr ShifterFields kPresenceShifter{&Processor::presenceShift, &Processor::GetPresenceShifter};
 
 // The global parameters with a plain field conversion.
-struct GlobalSwitch {
-    AudioUnitParameterID id;
-    bool Processor::*field;
-};
-constexpr std::array<GlobalSwitch, 2> kGlobalSwitches{{
+constexpr std::array<GlobalField<Processor, bool>, 2> kGlobalSwitches{{
     {kZ10AutoListenOn, &Processor::autoListenEnabled},
     {kZ10EqOn, &Processor::eqOn},
 }};
-struct GlobalGain {
-    AudioUnitParameterID id;
-    double Processor::*field;
-};
-constexpr std::array<GlobalGain, 2> kGlobalGains{{
+constexpr std::array<GlobalField<Processor, double>, 2> kGlobalGains{{
     {kZ10InputGain, &Processor::inputGain},
     {kZ10OutputGain, &Processor::outputGain},
 }};
@@ -103,23 +96,14 @@ void CZkmorva10AU::UpdateParameters(AudioUnitParameterID id) {
     // The processor only gets values of the parameter's range.
     stored = DispatchValue(kZkmorva10Parameters[id], stored);
     const double v = stored;
-    const bool on = stored != 0.0f;
 
     if (id >= kZ10HpQ) {
         UpdateSectionControl(id, v);
         return;
     }
-    for (const GlobalSwitch& s : kGlobalSwitches) {
-        if (s.id == id) {
-            this->*s.field = on;
-            return;
-        }
-    }
-    for (const GlobalGain& g : kGlobalGains) {
-        if (g.id == id) {
-            this->*g.field = ConvertDecibelsToFactor(v, kLevelGainFloorDb);
-            return;
-        }
+    auto toFactor = [this](double dB) { return ConvertDecibelsToFactor(dB, kLevelGainFloorDb); };
+    if (SetGlobalField<Processor>(*this, kGlobalSwitches, kGlobalGains, id, v, toFactor)) {
+        return;
     }
     switch (id) {
     case kZ10AutoListenMode: {

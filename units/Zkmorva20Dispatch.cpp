@@ -6,6 +6,7 @@
 #include "dsp/Truncate.h"
 #include "units/CutSlopes.h"
 #include "units/Decibels.h"
+#include "units/GlobalFields.h"
 #include "units/SectionControls.h"
 #include "units/Zkmorva20Links.h"
 
@@ -77,21 +78,13 @@ constexpr std::array<BandSettings ChannelSettings::*, 9> kBandSettingsOf{
     &ChannelSettings::presShift};
 
 // The global parameters with a plain field conversion.
-struct GlobalSwitch {
-    AudioUnitParameterID id;
-    bool CZkmorva20SignalProcessing::*field;
-};
-constexpr std::array<GlobalSwitch, 4> kGlobalSwitches{{
+constexpr std::array<GlobalField<CZkmorva20SignalProcessing, bool>, 4> kGlobalSwitches{{
     {kZ20AutoListenOn, &CZkmorva20SignalProcessing::autoListenOn},
     {kZ20EqOn, &CZkmorva20SignalProcessing::eqOn},
     {kZ20MonoMakerOn, &CZkmorva20SignalProcessing::monoMakerOn},
     {kZ20StereoWidthOn, &CZkmorva20SignalProcessing::stereoWidthOn},
 }};
-struct GlobalGain {
-    AudioUnitParameterID id;
-    double CZkmorva20SignalProcessing::*field;
-};
-constexpr std::array<GlobalGain, 4> kGlobalGains{{
+constexpr std::array<GlobalField<CZkmorva20SignalProcessing, double>, 4> kGlobalGains{{
     {kZ20Input1Gain, &CZkmorva20SignalProcessing::inputGain1},
     {kZ20Output1Gain, &CZkmorva20SignalProcessing::outputGain1},
     {kZ20Input2Gain, &CZkmorva20SignalProcessing::inputGain2},
@@ -120,23 +113,15 @@ void CZkmorva20AU::UpdateParameters(AudioUnitParameterID id) {
     const float raw = StoredParameter(id);
     const float stored = DispatchValue(kZkmorva20Parameters[id], raw);
     const double v = stored;
-    const bool on = stored != 0.0f;
 
     if (id >= kZ20Channel1First) {
         UpdateChannelControl(id, v);
         return;
     }
-    for (const GlobalSwitch& s : kGlobalSwitches) {
-        if (s.id == id) {
-            this->*s.field = on;
-            return;
-        }
-    }
-    for (const GlobalGain& g : kGlobalGains) {
-        if (g.id == id) {
-            this->*g.field = ConvertDecibelsToFactor(v, kLevelGainFloorDb);
-            return;
-        }
+    auto toFactor = [this](double dB) { return ConvertDecibelsToFactor(dB, kLevelGainFloorDb); };
+    if (SetGlobalField<CZkmorva20SignalProcessing>(*this, kGlobalSwitches, kGlobalGains, id, v,
+                                                   toFactor)) {
+        return;
     }
     switch (id) {
     case kZ20Ch1Solo:
